@@ -1,0 +1,346 @@
+// Evaluation of filter expressions on events built by hand.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "util/chronex/expr_compile.h"
+#include "util/chronex/expr_eval.h"
+#include "util/chronex/filter.h"
+#include "util/chronex/node.h"
+#include "util/chronex/session.h"
+#include "util/chronex/session_attribute.h"
+
+namespace {
+
+using namespace std::string_view_literals;
+using bytes = std::vector<std::uint8_t>;
+
+void append_u16(bytes& out, std::size_t value) {
+  out.push_back(static_cast<std::uint8_t>(value));
+  out.push_back(static_cast<std::uint8_t>(value >> 8));
+}
+
+void append_text(bytes& out, std::string_view text) {
+  out.insert(out.end(), text.begin(), text.end());
+}
+
+// An item with its elements' stored bytes, one element after the other.
+struct item {
+  std::string_view name;
+  char type;
+  std::size_t count;
+  std::string_view before;
+  std::string_view after;
+};
+
+std::vector<item> order_items() {
+  const item items[] = {
+      {"QTY", 'I', 1, "\5\0\0\0"sv, "\7\0\0\0"sv},
+      {"NAME", 'X', 1, "SMITH     ", "SMITH     "},
+      {"ORDER", 'K', 3, "\1\0\2\0\3\0"sv, "\1\0\2\0\4\0"sv},
+      {"ORDER DATE", 'U', 1, "         ", "2024*[x] "},
+      {"RAW", 'B', 1, "AB  \0\0"sv, "AB\0B\0\0"sv},
+      {"ZONED", 'Z', 1, "00}", "01E"},
+      {"PACKED", 'P', 1, "\x01\x2d", "\x00\x0c"sv},
+      {"REAL", 'E', 1, "\0\0\0\0\0\0\x25\x40"sv, "\0\0\0\0\0\0\xf8\x7f"sv},
+      {"WIDE", 'Z', 1, "00000000000000000000000000000000000000000000000007",
+       "00000000000000000000000000000000000000000000000009"},
+      {"ODD", 'Q', 1, "\0"sv, "\0"sv},
+  };
+  return {std::begin(items), std::end(items)};
+}
+
+// An event of session 7; a memo event until it is given a data set.
+class event {
+ public:
+  event() {
+    session.session_id = 7;
+    context.session = &session;
+    context.timestamp = 1705314600;  // 2024-01-15 10:30 UTC
+  }
+
+  event(const char* set_name, char operation,
+        const std::vector<item>& items = order_items())
+      : event() {
+    node.name = set_name;
+    context.node = &node;
+    context.operation = operation;
+    context.record_number = 100;
+    define(items);
+  }
+
+  void define(const std::vector<item>& items) {
+    bytes schema;
+    before_.clear();
+    after_.clear();
+    for (const item& entry : items) {
+      schema.push_back(static_cast<std::uint8_t>(entry.name.size()));
+      append_text(schema, entry.name);
+      schema.push_back(static_cast<std::uint8_t>(entry.type));
+      append_u16(schema, entry.count);
+      append_u16(schema, entry.after.size() / entry.count);
+      schema.insert(schema.end(), 4, 0);
+      append_text(before_, entry.before);
+      append_text(after_, entry.after);
+    }
+    std::uint32_t size = 0;
+    schema_fault fault = schema_fault::none;
+    std::string problem;
+    node.set = node_create_set_context(schema, size, fault, problem);
+    EXPECT_TRUE(node.set) << problem;
+    if (context.operation != '2') context.before_image = before_;
+    if (context.operation != '3') context.after_image = after_;
+  }
+
+  void sign_on(std::initializer_list<std::string> strings, int missing = 0) {
+    bytes data;
+    append_u16(data, strings.size());
+    for (const std::string& text : strings) {
+      append_u16(data, text.size());
+      append_text(data, text);
+    }
+    data.resize(data.size() - static_cast<std::size_t>(missing));
+    EXPECT_TRUE(session.sign_on.copy_from(data));
+  }
+
+  session_entry session;
+  node_entry node;
+  filter_context context;
+
+ private:
+  bytes before_;
+  bytes after_;
+};
+
+void set_memo(memo_slot& slot, std::uint32_t mode, std::string_view text) {
+  bytes data;
+  append_text(data, text);
+  data.push_back(0);
+  EXPECT_TRUE(slot.data.copy_from(data));
+  slot.size = static_cast<std::int32_t>(text.size());
+  slot.mode = mode;
+}
+
+// Evaluates twice: the second time with what was learned the first time.
+void expect_result(int result, const event& e,
+                   std::initializer_list<std::string> texts) {
+  setenv("TZ", "UTC0", 1);
+  for (const std::string& text : texts) {
+    compiled_expr expr;
+    ASSERT_EQ(expr_compile(&expr, text.c_str()), 0) << text;
+    EXPECT_EQ(expr_eval(&expr, e.context), result) << text;
+    EXPECT_EQ(expr_eval(&expr, e.context), result) << "again: " << text;
+  }
+}
+
+void expect_holds(const event& e, std::initializer_list<std::string> texts) {
+  expect_result(EXPR_HOLDS, e, texts);
+}
+
+void expect_fails(const event& e, std::initializer_list<std::string> texts) {
+  expect_result(EXPR_FAILS, e, texts);
+}
+
+TEST(filter_eval, memo_event) {
+  const event e;
+  expect_holds(e, {"DBPUT", "CUSTDB.ORD*", "RECNO = 5", "RECNO BETWEEN 5 3",
+                   "QTY = 7 AND QTY <> 7", "TIMESTAMP = 2024-01-15 10:30"});
+  expect_fails(e, {"NOT DBPUT", "RECNO <> 5", "RECNO > 5", "user <> {*}",
+                   "TIMESTAMP < 2024-01-15 10:30"});
+}
+
+TEST(filter_eval, operation_and_data_set) {
+  event e("CUSTDB.ORDERS", '1');
+  expect_holds(e, {"DBUPDATE", "NOT DBPUT AND NOT DBDELETE", "cust*.ord*",
+                   "[custdb.[N-P\\]RDERS]", "RECNO < 4294967295",
+                   "RECNO = 100 AND RECNO BETWEEN 99 AND 100",
+                   "TIMESTAMP BETWEEN 2024-01-15 2024-01-16"});
+  expect_fails(e, {"DBPUT OR DBDELETE", "*.lines", "c.*", "[*S.]",
+                   "[custdb.[n-p\\]RDERS]", "TIMESTAMP > 2024-01-15 10:30:00"});
+  // More than 2^31 apart.
+  e.context.timestamp = e.context.record_number = 4294967295;
+  expect_holds(e, {"TIMESTAMP > 1970-01-01 AND RECNO > 0"});
+  expect_result(EXPR_ERROR_SYNTAX, event("NODOT", '1'), {"DBUPDATE OR *.*"});
+}
+
+TEST(filter_eval, choice_of_the_image) {
+  event e("D.S", '1');
+  expect_holds(e, {"QTY = 7", "QTY = 5", "-QTY = 5", "+qty = 7", "QTY <> 5"});
+  // Either image will do for each of the two bounds.
+  expect_holds(e, {"QTY BETWEEN 6 9", "QTY BETWEEN 6 AND 6"});
+  expect_fails(e, {"-QTY = 7", "+QTY = 5", "-QTY <> 5", "-QTY BETWEEN 6 9"});
+  expect_holds(event("D.S", '2'), {"-QTY = 7"});
+  expect_holds(event("D.S", '3'), {"+QTY = 5"});
+  e.context.before_image = e.context.after_image = {};
+  expect_fails(e, {"QTY = 7 OR QTY <> 7"});
+}
+
+TEST(filter_eval, numeric_items) {
+  const event e("D.S", '1');
+  expect_holds(
+      e, {"QTY = '7abc' AND QTY = 'x07'",
+          "ZONED = 15 AND ZONED = 0 AND +ZONED > 14",
+          "PACKED = -12 AND PACKED = -0 AND -PACKED < -11",
+          "-REAL = 10.5 AND -REAL = 0x15p-1", "+REAL > 0 AND +REAL > 1e300",
+          "-WIDE = 7 AND +WIDE > 8", "ORDER[1] = 1 AND order[2] = 2",
+          "-ORDER[3] = 3 AND +ORDER[3] = 4"});
+  expect_fails(e, {"QTY = '12abc'",
+                   "QTY <> ' 7'",
+                   "QTY <> 99999999999",
+                   "QTY < 99999999999",
+                   "ZONED <> 1000",
+                   "+REAL < 0",
+                   "WIDE <> 'x'",
+                   "ODD <> 0",
+                   "NOSUCH <> 1",
+                   "[] <> 1",
+                   "[-] <> 1",
+                   "QTY[1] <> 9",
+                   "ORDER = 1",
+                   "ORDER <> 1",
+                   "ORDER[03] <> 9",
+                   "ORDER[0] <> 9",
+                   "ORDER[4] <> 9",
+                   "ORDER[] <> 9",
+                   "ORDER[3x <> 9",
+                   "ORDER[+3] <> 9",
+                   "ORDER[18446744073709551619] <> 9"});
+}
+
+TEST(filter_eval, character_items) {
+  const event e("D.S", '1');
+  expect_holds(e, {"NAME = 'SM*'", "NAME <> 'sm*'", "NAME = 'SMITH'",
+                   "NAME >= 'SMITHSON' AND NAME <= 'SMITHSON'",
+                   "NAME > 'SMITA' AND NAME < 'SN'"});
+  expect_fails(e, {"NAME = 'sm*'", "NAME = 'SMITH     '", "NAME < 'SMI'",
+                   "NAME = 5", "NAME <= 9", "-RAW = 'AB'"});
+  // The tokenizer drops one backslash, the matcher reads the other.
+  expect_holds(e, {"[+ORDER DATE] = '2024\\\\*\\\\[x]'"});
+  expect_fails(e, {"[+ORDER DATE] = '2024\\*\\[x]'"});
+  // An item that is all blank has no characters to compare.
+  expect_holds(e, {"[-ORDER DATE] = '' AND [-ORDER DATE] >= 'z'"});
+  // Patterns see a zero byte, the order ends where both texts have one.
+  expect_holds(
+      e, {"-RAW = 'AB  '", "+RAW = 'AB?B'", "+RAW >= 'AB' AND +RAW <= 'AB'"});
+}
+
+// What an expression keeps of a data set must not outlive its definition.
+TEST(filter_eval, redefined_data_set) {
+  compiled_expr expr;
+  ASSERT_EQ(expr_compile(&expr, "QTY = 7"), 0);
+  event e("D.S", '2');
+  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+  e.define({{"PAD", 'X', 1, "", "    "}, {"QTY", 'K', 1, "", "\7\0"sv}});
+  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+  e.define({{"QTY", 'K', 2, "", "\7\0\7\0"sv}});
+  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
+  e.define({});
+  expect_fails(e, {"QTY <> 1"});
+  e.node.set.reset();
+  expect_fails(e, {"QTY <> 1"});
+
+  // A database's new name is its data sets' new name.
+  ASSERT_EQ(expr_compile(&expr, "SALES.*"), 0);
+  node_add_entry(1, NODE_DATABASE, "stock", 0, 0, nullptr);
+  node_add_entry(2, NODE_DATA_SET, "parts", 1, 0, nullptr);
+  e.context.node = node_get_entry(2);
+  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
+  node_add_entry(1, NODE_DATABASE, "sales", 0, 0, nullptr);
+  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+}
+
+TEST(filter_eval, session_id_and_connection_time) {
+  event e;
+  expect_holds(e, {"id = {7} AND ID = {007} AND id > {6}"});
+  expect_fails(e, {"id <> {7}", "conntime <> {1970-01-01}"});
+  expect_result(EXPR_ERROR_NUMBER, e,
+                {"id = {x}", "id = {}", "id = {-7}", "id = { 7}", "id = {7 }",
+                 "id = {9223372036854775808}", "DBPUT OR id = {x}"});
+  expect_result(EXPR_ERROR_TIME, e,
+                {"conntime > {yesterday}", "conntime > {2024-01-15 }",
+                 "conntime > {2039-01-01}", "NOT DBPUT AND conntime > {}"});
+  e.session.session_id = -7;
+  e.session.conntime = 1705314600;
+  expect_holds(e,
+               {"id < {9223372036854775807}", "conntime = {15.01.2024 10:30}"});
+}
+
+TEST(filter_eval, session_memos) {
+  event e;
+  set_memo(e.session.dbbegin_end, MEMO_DBBEGIN, "batch run 7");
+  set_memo(e.session.dbmemo, MEMO_DBMEMO, "m\0x"sv);
+  expect_holds(
+      e, {"dbbegin = {BATCH*}", "DBBEGIN > {BATCH} AND dbbegin < {Batch S}"});
+  expect_fails(e, {"dbbegin <> {BATCH*}", "dbend = {*}", "dbend <> {*}"});
+  // Patterns see the whole text, the order only up to its zero byte.
+  expect_holds(e, {"dbmemo = {M?X}", "dbmemo <= {M} AND dbmemo >= {M}"});
+  set_memo(e.session.dbbegin_end, MEMO_DBEND, "end");
+  set_memo(e.session.dbmemo, MEMO_DBMEMO, "");
+  expect_holds(e, {"dbend = {END} AND NOT dbbegin = {*}"});
+  expect_fails(e, {"dbmemo = {}", "dbmemo <> {x}"});
+}
+
+TEST(filter_eval, sign_on_attributes) {
+  event e;
+  e.sign_on({"us{short}user{John}host{a\\}b\\\\}", "cut{x", "cut{y\\}",
+             "prog{QUERY}{any}late{1}"});
+  expect_holds(e, {"user = {SHORT}",  // the key us comes first
+                   "HOST = {A\\}B*} AND HOST = {A\\\\\\}B\\\\\\\\}",
+                   "prog = {q*y} AND program = {query}",
+                   "cut = {any} AND late = {any} AND -user = {any}",
+                   "us < {shorter} AND us >= {SHORT}"});
+  expect_fails(e, {"us <> {short}", "host <= {a}"});
+  e.sign_on({"user{" + std::string(5000, 'u') + "}"});
+  EXPECT_EQ(std::strlen(expr_get_session_entry(e.context, "user")), 4095u);
+  EXPECT_EQ(expr_get_session_entry(e.context, "use"), nullptr);
+  // A length that promises more than there is.
+  e.sign_on({"a{1}", "user{2}"}, 1);
+  expect_holds(e, {"a = {1}"});
+  expect_fails(e, {"user <> {x}"});
+}
+
+TEST(filter_eval, stack) {
+  const auto nested = [](int depth) {
+    std::string text;
+    for (int i = 0; i < depth; ++i) text += "DBPUT AND (";
+    return text + "RECNO = 1" +
+           std::string(static_cast<std::size_t>(depth), ')');
+  };
+  expect_holds(event(), {nested(48)});
+  expect_result(EXPR_ERROR_COMPLEX, event(), {nested(49)});
+
+  // The compiler never makes these.
+  compiled_expr expr;
+  EXPECT_EQ(expr_eval(&expr, event().context), EXPR_ERROR_UNDERFLOW);
+  ASSERT_EQ(expr_compile(&expr, "id = {7}"), 0);
+  expr.entries[1].kind = EXPR_KIND_TIME;
+  EXPECT_EQ(expr_eval(&expr, event().context), EXPR_ERROR_SYNTAX);
+  expr.entries[2].token = EXPR_TOKEN_AND;
+  EXPECT_EQ(expr_eval(&expr, event().context), EXPR_ERROR_SYNTAX);
+}
+
+// The texts of the command line make one filter.
+TEST(filter, texts_are_joined_by_and) {
+  ASSERT_EQ(append_filter_expr("DBPUT OR D.S"), 0);
+  ASSERT_EQ(append_filter_expr("NOT RECNO = 1 # first\n"), 0);
+  ASSERT_EQ(append_filter_expr("QTY = 7 OR QTY = 8"), 0);
+  EXPECT_FALSE(has_filter_expr);
+  ASSERT_EQ(setup_filter_expr(), 0);
+  EXPECT_TRUE(has_filter_expr);
+
+  event e("D.S", '1');
+  EXPECT_EQ(expr_eval(&filter_expr, e.context), EXPR_HOLDS);
+  e.context.record_number = 1;
+  EXPECT_EQ(expr_eval(&filter_expr, e.context), EXPR_FAILS);
+  const event other("D.T", '1');
+  EXPECT_EQ(expr_eval(&filter_expr, other.context), EXPR_FAILS);
+}
+
+}  // namespace
