@@ -1,0 +1,43 @@
+#ifndef CHRONEX_UTIL_CHRONEX_AUDIT_WRITER_H
+#define CHRONEX_UTIL_CHRONEX_AUDIT_WRITER_H
+
+// The run's audit output: one gz stream that is opened before any input is
+// processed and closed at the end of the run.
+//
+// Unless said otherwise, operations return 0, or -1 after a failure whose
+// message has been printed. What was written before a failure stays.
+
+#include <zlib.h>
+
+#include <cstdint>
+#include <span>
+
+// The open audit output, or null when none was asked for.
+extern gzFile audit_fp;
+// Its name for messages: the -o argument, or "stdout".
+extern const char* audit_fname;
+
+// Opens (creates or truncates) the audit file `audit_fname`, or a duplicate of
+// standard output. `compress_level` is the number of -Z options: 0 plain, 2
+// Huffman-only gzip, any other number gzip.
+int audit_open(bool to_stdout, int compress_level);
+
+// Closes the audit output if it is open, which writes what is still buffered.
+int audit_close();
+
+// Writes the file header, with the run's character set, and the user comment as
+// the first record, if there is one and it is not empty.
+int audit_write_header(const char* user_comment);
+
+// Begins a record: the tag and the size in bytes of the payload, which must
+// follow in one or more pieces.
+int audit_write_tag(std::uint8_t tag, std::uint32_t size);
+
+// Writes a piece of payload.
+int audit_write(std::span<const std::uint8_t> bytes);
+
+// Writes a comment record with a formatted text, unless it is empty or there is
+// no audit output. On failure the run ends with exit status 1 (run_failed).
+[[gnu::format(printf, 1, 2)]] void audit_write_comment(const char* format, ...);
+
+#endif  // CHRONEX_UTIL_CHRONEX_AUDIT_WRITER_H

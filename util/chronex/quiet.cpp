@@ -1,0 +1,3 @@
+#include "util/chronex/quiet.h"
+
+bool f_skip_action = false;
