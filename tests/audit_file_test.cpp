@@ -1,0 +1,159 @@
+// The audit file: its bytes as written, and what becomes of it as input.
+
+#include <gtest/gtest.h>
+
+#include "tests/support/log_builder.h"
+#include "tests/support/run_program.h"
+
+namespace {
+
+constexpr int DB = 1;
+constexpr int SET = 7;
+constexpr int USER = 3;
+
+const std::string HEADER("KORV.AUDIT01.00\0\xd2\x04\1\0", 20);
+const std::vector<log_item> ITEMS = {{"A", 'X', 1, 4}, {"B", 'I', 2, 2, 5}};
+
+std::string record(char tag, const std::string& payload) {
+  return tag + u32_bytes(static_cast<std::uint32_t>(payload.size())) + payload;
+}
+
+std::string sign_on(int session, const std::string& data) {
+  return record('2', u32_bytes(static_cast<std::uint32_t>(session)) + data);
+}
+
+std::string sign_off(int session) {
+  return record('3', u32_bytes(static_cast<std::uint32_t>(session)));
+}
+
+std::string schema(const std::string& name) {
+  return record('4', u32_bytes(SET) +
+                         u16_bytes(static_cast<std::uint16_t>(name.size())) +
+                         u16_bytes(8) + u16_bytes(2) + u16_bytes(0) + name +
+                         item_list_bytes(ITEMS));
+}
+
+std::string memo(std::uint32_t mode, const std::string& text) {
+  return record('7', u32_bytes(USER) + u32_bytes(100) + u32_bytes(mode) + text);
+}
+
+std::string operation(const std::string& op_flags, const std::string& images) {
+  return record('5', u32_bytes(USER) + u32_bytes(SET) + u32_bytes(100) +
+                         u32_bytes(9) + op_flags + '\0' + images);
+}
+
+const std::string UPDATE{'1', 1, 1};
+const std::string PUT{'2', 0, 1};
+const std::string DELETE{'3', 1, 0};
+
+// Every kind of record, in the order in which they are written.
+std::string rich_audit_file() {
+  return HEADER + sign_on(USER, sign_on_bytes({"user{X}"})) +
+         schema("ORDERS.CUSTOMER") + memo('b', "begin") +
+         operation(PUT, "aaaabbbb") + memo('m', "note") +
+         operation(UPDATE, "aaaabbbbccccdddd") + memo('e', "done") +
+         operation(DELETE, "ccccdddd") + sign_off(USER);
+}
+
+}  // namespace
+
+TEST(AuditFile, IsWrittenToTheByteAndReadBack) {
+  log_builder log;
+  log.time(100)
+      .pace(0)
+      .database(DB, "orders")
+      .data_set(SET, DB, "customer", ITEMS);
+  log.sign_on(USER, {"user{X}"}).memo(USER, 'b', "begin");
+  log.put(USER, SET, 9, "aaaabbbb").memo(USER, 'm', "note");
+  log.data_set(SET, DB, "customer", ITEMS);
+  log.update(USER, SET, 9, "aaaabbbb", "ccccdddd").memo(USER, 'e', "done");
+  log.remove(USER, SET, 9, "ccccdddd").sign_off(USER);
+  log.sign_on_raw(5, "").sign_off(5);
+  log.sign_on_raw(4, "").memo(4, 'e', "").sign_off(4).end();
+  const test_directory directory;
+  directory.write("log", log.bytes());
+  EXPECT_EQ(0, directory.run({"-o", "audit", "log"}).status);
+  // A memo that passes the filter by itself comes before the schema.
+  std::string expected = rich_audit_file();
+  const std::string begin = memo('b', "begin");
+  const std::string set = schema("ORDERS.CUSTOMER");
+  expected.replace(expected.find(set), set.size() + begin.size(), begin + set);
+  // All that happened in session 4 was a memo without text.
+  EXPECT_EQ(expected + sign_on(4, "") + sign_off(4), directory.read("audit"));
+  EXPECT_EQ(0, directory.run({"-o", "again", "-Z", "audit"}).status);
+  EXPECT_EQ(expected, directory.read("again"));
+}
+
+TEST(AuditFile, IsFilteredAgain) {
+  const test_directory directory;
+  directory.write("in", rich_audit_file());
+  // Memos fail this filter, so they wait for the operation.
+  EXPECT_EQ(0, directory.run({"-o", "out", "-e", "RECNO > 8", "in"}).status);
+  EXPECT_EQ(rich_audit_file(), directory.read("out"));
+  const program_result deletes = directory.run({"-r", "-e",
+                                                "DBDELETE AND "
+                                                "RECNO > 0",
+                                                "in"});
+  EXPECT_EQ(
+      "\nSIGN-ON session:3\n user{X}\n"
+      "DBDELETE ORDERS.CUSTOMER (#7) recno:9 session:3\n"
+      " timestamp: 1970-01-01 00:01:40\n",
+      deletes.out);
+}
+
+TEST(AuditFile, RefusesWhatDoesNotAddUp) {
+  const std::string start =
+      HEADER + sign_on(USER, "") + schema("ORDERS.CUSTOMER");
+  struct {
+    std::string bytes;
+    std::string err;
+  } const cases[] = {
+      {HEADER + "1", "unexpected end of file\nUnable to read record size\n"},
+      {HEADER + "1" + u32_bytes(9) + "text",
+       "unexpected end of file\nUnable to read record data (9 bytes)\n"},
+      {HEADER + "1" + u32_bytes(0x100001),
+       "bad file format\nUnexpected record size (1048577 bytes)\n"},
+      {HEADER + "1" + u32_bytes(0),
+       "bad file format\nUnexpected record size (0 bytes)\n"},
+      {HEADER + sign_on(USER, "\1"),
+       "bad file format\nMalformed sign-on record (5 bytes)\n"},
+      {HEADER + sign_on(USER, sign_on_bytes({"a"}) + "x"),
+       "bad file format\nMalformed sign-on record (10 bytes)\n"},
+      {HEADER + record('3', "12345"),
+       "bad file format\nMalformed sign-off record (5 bytes)\n"},
+      {HEADER + record('4', u32_bytes(SET) + u16_bytes(1) + "123456"),
+       "bad file format\nMalformed schema record (12 bytes)\n"},
+      {start + record('5', "short"),
+       "bad file format\nMalformed image operation record (5 bytes)\n"},
+      {start + operation(PUT, "aaaabbb"),
+       "bad file format\nMalformed image operation record (27 bytes)\n"},
+      {start + operation({'4', 0, 1}, "aaaabbbb"),
+       "bad file format\nMalformed image operation record (28 bytes)\n"},
+      {start + record('7', "short"),
+       "bad file format\nMalformed memo record (5 bytes)\n"},
+  };
+  for (const auto& test : cases) {
+    const test_directory directory;
+    directory.write("in", test.bytes);
+    const program_result result = directory.run({"-r", "-o", "out", "in"});
+    EXPECT_EQ("in: " + test.err, result.err);
+    EXPECT_EQ(1, result.status);
+    EXPECT_EQ(HEADER, directory.read("out"));
+  }
+  const test_directory directory;
+  directory.write("in", start + record('6', "?") +
+                            record('7', u32_bytes(USER) + u32_bytes(0) +
+                                            u32_bytes(100) + "x") +
+                            operation(PUT, "aaaabbbb"));
+  EXPECT_EQ(0, directory.run({"-r", "in"}).status);
+}
+
+TEST(AuditFile, EchoesComments) {
+  const std::string text(300, 'c');
+  const test_directory directory;
+  directory.write("in", HEADER + record('1', text) + record('1', "short"));
+  EXPECT_EQ(text.substr(0, 256) + " ...\nshort\n", directory.run({"in"}).err);
+  const program_result whole = directory.run({"-x", "-o", "out", "in"});
+  EXPECT_EQ(text + "\nshort\n", whole.err);
+  EXPECT_EQ(HEADER, directory.read("out"));
+}

@@ -1,0 +1,258 @@
+// How the actions of forward logs become events: pairing of images, state that
+// is carried on, gaps and repeats, and logs that are damaged.
+
+#include <gtest/gtest.h>
+
+#include "tests/support/log_builder.h"
+#include "tests/support/run_program.h"
+
+namespace {
+
+constexpr int DB = 1;
+constexpr int SET = 7;
+constexpr int USER = -5;
+
+// A log that knows a session, a database and a data set of 4-byte records.
+log_builder started_log(const log_header& header = {}) {
+  log_builder log(header);
+  log.time(100).pace(0).database(DB, "orders");
+  log.data_set(SET, DB, "customer", {{"A", 'X', 1, 4}});
+  log.sign_on(USER, {});
+  return log;
+}
+
+std::string report_of(const log_builder& log,
+                      const std::vector<std::string>& options) {
+  const test_directory directory;
+  directory.write("log", log.bytes());
+  std::vector<std::string> arguments = options;
+  arguments.emplace_back("log");
+  const program_result result = directory.run(arguments);
+  EXPECT_LE(result.status, 1);
+  return result.out + result.err;
+}
+
+const std::string SIGN_ON = "\nSIGN-ON session:-5\n";
+
+std::string line(const char* operation, int seconds) {
+  return std::string("DB") + operation +
+         " ORDERS.CUSTOMER (#7) recno:9 session:-5\n timestamp: 1970-01-01 "
+         "00:0" +
+         std::to_string(seconds / 60) + ":" + (seconds % 60 < 10 ? "0" : "") +
+         std::to_string(seconds % 60) + "\n";
+}
+
+log_operation part(std::uint8_t op, const char* image,
+                   std::uint32_t image_key = 0) {
+  return {.session = USER,
+          .node = SET,
+          .recno = 9,
+          .op = op,
+          .image = image,
+          .image_key = image_key};
+}
+
+}  // namespace
+
+TEST(ForwardLog, PairsOperationsWithTheirFirstPart) {
+  struct {
+    const char* name;
+    log_builder log;
+    std::string report;
+  } const cases[] = {
+      {"a put alone", started_log().operation(part(3, "aaaa")),
+       line("PUT", 100)},
+      {"an update takes the time of its before-image",
+       started_log()
+           .before_image(part(1, "aaaa"))
+           .time(110)
+           .operation(part(1, "bbbb")),
+       line("UPDATE", 100)},
+      {"a marker makes an update a put",
+       started_log()
+           .operation(part(4, ""))
+           .time(110)
+           .operation(part(1, "bbbb")),
+       line("PUT", 100)},
+      {"a marker does not drop a before-image",
+       started_log()
+           .before_image(part(1, "aaaa"))
+           .time(110)
+           .operation(part(4, ""))
+           .time(120)
+           .operation(part(1, "bbbb")),
+       line("UPDATE", 110)},
+      {"a put with a before-image is an update",
+       started_log().before_image(part(1, "aaaa")).operation(part(3, "bbbb")),
+       line("UPDATE", 100)},
+      {"another image key is another operation",
+       started_log()
+           .before_image(part(5, "aaaa", 1))
+           .time(110)
+           .operation(part(5, "", 2)),
+       line("DELETE", 110)},
+      {"unknown operation codes are passed over",
+       started_log().operation(part(2, "aaaa")), ""},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    log_builder log = test.log;
+    const std::string expected =
+        test.report.empty() ? "" : SIGN_ON + test.report;
+    EXPECT_EQ(expected, report_of(log.end(), {"-r"}));
+  }
+}
+
+TEST(ForwardLog, ReplacesAndFillsUpBeforeImages) {
+  log_builder log = started_log();
+  log.before_image(part(1, "full")).before_image(part(1, "s"));
+  log.operation(part(1, "full")).end();
+  const std::string report = report_of(log, {"-r", "-v"});
+  EXPECT_NE(std::string::npos, report.find(" -A                     : "
+                                           "\"s\\000\\000\\000\"\n"))
+      << report;
+  EXPECT_NE(std::string::npos,
+            report.find("WARNING: short before-image in forward-log action "
+                        "1-1.5\n         found: 1 bytes, expected: 4 bytes\n"))
+      << report;
+}
+
+TEST(ForwardLog, HoldsMemosBack) {
+  log_builder log = started_log();
+  log.memo(USER, 'm', "dropped")
+      .memo(USER, 'b', "begin\t\\")
+      .memo(USER, 'm', "");
+  log.put(USER, SET, 1, "aaaa").memo(USER, 'x', "other").end();
+  const std::string begin =
+      "MEMO session:-5 mode:DBBEGIN size:7 timestamp: 1970-01-01 00:01:40\n"
+      " begin\\011\\\\\n";
+  const std::string put =
+      "DBPUT ORDERS.CUSTOMER (#7) recno:1 session:-5\n"
+      " timestamp: 1970-01-01 00:01:40\n";
+  // A held-back memo is shown only where operations are shown.
+  EXPECT_EQ(SIGN_ON + begin + put,
+            report_of(log, {"-rm", "-e",
+                            "RECNO = 1 AND "
+                            "NOT (dbmemo = {*})"})
+                .substr(0, SIGN_ON.size() + begin.size() + put.size()));
+  EXPECT_EQ("", report_of(log, {"-m", "-e", "RECNO = 1 AND NOT RECNO = 0"}));
+  EXPECT_NE(std::string::npos,
+            report_of(log, {"-m"}).find("mode:120 size:5 timestamp"));
+}
+
+TEST(ForwardLog, ReportsGapsAndRepeats) {
+  const test_directory directory;
+  directory.write("7-1", started_log({.generation = 7}).end().bytes());
+  directory.write("7-3", started_log({.generation = 7, .sequence = 3})
+                             .put(USER, SET, 1, "aaaa")
+                             .number(3)
+                             .put(USER, SET, 2, "rept")
+                             .memo(USER, 'm', "again")
+                             .number(5)
+                             .put(USER, SET, 3, "bbbb")
+                             .number(9)
+                             .slave_sync()
+                             .bytes());
+  directory.write("9-1", log_builder({.generation = 9})
+                             .record({.record_type = 28}, "")
+                             .record({.record_type = 28}, "")
+                             .raw("X")
+                             .bytes());
+  const program_result result = directory.run(
+      {"-r", "-m", "-v", "-o", "audit", "7-1", "7-3", "7-3", "9-1"});
+  EXPECT_EQ(
+      "WARNING: file sequence mismatch in file 7-3\n"
+      "         found: 3, expected: 2\n"
+      "         information from 1 file(s) is apparently missing\n"
+      "INFO: action sequence mismatch in file 7-3\n"
+      "      found: 3, expected: 5\n"
+      "      skipping 2 actions\n"
+      "WARNING: action sequence mismatch in file 7-3\n"
+      "         found: 9, expected: 6\n"
+      "         information from 3 action(s) is apparently missing\n"
+      "NOTE: role change from replication slave to master detected in "
+      "forward-log segment 7-3 - continuing\n"
+      "WARNING: unexpected EOF encountered on forward-log action 7-3.9 while "
+      "reading next tag opcode\n"
+      "INFO: file sequence mismatch (found: 3, expected: 4)\n"
+      "      skipping file 7-3\n"
+      "WARNING: file generation mismatch in file 9-1\n"
+      "         found: 9, expected: 8\n"
+      "         information from 1 forward-log generation(s) is apparently "
+      "missing\n"
+      "WARNING: server abort detected in forward-log segment 9-1 - continuing\n"
+      "WARNING: unexpected EOF encountered on forward-log action 9-1.2 while "
+      "reading next tag header\n",
+      result.err);
+  // Repeated operations are silent; memos go their own way.
+  EXPECT_EQ(std::string::npos, result.out.find("recno:2"));
+  EXPECT_NE(std::string::npos, result.out.find("recno:3"));
+  EXPECT_NE(std::string::npos, result.out.find("again"));
+  EXPECT_NE(std::string::npos,
+            directory.read("audit").find(
+                "WARNING: while the original forward-log was processed, file "
+                "9-1 was skipped due to a file generation mismatch (found: 9, "
+                "expected: 8) - information from 1 forward-log generation(s) "
+                "is apparently missing"));
+}
+
+TEST(ForwardLog, RefusesSizesOutsideTheFormat) {
+  const std::string large(8193, 'x');
+  struct {
+    log_builder log;
+    const char* problem;
+  } const cases[] = {
+      {started_log().before_image(part(1, large.c_str())),
+       "Unexpected size of before-image (8193 bytes, maximum 8192)\n"},
+      {started_log().meta(8193, large),
+       "Unexpected size of meta data (8193 bytes, maximum 8192)\n"},
+      {started_log().database(2, large.substr(1)),
+       "Unexpected size of database name (8192 bytes, maximum 8191)\n"},
+      {started_log().context(SET, 3, "abc"),
+       "Unexpected size of data set context (3 bytes, minimum 4)\n"},
+      {started_log().context(SET, 3, u32_bytes(DB)),
+       "Unexpected size of data set context (4 bytes, minimum 5)\n"},
+      {started_log().context(SET, 3, u32_bytes(DB) + "\5abcd"),
+       "Unexpected size of data set name (5 bytes, exceeds its context)\n"},
+      {started_log().audit(USER, 11, "x"),
+       "Unexpected size of sign-off data (1 bytes, expected 0)\n"},
+      {started_log().data_set(SET, DB, "n", {{"A", 'X', 0, 4}}),
+       "Item 1 of data set schema has count 0 and size 4\n"},
+      {started_log().data_set(SET, DB, "n",
+                              {{"A", 'X', 1, 32767}, {"B", 'X', 1, 1}}),
+       "Data set schema exceeds maximum record size (32768 bytes, maximum "
+       "32767)\n"},
+      {started_log().context(SET, 3, u32_bytes(DB) + std::string("\1N\3AB", 5)),
+       "Item 1 of data set schema exceeds the list (3 bytes)\n"},
+      {started_log().keys(DB, {{.id = 4, .type = 1, .key = "k", .key_len = 9}}),
+       "Entry 1 of database encryption key context exceeds its size (11 "
+       "bytes)\n"},
+  };
+  for (const auto& test : cases) {
+    EXPECT_EQ(std::string("log: bad file format\n") + test.problem,
+              report_of(test.log, {"-r"}));
+  }
+}
+
+TEST(ForwardLog, ReadsACompressedLogUpToItsDamage) {
+  const test_directory directory;
+  log_builder log = started_log();
+  for (std::uint32_t recno = 0; recno < 9000; ++recno) {
+    log.put(USER, SET, recno, u32_bytes(recno * 2654435761U));
+  }
+  directory.write("log.gz", log.bytes(), true);
+  const program_result whole = directory.run({"-r", "log.gz"});
+  EXPECT_NE(std::string::npos, whole.out.find("recno:8999 "));
+  const std::string notice =
+      "WARNING: unexpected EOF encountered on forward-log action 1-1.9003 "
+      "while "
+      "reading next tag opcode\n";
+  EXPECT_EQ(notice, whole.err);
+
+  // With a wrong check sum at its very end, every action is still there.
+  directory.change_byte("log.gz", -6);
+  const program_result damaged = directory.run({"-r", "log.gz"});
+  EXPECT_EQ(whole.out, damaged.out);
+  EXPECT_EQ(notice + "log.gz: incorrect data check\n", damaged.err);
+  EXPECT_EQ(0, damaged.status);
+}

@@ -1,0 +1,43 @@
+#ifndef CHRONEX_TESTS_SUPPORT_RUN_PROGRAM_H
+#define CHRONEX_TESTS_SUPPORT_RUN_PROGRAM_H
+
+// Runs the program as a user would, in a directory of its own.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct program_result {
+  std::string out;
+  std::string err;
+  // Exit status, or 256 + the signal that ended the program.
+  int status = 0;
+};
+
+// A new directory for one test, removed with everything in it at the end.
+class test_directory {
+ public:
+  test_directory();
+  ~test_directory();
+  test_directory(const test_directory&) = delete;
+  test_directory& operator=(const test_directory&) = delete;
+
+  std::string path(std::string_view name) const;
+  void write(std::string_view name, std::string_view bytes,
+             bool compressed = false) const;
+  // Changes one byte of a file, counted from its end: -1 is the last.
+  void change_byte(std::string_view name, int position) const;
+  // The contents of a file, decompressed if it is a gzip file.
+  std::string read(std::string_view name) const;
+
+  // Runs chronex in the directory. `input` is what standard input delivers;
+  // `environment` has NAME=value texts beside TZ=UTC and the path.
+  program_result run(const std::vector<std::string>& arguments,
+                     std::string_view input = {},
+                     const std::vector<std::string>& environment = {}) const;
+
+ private:
+  std::string root_;
+};
+
+#endif  // CHRONEX_TESTS_SUPPORT_RUN_PROGRAM_H
