@@ -10,8 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <new>
 #include <utility>
+
+#include "common/owned_bytes.h"
 
 // Hashes of one and of three 32-bit keys.
 std::uint32_t keyed_hash(std::uint32_t key);
@@ -105,7 +106,7 @@ class chained_table {
   bool resize(std::size_t bucket_count) {
     std::unique_ptr<std::unique_ptr<Entry>[]> old = std::move(buckets_);
     const std::size_t old_count = bucket_count_;
-    buckets_.reset(new (std::nothrow) std::unique_ptr<Entry>[bucket_count]);
+    buckets_ = try_make_array<std::unique_ptr<Entry>>(bucket_count);
     if (!buckets_) {
       buckets_ = std::move(old);
       return false;

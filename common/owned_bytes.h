@@ -38,6 +38,8 @@ class owned_bytes {
   [[nodiscard]] bool grow(std::size_t size) noexcept;
   // Allocates and fills a copy of `bytes`; none (and true) when it is empty.
   [[nodiscard]] bool copy_from(std::span<const std::uint8_t> bytes) noexcept;
+  // Drops everything behind the first `size` bytes; at 0 the object is none.
+  void truncate(std::size_t size) noexcept;
   void reset() noexcept;
 
   explicit operator bool() const { return block_ != nullptr; }
@@ -61,6 +63,13 @@ template <typename T>
 std::unique_ptr<T> try_make() noexcept {
   static_assert(noexcept(T()));
   return std::unique_ptr<T>(new (std::nothrow) T());
+}
+
+// The same for an array of `count` elements.
+template <typename T>
+std::unique_ptr<T[]> try_make_array(std::size_t count) noexcept {
+  static_assert(noexcept(T()));
+  return std::unique_ptr<T[]>(new (std::nothrow) T[count]());
 }
 
 #endif  // CHRONEX_COMMON_OWNED_BYTES_H

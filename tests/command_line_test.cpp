@@ -25,6 +25,9 @@ TEST(CommandLine, StatusAndMessages) {
   directory.write("filter", "DBPUT # puts only\n");
   directory.write("large", std::string(102400, ' ').replace(0, 5, "DBPUT"));
   directory.write("larger", std::string(102401, ' '));
+  // Names that share a bucket.
+  std::string many_names;
+  for (int i = 0; i < 60000; ++i) many_names += "a,";
   struct {
     std::vector<std::string> arguments;
     int status;
@@ -58,6 +61,9 @@ TEST(CommandLine, StatusAndMessages) {
       {{"-i1", "-I", "a", "log"},
        0,
        "WARNING: Option -i has no effect because -r is not specified\n"
+       "WARNING: Option -I has no effect because -r is not specified\n"},
+      {{"-I", many_names, "-I", many_names, "-I", many_names, "log"},
+       0,
        "WARNING: Option -I has no effect because -r is not specified\n"},
       {{"-f", "filter", "-f", "large", "log"}, 0, ""},
       {{"-o", "no/audit", "log"},

@@ -90,10 +90,8 @@ class event {
       append_text(before_, entry.before);
       append_text(after_, entry.after);
     }
-    std::uint32_t size = 0;
-    schema_fault fault = schema_fault::none;
     std::string problem;
-    node.set = node_create_set_context(schema, size, fault, problem);
+    node.set = node_create_set_context(schema, problem);
     EXPECT_TRUE(node.set) << problem;
     if (context.operation != '2') context.before_image = before_;
     if (context.operation != '3') context.after_image = after_;
@@ -248,11 +246,11 @@ TEST(filter_eval, redefined_data_set) {
 
   // A database's new name is its data sets' new name.
   ASSERT_EQ(expr_compile(&expr, "SALES.*"), 0);
-  node_add_entry(1, NODE_DATABASE, "stock", 0, 0, nullptr);
-  node_add_entry(2, NODE_DATA_SET, "parts", 1, 0, nullptr);
+  node_add_entry(1, NODE_DATABASE, "stock", 0, nullptr);
+  node_add_entry(2, NODE_DATA_SET, "parts", 1, nullptr);
   e.context.node = node_get_entry(2);
   EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
-  node_add_entry(1, NODE_DATABASE, "sales", 0, 0, nullptr);
+  node_add_entry(1, NODE_DATABASE, "sales", 0, nullptr);
   EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
 }
 

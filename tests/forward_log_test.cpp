@@ -234,6 +234,23 @@ TEST(ForwardLog, RefusesSizesOutsideTheFormat) {
   }
 }
 
+TEST(ForwardLog, TrimsSignOnDataThatLieAboutTheirLengths) {
+  const std::string lies[] = {"\1", u16_bytes(0) + "extra",
+                              u16_bytes(2) + u16_bytes(1) + "a",
+                              u16_bytes(1) + u16_bytes(255) + "conntime{5}"};
+  for (const std::string& data : lies) {
+    const test_directory directory;
+    log_builder log = started_log();
+    log.sign_on_raw(USER, data).put(USER, SET, 1, "aaaa").end();
+    directory.write("log", log.bytes());
+    const program_result first = directory.run({"-r", "-o", "audit", "log"});
+    const program_result again = directory.run({"-r", "audit"});
+    EXPECT_EQ(0, again.status);
+    EXPECT_EQ("", first.err + again.err);
+    EXPECT_EQ(first.out, again.out);
+  }
+}
+
 TEST(ForwardLog, ReadsACompressedLogUpToItsDamage) {
   const test_directory directory;
   log_builder log = started_log();
@@ -255,4 +272,11 @@ TEST(ForwardLog, ReadsACompressedLogUpToItsDamage) {
   EXPECT_EQ(whole.out, damaged.out);
   EXPECT_EQ(notice + "log.gz: incorrect data check\n", damaged.err);
   EXPECT_EQ(0, damaged.status);
+
+  // An end tag does not hide it.
+  directory.write("complete.gz", log.end().bytes(), true);
+  EXPECT_EQ("", directory.run({"complete.gz"}).err);
+  directory.change_byte("complete.gz", -6);
+  EXPECT_EQ("complete.gz: incorrect data check\n",
+            directory.run({"complete.gz"}).err);
 }

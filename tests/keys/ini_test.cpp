@@ -119,15 +119,13 @@ TEST_F(ini_file, results_are_cut_to_the_buffers) {
 
 TEST_F(ini_file, raw_lines) {
   const int handle = open(";c\nlong line\n[s]\nk=v");
-  const struct {
-    int result;
-    std::string text;
-  } reads[] = {{0, ";c\n"}, {0, "long li"}, {0, "ne\n"}, {2, ""}, {2, ""}};
   std::array<char, 8> line{};
-  for (const auto& each : reads) {
-    EXPECT_EQ(ini_next_line(handle, line), each.result);
-    if (each.result == 0) EXPECT_EQ(line.data(), each.text);
+  for (const char* text : {";c\n", "long li", "ne\n"}) {
+    EXPECT_EQ(ini_next_line(handle, line), 0);
+    EXPECT_STREQ(line.data(), text);
   }
+  EXPECT_EQ(ini_next_line(handle, line), 2);
+  EXPECT_EQ(ini_next_line(handle, line), 2);
   EXPECT_EQ(next_section(handle), "S");
   EXPECT_EQ(ini_next_line(handle, line), 0);
   EXPECT_EQ(ini_next_line(handle, line), 1);

@@ -1,13 +1,15 @@
 // Unlocks master keys as the environment says and tells on standard output what
 // the store then holds. With "-stdio" the dialogue uses standard input. Any
 // other argument is a secret, with the lowest bit of each byte flipped: whether
-// it is left in this process's memory is told too.
+// it is left in this process's memory is told too. The exit status is 0 when
+// the prompt's signals have their default actions again.
 
 #include <fcntl.h>
 #include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -76,10 +78,13 @@ int main(int argc, char** argv) {
   } else {
     result = ko_mkey_init();
   }
+  // Before anything else reuses the memory.
+  const bool secret_left = argc > 1 && in_memory(argument);
   print_store();
   std::printf("result %d\n", result);
-  if (argc > 1) {
-    std::printf("secret in memory: %d\n", in_memory(argument) ? 1 : 0);
+  if (argc > 1) std::printf("secret in memory: %d\n", secret_left ? 1 : 0);
+  for (const int signal_number : {SIGINT, SIGTERM}) {
+    if (std::signal(signal_number, SIG_DFL) != SIG_DFL) return EXIT_FAILURE;
   }
   return EXIT_SUCCESS;
 }

@@ -46,6 +46,10 @@ void write_file(const char* path, const std::string& text) {
   std::ofstream(path) << text;
 }
 
+int shell(const char* command) {
+  return std::system(command);  // NOLINT(cert-env33-c)
+}
+
 bool echo_is_on(int terminal) {
   termios settings{};
   EXPECT_EQ(tcgetattr(terminal, &settings), 0);
@@ -111,7 +115,7 @@ class mkey : public testing::Test {
   mkey() : dir_(testing::TempDir() + "mkey." + std::to_string(getpid())) {
     std::filesystem::create_directory(dir_);
     std::filesystem::current_path(dir_);
-    EXPECT_EQ(std::system(MAKE_KEY_FILE " >kodb.key"), 0);
+    EXPECT_EQ(shell(MAKE_KEY_FILE " >kodb.key"), 0);
   }
   ~mkey() override {
     std::filesystem::current_path("/");
@@ -195,6 +199,7 @@ TEST_F(mkey, end_of_input) {
   EXPECT_EQ(result.tty,
             "Enter passphrase for compat:\r\n"
             "Unable to read passphrase -- try again\r\n");
+  EXPECT_EQ(result.status, 0);
   const outcome failed = run("compat", {{"\x04"}, {"\x04"}});
   EXPECT_EQ(failed.status, 1);
   EXPECT_EQ(failed.err, "Unable to read passphrase -- giving up\n");
@@ -213,9 +218,9 @@ TEST_F(mkey, without_a_terminal) {
   setenv("KO_MKEYID", "compat", 1);
   const std::string prompt = "Enter passphrase for compat:\n";
   write_file("in", "wrong\nsecret of compat\r\n");
-  EXPECT_NE(std::system("setsid -w " MKEY_PROBE " <in 2>err"), 0);
+  EXPECT_NE(shell("setsid -w " MKEY_PROBE " <in 2>err"), 0);
   EXPECT_EQ(read_file("err"), "Unable to open tty -- failed\n");
-  EXPECT_EQ(std::system("setsid -w " MKEY_PROBE " -stdio <in >out 2>err"), 0);
+  EXPECT_EQ(shell("setsid -w " MKEY_PROBE " -stdio <in >out 2>err"), 0);
   EXPECT_EQ(read_file("err"),
             prompt + BAD + prompt + "compat: Master key activated\n");
 }
@@ -256,17 +261,16 @@ TEST_F(mkey, lists_that_are_refused) {
 TEST_F(mkey, sections_that_are_refused) {
   const std::string sum = "cksum=00112233445566778899aabbccddeeff\n";
   const std::string key = "key" + sum.substr(5);
-  const std::string p = "Inconsistent key file (p:";
   const std::string failed = "Failed to read key file\n";
   const struct {
     std::string section;
     std::string err;
   } cases[] = {
-      {sum, p + "0111)\n"},
-      {key, p + "1011)\n"},
-      {sum + "keyp=00\n", p + "0101)\n"},
-      {sum + "cksump=00\n", p + "0110)\n"},
-      {key + sum + "cksum=00\n", p + "0011)\n"},
+      {sum, "Inconsistent key file (p:0111)\n"},
+      {key, "Inconsistent key file (p:1011)\n"},
+      {sum + "keyp=00\n", "Inconsistent key file (p:0101)\n"},
+      {sum + "cksump=00\n", "Inconsistent key file (p:0110)\n"},
+      {key + sum + "cksum=00\n", "Inconsistent key file (p:0011)\n"},
       {sum + "key=" + std::string(30, '0'), "Inconsistent key file (s:15)\n"},
       {sum + key + "keyp=00\ncksump" + sum.substr(5),
        "Inconsistent key file (s:1)\n"},
@@ -280,13 +284,14 @@ TEST_F(mkey, sections_that_are_refused) {
     write_file("kodb.key", "[a]\n" + each.section);
     EXPECT_EQ(run("a").err, each.err) << each.section;
   }
+  const std::string section = "[a]\n" + sum + key + "cipher=";
   for (const char* cipher :
        {"none", "HMAC-SHA1:aes128-cbc:01:1", "hmac-sha1:aes192-cbc:01:1",
         "hmac-sha1:aes128-cbc-padded:01:1", "hmac-sha1:aes128-cbc:01",
         "hmac-sha1:aes128-cbc::1", "hmac-sha1:aes128-cbc:AA:1",
         "hmac-sha1:aes128-cbc:010203040506070809:1",
         "hmac-sha1:aes128-cbc:01:0", "hmac-sha1:aes128-cbc:01:-1"}) {
-    write_file("kodb.key", "[a]\n" + sum + key + "cipher=" + cipher);
+    write_file("kodb.key", section + cipher);
     EXPECT_EQ(run("a").err,
               std::string(cipher) + ": Unsupported cipher argument\n");
   }

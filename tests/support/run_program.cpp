@@ -75,6 +75,10 @@ std::string test_directory::read(std::string_view name) const {
   return bytes;
 }
 
+std::string test_directory::read_raw(std::string_view name) const {
+  return read_plain(path(name));
+}
+
 program_result test_directory::run(
     const std::vector<std::string>& arguments, std::string_view input,
     const std::vector<std::string>& environment) const {

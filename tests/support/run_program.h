@@ -30,6 +30,9 @@ class test_directory {
   // The contents of a file, decompressed if it is a gzip file.
   std::string read(std::string_view name) const;
 
+  // The contents as they are.
+  std::string read_raw(std::string_view name) const;
+
   // Runs chronex in the directory. `input` is what standard input delivers;
   // `environment` has NAME=value texts beside TZ=UTC and the path.
   program_result run(const std::vector<std::string>& arguments,

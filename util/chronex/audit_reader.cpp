@@ -27,7 +27,7 @@ constexpr int FILE_DONE = 1;
 constexpr int FILE_FAILED = -1;
 
 int report_truncated(const input_file& file, const std::string& problem) {
-  if (report_no_memory(file)) return FILE_FAILED;
+  if (report_no_resources(file)) return FILE_FAILED;
   message("%s: unexpected end of file\n%s\n", file.name.c_str(),
           problem.c_str());
   report_read_error(file);
@@ -38,9 +38,8 @@ int report_truncated(const input_file& file, const std::string& problem) {
 // allowed.
 int report_malformed(const input_file& file, const char* record,
                      byte_run payload) {
-  const std::string problem = std::string("Malformed ") + record + " record (" +
-                              std::to_string(payload.size()) + " bytes)";
-  return report_bad_format(file, problem.c_str());
+  return report_bad_format(file, "Malformed %s record (%zu bytes)", record,
+                           payload.size());
 }
 
 // A copy of `text` with a zero byte behind it; false without memory.
@@ -120,20 +119,15 @@ int decode_node_schema(const input_file& file, byte_run payload) {
             head.name_sz + 1U, head.node_id);
     return FILE_FAILED;
   }
-  std::uint32_t data_sz = 0;
-  schema_fault fault = schema_fault::none;
   std::string problem;
-  std::unique_ptr<set_context> set = node_create_set_context(
-      rest.subspan(head.name_sz), data_sz, fault, problem);
+  std::unique_ptr<set_context> set =
+      node_create_set_context(rest.subspan(head.name_sz), problem);
   if (!set) {
-    if (fault == schema_fault::malformed) {
-      report_bad_format(file, problem.c_str());
-    }
+    if (!problem.empty()) report_bad_format(file, "%s", problem.c_str());
     return FILE_FAILED;
   }
   node_add_entry(static_cast<std::int32_t>(head.node_id), NODE_DATA_SET,
-                 reinterpret_cast<const char*>(name.data()), 0, data_sz,
-                 std::move(set));
+                 reinterpret_cast<const char*>(name.data()), 0, std::move(set));
   return RECORD_DONE;
 }
 
@@ -234,7 +228,7 @@ const std::uint8_t* read_payload(input_file& file, std::uint32_t size) {
 int process_record(input_file& file) {
   const std::uint8_t* head = file.stream.take(1);
   if (head == nullptr) {
-    if (file.stream.no_memory() || file.stream.broke_off()) {
+    if (file.stream.resource_error() != 0 || file.stream.broke_off()) {
       return report_truncated(file, "Unable to read record tag");
     }
     session_cleanup();
@@ -247,9 +241,7 @@ int process_record(input_file& file) {
   }
   const std::uint32_t size = load_u32(head);
   if (size == 0 || size > AUDIT_MAX_RECORD_SIZE) {
-    message("%s: bad file format\nUnexpected record size (%u bytes)\n",
-            file.name.c_str(), size);
-    return FILE_FAILED;
+    return report_bad_format(file, "Unexpected record size (%u bytes)", size);
   }
   const std::uint8_t* payload = read_payload(file, size);
   if (payload == nullptr) {
@@ -283,6 +275,7 @@ int audit_read_file_header(input_file& file) {
   if (read_version(file) != 0) return -1;
   const std::uint8_t* fields = file.stream.take(4);
   if (fields == nullptr) {
+    if (report_no_resources(file)) return -1;
     report_bad_format(file, "Unable to read file header");
     report_read_error(file);
     return -1;

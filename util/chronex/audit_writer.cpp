@@ -1,8 +1,10 @@
 #include "util/chronex/audit_writer.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -35,6 +37,15 @@ const char* write_mode(int compress_level) {
     default:
       return "wb";
   }
+}
+
+// A standard output that was closed has a placeholder, which cannot be written.
+int duplicate_standard_output() {
+  if ((fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) == O_RDONLY) {
+    errno = EBADF;
+    return -1;
+  }
+  return dup(STDOUT_FILENO);
 }
 
 bool put_bytes(std::span<const std::uint8_t> bytes) {
@@ -70,7 +81,7 @@ std::string format_text(const char* format, std::va_list arguments) {
 int audit_open(bool to_stdout, int compress_level) {
   const char* mode = write_mode(compress_level);
   if (to_stdout) {
-    const int descriptor = dup(STDOUT_FILENO);
+    const int descriptor = duplicate_standard_output();
     if (descriptor >= 0) {
       audit_fp = gzdopen(descriptor, mode);
       if (audit_fp == nullptr) close(descriptor);

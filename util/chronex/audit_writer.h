@@ -23,6 +23,7 @@ extern const char* audit_fname;
 int audit_open(bool to_stdout, int compress_level);
 
 // Closes the audit output if it is open, which writes what is still buffered.
+// An output whose failure was reported before closes without another message.
 int audit_close();
 
 // Writes the file header, with the run's character set, and the user comment as

@@ -15,11 +15,6 @@ constexpr std::size_t LIVE_BUFFER_SIZE = std::size_t{64} * 1024;
 constexpr int GZIP_WINDOW_BITS = 15 + 16;
 constexpr std::array<std::uint8_t, 2> GZIP_MAGIC{0x1f, 0x8b};
 
-bool begins_with_gzip_magic(std::span<const std::uint8_t> bytes) {
-  return bytes.size() >= GZIP_MAGIC.size() &&
-         std::equal(GZIP_MAGIC.begin(), GZIP_MAGIC.end(), bytes.begin());
-}
-
 void no_wait() {}
 
 }  // namespace
@@ -29,7 +24,7 @@ gz_source::gz_source(int descriptor) : descriptor_(descriptor) {
   const int duplicate = dup(descriptor_);
   if (duplicate >= 0) stream_ = gzdopen(duplicate, "rb");
   if (stream_ == nullptr) {
-    error_ = std::strerror(errno);
+    resource_error_ = errno;
     if (duplicate >= 0) close(duplicate);
     return;
   }
@@ -48,9 +43,23 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
   if (count > 0) return count;
   int code = Z_OK;
   static_cast<void>(gzerror(stream_, &code));
-  // At a truncation zlib has delivered everything that is there.
-  truncated_ = code == Z_BUF_ERROR;
-  return code == Z_OK || truncated_ ? 0 : salvage(room);
+  switch (code) {
+    case Z_OK:
+      return 0;
+    case Z_BUF_ERROR:
+      // At a truncation zlib has delivered everything that is there.
+      truncated_ = true;
+      return 0;
+    case Z_MEM_ERROR:
+      resource_error_ = ENOMEM;
+      return 0;
+    default:
+      return salvage(room);
+  }
+}
+
+bool gz_source::is_compressed_file() const {
+  return stream_ != nullptr && gzdirect(stream_) == 0;
 }
 
 // Starts again with a live source, which delivers every byte up to the damage,
@@ -72,6 +81,7 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
   const std::size_t count = successor_->read(room);
   error_ = successor_->error();
   truncated_ = successor_->truncated();
+  resource_error_ = successor_->resource_error();
   return count;
 }
 
@@ -83,88 +93,97 @@ live_source::~live_source() {
 }
 
 std::size_t live_source::read(std::span<std::uint8_t> room) {
-  if (form_ == form::unknown) find_form();
-  switch (form_) {
-    case form::plain:
-      return read_plain(room);
-    case form::gzip:
-      return inflate_some(room);
-    default:
-      return 0;
+  std::size_t count = 0;
+  while (count == 0 && place_ != place::end) {
+    switch (place_) {
+      case place::begin:
+      case place::behind_member:
+        begin_member();
+        break;
+      case place::plain:
+        count = read_plain(room);
+        break;
+      default:
+        count = inflate_some(room);
+    }
   }
+  return count;
 }
 
+// Reads what is there, waiting for at least one byte. 0 at the end.
 std::size_t live_source::read_descriptor(std::span<std::uint8_t> room) {
+  if (input_ended_) return 0;
   before_wait_();
   for (;;) {
     const ssize_t count = ::read(descriptor_, room.data(), room.size());
-    if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno == EINTR) continue;
-    error_ = std::strerror(errno);
-    form_ = form::finished;
+    if (count > 0) return static_cast<std::size_t>(count);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) error_ = std::strerror(errno);
+    input_ended_ = true;
     return 0;
   }
 }
 
-// Two bytes tell whether the input is compressed.
-void live_source::find_form() {
-  if (!input_.allocate(LIVE_BUFFER_SIZE)) {
-    error_ = std::strerror(errno);
-    form_ = form::finished;
-    return;
-  }
-  std::size_t have = 0;
-  while (have < GZIP_MAGIC.size()) {
-    const std::size_t count = read_descriptor(input_.bytes().subspan(have));
-    if (count == 0) break;
-    have += count;
+// Makes sure that `count` bytes are pending; false when the input has fewer.
+bool live_source::have_pending(std::size_t count) {
+  if (pending_.size() >= count) return true;
+  std::size_t have = pending_.size();
+  std::memmove(input_.data(), pending_.data(), have);
+  while (have < count) {
+    const std::size_t got = read_descriptor(input_.bytes().subspan(have));
+    if (got == 0) break;
+    have += got;
   }
   pending_ = input_.bytes().first(have);
-  form_ = form::plain;
-  if (!begins_with_gzip_magic(pending_)) return;
-  if (inflateInit2(&inflater_, GZIP_WINDOW_BITS) != Z_OK) {
-    error_ = std::strerror(ENOMEM);
-    form_ = form::finished;
+  return have >= count;
+}
+
+// The first bytes tell whether the input is compressed. After one gzip member
+// another one may follow; anything else there is padding and is passed over.
+void live_source::begin_member() {
+  const bool first = place_ == place::begin;
+  place_ = place::end;
+  if (first && !input_.allocate(LIVE_BUFFER_SIZE)) {
+    resource_error_ = errno;
+    return;
+  }
+  const bool compressed =
+      have_pending(GZIP_MAGIC.size()) &&
+      std::equal(GZIP_MAGIC.begin(), GZIP_MAGIC.end(), pending_.begin());
+  if (!compressed) {
+    if (first) place_ = place::plain;
+    return;
+  }
+  const int code = inflater_ready_ ? inflateReset(&inflater_)
+                                   : inflateInit2(&inflater_, GZIP_WINDOW_BITS);
+  if (code != Z_OK) {
+    resource_error_ = ENOMEM;
     return;
   }
   inflater_ready_ = true;
-  form_ = form::gzip;
+  place_ = place::member;
 }
 
 std::size_t live_source::read_plain(std::span<std::uint8_t> room) {
-  if (pending_.empty()) return read_descriptor(room);
+  if (pending_.empty()) {
+    const std::size_t count = read_descriptor(room);
+    if (count == 0) place_ = place::end;
+    return count;
+  }
   const std::size_t count = std::min(room.size(), pending_.size());
   std::memcpy(room.data(), pending_.data(), count);
   pending_ = pending_.subspan(count);
   return count;
 }
 
-bool live_source::more_compressed() {
-  if (!pending_.empty()) return true;
-  pending_ = input_.bytes().first(read_descriptor(input_.bytes()));
-  return !pending_.empty();
-}
-
-// After the end of one gzip member another one may follow; anything else there
-// is padding and is passed over.
-bool live_source::next_member() {
-  if (pending_.size() < GZIP_MAGIC.size()) {
-    const std::size_t have = pending_.size();
-    std::memmove(input_.data(), pending_.data(), have);
-    const std::size_t count = read_descriptor(input_.bytes().subspan(have));
-    pending_ = input_.bytes().first(have + count);
-  }
-  if (!begins_with_gzip_magic(pending_)) return false;
-  return inflateReset(&inflater_) == Z_OK;
-}
-
+// Decompresses until there is something, or the member ends.
 std::size_t live_source::inflate_some(std::span<std::uint8_t> room) {
   inflater_.next_out = room.data();
   inflater_.avail_out = static_cast<uInt>(room.size());
-  while (inflater_.avail_out == room.size()) {
-    if (!more_compressed()) {
+  while (inflater_.avail_out == room.size() && place_ == place::member) {
+    if (!have_pending(1)) {
       truncated_ = error_.empty();
-      form_ = form::finished;
+      place_ = place::end;
       break;
     }
     inflater_.next_in = pending_.data();
@@ -172,13 +191,15 @@ std::size_t live_source::inflate_some(std::span<std::uint8_t> room) {
     const int code = inflate(&inflater_, Z_NO_FLUSH);
     pending_ = pending_.last(inflater_.avail_in);
     if (code == Z_STREAM_END) {
-      if (!next_member()) form_ = form::finished;
+      place_ = place::behind_member;
+    } else if (code == Z_MEM_ERROR) {
+      resource_error_ = ENOMEM;
+      place_ = place::end;
     } else if (code != Z_OK && code != Z_BUF_ERROR) {
       error_ =
           inflater_.msg != nullptr ? inflater_.msg : "compressed data error";
-      form_ = form::finished;
+      place_ = place::end;
     }
-    if (form_ == form::finished) break;
   }
   return room.size() - inflater_.avail_out;
 }

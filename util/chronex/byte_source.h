@@ -32,15 +32,23 @@ class byte_source {
   // error() says then.
   virtual std::size_t read(std::span<std::uint8_t> room) = 0;
 
+  // The source can be read to its end without waiting, and has a check sum
+  // there.
+  virtual bool is_compressed_file() const { return false; }
+
   // What zlib or the system found wrong, as damage or as a failed read; empty
   // when the input just ended.
   const std::string& error() const { return error_; }
   // The input ended in the middle of its compressed data.
   bool truncated() const { return truncated_; }
+  // Not the input is at fault: the errno of what the process lacks, memory or
+  // descriptors. 0 = nothing.
+  int resource_error() const { return resource_error_; }
 
  protected:
   std::string error_;
   bool truncated_ = false;
+  int resource_error_ = 0;
 };
 
 // Reads a regular file through zlib's gz interface, from its beginning.
@@ -50,6 +58,7 @@ class gz_source final : public byte_source {
   explicit gz_source(int descriptor);
   ~gz_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
+  bool is_compressed_file() const override;
 
  private:
   std::size_t salvage(std::span<std::uint8_t> room);
@@ -70,18 +79,21 @@ class live_source final : public byte_source {
   std::size_t read(std::span<std::uint8_t> room) override;
 
  private:
-  enum class form { unknown, plain, gzip, finished };
+  // What comes next: the begin of the input, compressed or not; plain bytes;
+  // the inside of a gzip member; what follows a member; nothing.
+  enum class place { begin, plain, member, behind_member, end };
 
   std::size_t read_descriptor(std::span<std::uint8_t> room);
-  void find_form();
+  bool have_pending(std::size_t count);
+  void begin_member();
   std::size_t read_plain(std::span<std::uint8_t> room);
   std::size_t inflate_some(std::span<std::uint8_t> room);
-  bool more_compressed();
-  bool next_member();
 
   int descriptor_;
   void (*before_wait_)();
-  form form_ = form::unknown;
+  place place_ = place::begin;
+  // The descriptor has nothing more.
+  bool input_ended_ = false;
   owned_bytes input_;
   // The part of input_ that has not been used yet.
   std::span<std::uint8_t> pending_;

@@ -56,8 +56,11 @@ int process_meta(const fw_action& action) {
   return fw_skip(action, size, "meta data");
 }
 
-int process_end(const fw_action& /*action*/) {
+int process_end(const fw_action& action) {
   session_cleanup();
+  // All actions were there, but were they as written?
+  action.stream().verify_rest();
+  report_read_error(action.file);
   return FILE_DONE;
 }
 

@@ -4,7 +4,7 @@
 #include "util/chronex/report.h"
 
 int fw_short_read(const fw_action& action, const char* what) {
-  if (report_no_memory(action.file)) return FILE_FAILED;
+  if (report_no_resources(action.file)) return FILE_FAILED;
   return fw_unexpected_eof(action.file, what);
 }
 
@@ -15,8 +15,7 @@ int fw_skip(const fw_action& action, std::uint64_t count, const char* what) {
 
 int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
                 const char* limit) {
-  message("%s: bad file format\nUnexpected size of %s (%llu bytes, %s)\n",
-          action.file.name.c_str(), what, static_cast<unsigned long long>(size),
-          limit);
-  return FILE_FAILED;
+  return report_bad_format(action.file,
+                           "Unexpected size of %s (%llu bytes, %s)", what,
+                           static_cast<unsigned long long>(size), limit);
 }

@@ -19,7 +19,8 @@ bool has_signature(const input_file& file, std::string_view signature) {
 }
 
 int report_unreadable(const input_file& file, const char* problem) {
-  report_bad_format(file, problem);
+  if (report_no_resources(file)) return -1;
+  report_bad_format(file, "%s", problem);
   report_read_error(file);
   return -1;
 }
@@ -40,9 +41,8 @@ int check_version(const input_file& file) {
   const bool known = file.major < 1 || (file.major == 1 && file.minor <= 5) ||
                      (file.major == 2 && (file.minor == 0 || file.minor == 1));
   if (known) return 0;
-  message("%s: bad file format\nUnknown file version %d.%02d\n",
-          file.name.c_str(), file.major, file.minor);
-  return -1;
+  return report_bad_format(file, "Unknown file version %d.%02d", file.major,
+                           file.minor);
 }
 
 int read_charset(input_file& file) {

@@ -10,7 +10,6 @@
 #include "util/chronex/image.h"
 #include "util/chronex/node.h"
 #include "util/chronex/node_crypt.h"
-#include "util/chronex/quiet.h"
 #include "util/chronex/report.h"
 #include "util/chronex/scratch.h"
 #include "util/chronex/session.h"
@@ -59,10 +58,8 @@ before_image_header decode_before_image_header(const std::uint8_t* bytes) {
 
 bool is_encrypted(const set_context& set) { return set.enc_offs >= 0; }
 
-// Repeated actions have had their warning.
 void warn_short(const fw_action& action, const char* what, std::size_t size,
                 std::size_t expected) {
-  if (f_skip_action) return;
   report_short_image(action.file, what, static_cast<std::uint32_t>(size),
                      static_cast<std::uint32_t>(expected));
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #include "common/byte_cursor.h"
@@ -42,6 +43,7 @@ int process_sign_on(const fw_action& action, const state_header& header) {
     if (!action.stream().read(data.bytes())) {
       return fw_short_read(action, "audit sign-on data");
     }
+    session_trim_sign_on(data);
   }
   session_add_entry(header.id, std::move(data));
   return ACTION_DONE;
@@ -86,9 +88,15 @@ int process_database(const fw_action& action, const state_header& header) {
   const std::uint8_t* name = action.stream().take(header.size);
   if (name == nullptr) return fw_short_read(action, "context_db name");
   node_add_entry(header.id, NODE_DATABASE,
-                 {reinterpret_cast<const char*>(name), header.size}, 0, 0,
+                 {reinterpret_cast<const char*>(name), header.size}, 0,
                  nullptr);
   return ACTION_DONE;
+}
+
+// Reports what is wrong with a schema or key context, unless that is done.
+int fw_malformed(const fw_action& action, const std::string& problem) {
+  if (!problem.empty()) report_bad_format(action.file, "%s", problem.c_str());
+  return FILE_FAILED;
 }
 
 // The name of a data set, at most 255 bytes.
@@ -139,18 +147,11 @@ int process_data_set(const fw_action& action, const state_header& header) {
   const std::uint8_t* list = action.stream().take(left);
   if (list == nullptr) return fw_short_read(action, "set context data");
 
-  std::uint32_t data_sz = 0;
-  schema_fault fault = schema_fault::none;
   std::string problem;
   std::unique_ptr<set_context> set =
-      node_create_set_context({list, left}, data_sz, fault, problem);
-  if (!set) {
-    if (fault == schema_fault::malformed) {
-      report_bad_format(action.file, problem.c_str());
-    }
-    return FILE_FAILED;
-  }
-  node_add_entry(header.id, NODE_DATA_SET, name.view(), db_node_id, data_sz,
+      node_create_set_context({list, left}, problem);
+  if (!set) return fw_malformed(action, problem);
+  node_add_entry(header.id, NODE_DATA_SET, name.view(), db_node_id,
                  std::move(set));
   return ACTION_DONE;
 }
@@ -162,18 +163,11 @@ int process_database_keys(const fw_action& action, const state_header& header) {
   const std::uint8_t* payload = action.stream().take(header.size);
   if (payload == nullptr) return fw_short_read(action, WHAT);
 
-  std::uint32_t data_sz = 0;
-  key_context_fault fault = key_context_fault::none;
   std::string problem;
-  db_key_context_ptr keys = node_create_db_key_context({payload, header.size},
-                                                       data_sz, fault, problem);
-  if (!keys) {
-    if (fault == key_context_fault::malformed) {
-      report_bad_format(action.file, problem.c_str());
-    }
-    return FILE_FAILED;
-  }
-  node_set_keys(*node, std::move(keys), data_sz);
+  db_key_context_ptr keys =
+      node_create_db_key_context({payload, header.size}, problem);
+  if (!keys) return fw_malformed(action, problem);
+  node_set_keys(*node, std::move(keys));
   return ACTION_DONE;
 }
 

@@ -2,11 +2,16 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 
 #include "util/chronex/report.h"
 
 namespace {
+
+// Room for the longest line about what is wrong with a file.
+constexpr std::size_t PROBLEM_SIZE = 256;
 
 // Reads a decimal number of the version text the way strtol does, blanks and
 // sign included. `position` moves behind it. False when there is no number or
@@ -24,8 +29,13 @@ bool read_number(const char*& position, int& number) {
 
 }  // namespace
 
-int report_bad_format(const input_file& file, const char* problem) {
-  message("%s: bad file format\n%s\n", file.name.c_str(), problem);
+int report_bad_format(const input_file& file, const char* format, ...) {
+  std::array<char, PROBLEM_SIZE> problem{};
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(problem.data(), problem.size(), format, arguments);
+  va_end(arguments);
+  message("%s: bad file format\n%s\n", file.name.c_str(), problem.data());
   return -1;
 }
 
@@ -34,15 +44,14 @@ int report_incompatible_format(const input_file& file, const char* problem) {
   return -1;
 }
 
-bool report_no_memory(const input_file& file) {
-  if (!file.stream.no_memory()) return false;
-  message_perror("malloc");
-  message("Unable to allocate %zu bytes\n", input_stream::window_size());
+bool report_no_resources(const input_file& file) {
+  if (file.stream.resource_error() == 0) return false;
+  errno = file.stream.resource_error();
+  message_perror(file.name.c_str());
   return true;
 }
 
 bool report_read_error(const input_file& file) {
-  if (report_no_memory(file)) return true;
   if (file.stream.error().empty()) return false;
   message("%s: %s\n", file.name.c_str(), file.stream.error().c_str());
   return true;

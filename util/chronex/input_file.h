@@ -35,18 +35,19 @@ struct input_file {
 
 // The messages below go to standard error.
 
-// Announces that a file cannot be used: "bad file format", then `problem`, a
-// line without line end. Returns -1.
-int report_bad_format(const input_file& file, const char* problem);
+// Announces that a file cannot be used: "bad file format", then a line that
+// says why, formatted without line end. Returns -1.
+[[gnu::format(printf, 2, 3)]] int report_bad_format(const input_file& file,
+                                                    const char* format, ...);
 // The same for a file of another machine or character set.
 int report_incompatible_format(const input_file& file, const char* problem);
 // After a short read: says what zlib or the system found wrong, if anything.
 // Returns false when the file just ended.
 bool report_read_error(const input_file& file);
 
-// After a short read: reports that there was no memory to read on. Returns
-// false when that was not the reason.
-bool report_no_memory(const input_file& file);
+// After a short read: reports that memory or descriptors were wanting to read
+// on. Returns false when that was not the reason.
+bool report_no_resources(const input_file& file);
 
 // Parses the version text that starts at byte 10 of the signature block and
 // must end with a zero byte within it. Returns 0 with major and minor set, or

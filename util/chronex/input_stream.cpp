@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace {
@@ -22,8 +23,6 @@ input_stream::~input_stream() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-std::size_t input_stream::window_size() { return WINDOW_SIZE; }
-
 bool input_stream::open(const char* path, void (*before_wait)()) {
   return adopt(::open(path, O_RDONLY | O_CLOEXEC), before_wait);
 }
@@ -34,6 +33,11 @@ bool input_stream::open_duplicate(int descriptor, void (*before_wait)()) {
 
 bool input_stream::adopt(int descriptor, void (*before_wait)()) {
   if (descriptor < 0) return false;
+  if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
+    close(descriptor);
+    errno = EBADF;
+    return false;
+  }
   descriptor_ = descriptor;
   before_wait_ = before_wait;
   struct stat status {};
@@ -47,7 +51,7 @@ bool input_stream::adopt(int descriptor, void (*before_wait)()) {
 // Makes window and source; after a pause, passes over what was taken before it.
 bool input_stream::ready() {
   if (!window_ && !window_.allocate(WINDOW_SIZE)) {
-    no_memory_ = true;
+    resource_error_ = errno;
     return false;
   }
   if (source_) return true;
@@ -77,6 +81,7 @@ bool input_stream::fill(std::size_t count) {
     if (got == 0) {
       error_ = source_->error();
       truncated_ = source_->truncated();
+      resource_error_ = source_->resource_error();
       end_ = 0;
       return false;
     }
@@ -104,6 +109,14 @@ bool input_stream::skip(std::uint64_t count) {
     count -= piece;
   }
   return true;
+}
+
+void input_stream::verify_rest() {
+  if (!source_ || !source_->is_compressed_file()) return;
+  while (source_->read(window_.bytes().first(READ_SIZE)) > 0) continue;
+  next_ = 0;
+  end_ = 0;
+  error_ = source_->error();
 }
 
 void input_stream::suspend() {

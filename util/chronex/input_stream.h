@@ -55,10 +55,13 @@ class input_stream {
   // After a short read: the input did not end as it should, because of that
   // error or in the middle of its compressed data.
   bool broke_off() const { return !error_.empty() || truncated_; }
-  // After a short read: there was no memory for the window (errno ENOMEM).
-  bool no_memory() const { return no_memory_; }
-  // The size of that window in bytes.
-  static std::size_t window_size();
+  // After a short read: it was for want of memory or descriptors. The errno; 0
+  // = that was not the reason.
+  int resource_error() const { return resource_error_; }
+
+  // Reads a compressed file to its end, so that its check sum is verified, and
+  // drops what is left. error() then tells whether there was damage.
+  void verify_rest();
 
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
@@ -82,7 +85,7 @@ class input_stream {
   std::uint64_t resume_at_ = 0;
   std::string error_;
   bool truncated_ = false;
-  bool no_memory_ = false;
+  int resource_error_ = 0;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_INPUT_STREAM_H

@@ -134,8 +134,7 @@ int inputs_check_output(std::span<char* const> operands, int output_descriptor,
 }
 
 int inputs_open(std::span<char* const> operands, input_list& list) {
-  list.fw_files.reset(new (std::nothrow)
-                          std::unique_ptr<input_file>[operands.size()]);
+  list.fw_files = try_make_array<std::unique_ptr<input_file>>(operands.size());
   if (!list.fw_files) {
     message_perror("calloc");
     message("Unable to allocate array of %d files\n",

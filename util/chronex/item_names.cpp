@@ -25,7 +25,17 @@ struct item_name_entry {
   int length = 0;
 };
 
-std::array<std::unique_ptr<item_name_entry>, BUCKETS> item_name_hash;
+// A chain of any length is taken apart link by link: a chain of owners would
+// otherwise be released by recursion.
+struct name_bucket {
+  std::unique_ptr<item_name_entry> head;
+
+  ~name_bucket() {
+    while (head) head = std::move(head->next);
+  }
+};
+
+std::array<name_bucket, BUCKETS> item_name_hash;
 
 bool is_separator(char character) {
   return character == ',' ||
@@ -44,7 +54,7 @@ bool add_name(std::string_view name) {
   entry->length = static_cast<int>(name.size());
   ++has_item_name_list;
   std::unique_ptr<item_name_entry>& head =
-      item_name_hash[static_cast<std::size_t>(item_name_key(name))];
+      item_name_hash[static_cast<std::size_t>(item_name_key(name))].head;
   entry->next = std::move(head);
   head = std::move(entry);
   return true;
@@ -74,7 +84,7 @@ int item_name_key(std::string_view name) {
 int item_name_in_list(std::string_view name) {
   if (has_item_name_list == 0) return -1;
   const auto bucket = static_cast<std::size_t>(item_name_key(name));
-  for (const item_name_entry* entry = item_name_hash[bucket].get();
+  for (const item_name_entry* entry = item_name_hash[bucket].head.get();
        entry != nullptr; entry = entry->next.get()) {
     if (static_cast<std::size_t>(entry->length) == name.size() &&
         strncasecmp(entry->name.data(), name.data(), name.size()) == 0) {

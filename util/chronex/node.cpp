@@ -38,11 +38,10 @@ bool same_schema(const set_context* a, const set_context* b) {
 }
 
 bool is_repeat(const node_entry& entry, int type, std::string_view name,
-               std::int32_t db_node_id, std::uint32_t data_sz,
-               const set_context* set) {
+               std::int32_t db_node_id, const set_context* set) {
   return entry.type == type && same_text_without_case(entry.name, name) &&
-         entry.db_node_id == db_node_id && entry.data_sz == data_sz &&
-         entry.keys == nullptr && same_schema(entry.set.get(), set);
+         entry.db_node_id == db_node_id && entry.keys == nullptr &&
+         same_schema(entry.set.get(), set);
 }
 
 // An upper-cased copy of a name; false without memory.
@@ -79,12 +78,11 @@ node_entry* node_get_entry(std::int32_t node_id) {
 }
 
 void node_add_entry(std::int32_t node_id, int type, std::string_view name,
-                    std::int32_t db_node_id, std::uint32_t data_sz,
-                    std::unique_ptr<set_context> set) {
+                    std::int32_t db_node_id, std::unique_ptr<set_context> set) {
   name = name.substr(0, name.find('\0'));
   node_entry* entry = node_get_entry(node_id);
   if (entry != nullptr &&
-      is_repeat(*entry, type, name, db_node_id, data_sz, set.get())) {
+      is_repeat(*entry, type, name, db_node_id, set.get())) {
     return;
   }
 
@@ -112,7 +110,6 @@ void node_add_entry(std::int32_t node_id, int type, std::string_view name,
   }
   entry->type = type;
   entry->db_node_id = db_node_id;
-  entry->data_sz = data_sz;
   entry->set = std::move(set);
   entry->context_pending = true;
   if (created) node_hash.insert(hash_of(node_id), std::move(created));
@@ -121,14 +118,11 @@ void node_add_entry(std::int32_t node_id, int type, std::string_view name,
 void node_cleanup_data(node_entry& entry) {
   entry.set.reset();
   entry.keys.reset();
-  entry.data_sz = 0;
 }
 
-void node_set_keys(node_entry& entry, db_key_context_ptr keys,
-                   std::uint32_t data_sz) {
+void node_set_keys(node_entry& entry, db_key_context_ptr keys) {
   node_cleanup_data(entry);
   entry.keys = std::move(keys);
-  entry.data_sz = data_sz;
 }
 
 std::string_view node_name2(const node_entry& entry, bool with_id) {

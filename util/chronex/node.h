@@ -42,6 +42,8 @@ struct set_context {
   // Different for every schema created in a run, and never 0: what is derived
   // from a schema can be kept under it.
   std::uint64_t schema_id = 0;
+  // Size of the schema in bytes as the server counts it.
+  std::uint32_t data_sz = 0;
   std::int16_t item_cnt = 0;
   // Record size in bytes: the sum of count * size over the items.
   std::int16_t rec_sz = 0;
@@ -73,8 +75,6 @@ struct node_entry {
   // A data set's schema or a database's keys; at most one of the two is there.
   std::unique_ptr<set_context> set;
   db_key_context_ptr keys{nullptr, nullptr};
-  // Size of that data in bytes as the server counts it.
-  std::uint32_t data_sz = 0;
   std::int32_t node_id = 0;
   int type = 0;
   // Node id of a data set's database; 0 = none.
@@ -87,31 +87,25 @@ struct node_entry {
 node_entry* node_get_entry(std::int32_t node_id);
 
 // Registers or redefines a node. `name` ends at its first zero byte, if any.
-// `set` is taken over, with its size `data_sz`; null for a database. An
-// identical definition changes nothing. Without memory the node is dropped with
-// a message and the run goes on.
+// `set` is taken over; null for a database. An identical definition changes
+// nothing. Without memory the node is dropped with a message and the run goes
+// on.
 void node_add_entry(std::int32_t node_id, int type, std::string_view name,
-                    std::int32_t db_node_id, std::uint32_t data_sz,
-                    std::unique_ptr<set_context> set);
-
-// Why a schema could not be made.
-enum class schema_fault { none, no_memory, malformed };
+                    std::int32_t db_node_id, std::unique_ptr<set_context> set);
 
 // Makes a schema from an item list: for each item a u8 name length, the name, a
 // u8 type letter, a u16 element count, a u16 element size and u32 format flags.
-// Stores the schema's size in bytes in `data_sz`. Returns null on failure:
-// without memory the message has been printed; for a malformed list `problem`
-// holds one line, without line end, that says what is wrong.
+// Returns null on failure: for a malformed list `problem` then says in one
+// line, without line end, what is wrong; without memory it stays empty and the
+// message has been printed.
 std::unique_ptr<set_context> node_create_set_context(
-    std::span<const std::uint8_t> item_list, std::uint32_t& data_sz,
-    schema_fault& fault, std::string& problem);
+    std::span<const std::uint8_t> item_list, std::string& problem);
 
 // Releases a node's schema or keys.
 void node_cleanup_data(node_entry& entry);
 
 // Gives a node keys in place of its present data.
-void node_set_keys(node_entry& entry, db_key_context_ptr keys,
-                   std::uint32_t data_sz);
+void node_set_keys(node_entry& entry, db_key_context_ptr keys);
 
 // The printable name: a data set's database and ".", if that is known, and the
 // node's own name; with the flag also " (#%d)" with the node id. The text is

@@ -288,7 +288,7 @@ db_key_context_ptr allocate_context(std::size_t entry_count) {
   db_key_context_ptr context(try_make<db_key_context>().release(),
                              node_cleanup_db_key_context);
   if (context) {
-    context->entries.reset(new (std::nothrow) key_entry[entry_count]);
+    context->entries = try_make_array<key_entry>(entry_count);
   }
   if (!context || !context->entries) {
     message_perror("calloc");
@@ -301,20 +301,16 @@ db_key_context_ptr allocate_context(std::size_t entry_count) {
 }  // namespace
 
 db_key_context_ptr node_create_db_key_context(byte_run payload,
-                                              std::uint32_t& data_sz,
-                                              key_context_fault& fault,
                                               std::string& problem) {
   std::size_t entry_count = 0;
   payload_entry entry;
   for (byte_cursor cursor(payload); cursor.remaining() > 0; ++entry_count) {
     if (next_entry(cursor, entry)) continue;
-    fault = key_context_fault::malformed;
     problem = "Entry " + std::to_string(entry_count + 1) +
               " of database encryption key context exceeds its size (" +
               std::to_string(payload.size()) + " bytes)";
     return {nullptr, nullptr};
   }
-  fault = key_context_fault::reported;
   db_key_context_ptr context = allocate_context(entry_count);
   if (!context) return context;
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
@@ -328,9 +324,6 @@ db_key_context_ptr node_create_db_key_context(byte_run payload,
         return {nullptr, nullptr};
     }
   }
-  fault = key_context_fault::none;
-  data_sz = static_cast<std::uint32_t>(sizeof context->count +
-                                       entry_count * sizeof(key_entry));
   return context;
 }
 

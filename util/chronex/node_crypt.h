@@ -27,17 +27,12 @@
 
 #include "util/chronex/node.h"
 
-// Why a key context could not be made.
-enum class key_context_fault { none, reported, malformed };
-
 // Makes a database's keys from a key context. Keys that cannot be used are left
-// out, with a warning and an audit comment. Stores the size of the keys in
-// bytes in `data_sz`. Returns null on failure: the message has been printed,
-// or, for a malformed payload, `problem` says in one line, without line end,
-// what is wrong.
+// out, with a warning and an audit comment. Returns null on failure: for a
+// malformed payload `problem` then says in one line, without line end, what is
+// wrong; otherwise it stays empty and the message has been printed.
 db_key_context_ptr node_create_db_key_context(
-    std::span<const std::uint8_t> payload, std::uint32_t& data_sz,
-    key_context_fault& fault, std::string& problem);
+    std::span<const std::uint8_t> payload, std::string& problem);
 
 // Overwrites and releases the keys; null is allowed.
 void node_cleanup_db_key_context(db_key_context* context);

@@ -57,38 +57,47 @@ struct list_totals {
   std::uint32_t record_size() const { return plain_bytes + encrypted_bytes; }
 };
 
-// Adds up an item list. Returns false when it is malformed, with a line in
-// `problem` that says why.
+// Adds one item up. Returns false, with a line in `problem` that says why, when
+// a schema cannot have it.
+bool add_item(const list_item& item, list_totals& totals,
+              std::string& problem) {
+  const item_descriptor& descriptor = item.descriptor;
+  if (descriptor.count < 1 || descriptor.size == 0) {
+    problem = "Item " + std::to_string(totals.items + 1) +
+              " of data set schema has count " +
+              std::to_string(descriptor.count) + " and size " +
+              std::to_string(descriptor.size);
+    return false;
+  }
+  const std::uint64_t bytes = std::uint64_t{descriptor.count} * descriptor.size;
+  const std::uint64_t record_size = totals.record_size() + bytes;
+  if (record_size > INT16_MAX) {
+    problem = "Data set schema exceeds maximum record size (" +
+              std::to_string(record_size) + " bytes, maximum " +
+              std::to_string(INT16_MAX) + ")";
+    return false;
+  }
+  const bool encrypted = (descriptor.fmt & ITEM_FMT_ENCRYPTED) != 0;
+  (encrypted ? totals.encrypted_bytes : totals.plain_bytes) +=
+      static_cast<std::uint32_t>(bytes);
+  totals.name_bytes += item.name.size();
+  ++totals.items;
+  return true;
+}
+
+// Adds up an item list, as add_item does.
 bool measure(std::span<const std::uint8_t> item_list, list_totals& totals,
              std::string& problem) {
   byte_cursor list(item_list);
   while (list.remaining() > 0) {
     list_item item;
-    const std::string number = std::to_string(totals.items + 1);
     if (!next_item(list, item)) {
-      problem = "Item " + number + " of data set schema exceeds the list (" +
+      problem = "Item " + std::to_string(totals.items + 1) +
+                " of data set schema exceeds the list (" +
                 std::to_string(item_list.size()) + " bytes)";
       return false;
     }
-    const item_descriptor& descriptor = item.descriptor;
-    if (descriptor.count < 1 || descriptor.size == 0) {
-      problem = "Item " + number + " of data set schema has count " +
-                std::to_string(descriptor.count) + " and size " +
-                std::to_string(descriptor.size);
-      return false;
-    }
-    const std::uint32_t bytes =
-        std::uint32_t{descriptor.count} * descriptor.size;
-    const bool encrypted = (descriptor.fmt & ITEM_FMT_ENCRYPTED) != 0;
-    if (bytes > INT16_MAX || totals.record_size() + bytes > INT16_MAX) {
-      problem = "Data set schema exceeds maximum record size (" +
-                std::to_string(std::uint64_t{totals.record_size()} + bytes) +
-                " bytes, maximum " + std::to_string(INT16_MAX) + ")";
-      return false;
-    }
-    (encrypted ? totals.encrypted_bytes : totals.plain_bytes) += bytes;
-    totals.name_bytes += item.name.size();
-    ++totals.items;
+    if (!add_item(item, totals, problem)) return false;
   }
   return true;
 }
@@ -115,7 +124,7 @@ void fill_items(std::span<const std::uint8_t> item_list, set_context& set) {
 std::unique_ptr<set_context> allocate_set_context(const list_totals& totals) {
   std::unique_ptr<set_context> set = try_make<set_context>();
   if (!set) return nullptr;
-  set->items.reset(new (std::nothrow) item_descriptor[totals.items]);
+  set->items = try_make_array<item_descriptor>(totals.items);
   if (!set->items) return nullptr;
   if (totals.name_bytes > 0 && !set->names.allocate(totals.name_bytes)) {
     return nullptr;
@@ -199,23 +208,20 @@ std::string_view set_context::item_name(const item_descriptor& item) const {
 }
 
 std::unique_ptr<set_context> node_create_set_context(
-    std::span<const std::uint8_t> item_list, std::uint32_t& data_sz,
-    schema_fault& fault, std::string& problem) {
+    std::span<const std::uint8_t> item_list, std::string& problem) {
   static std::uint64_t last_schema_id = 0;
   list_totals totals;
-  if (!measure(item_list, totals, problem)) {
-    fault = schema_fault::malformed;
-    return nullptr;
-  }
+  if (!measure(item_list, totals, problem)) return nullptr;
   std::unique_ptr<set_context> set = allocate_set_context(totals);
   if (!set) {
     message_perror("calloc");
     message("Unable to allocate data set context\n");
-    fault = schema_fault::no_memory;
     return nullptr;
   }
   fill_items(item_list, *set);
   set->schema_id = ++last_schema_id;
+  set->data_sz = static_cast<std::uint32_t>(
+      CONTEXT_HEAD_SIZE + DESCRIPTOR_SIZE * totals.items + totals.name_bytes);
   set->item_cnt = static_cast<std::int16_t>(totals.items);
   set->rec_sz = static_cast<std::int16_t>(totals.record_size());
   set->media_sz = set->rec_sz;
@@ -228,9 +234,6 @@ std::unique_ptr<set_context> node_create_set_context(
     set->media_sz =
         static_cast<std::int32_t>(encrypted + plain + ENCRYPTED_HEAD_SIZE);
   }
-  data_sz = static_cast<std::uint32_t>(
-      CONTEXT_HEAD_SIZE + DESCRIPTOR_SIZE * totals.items + totals.name_bytes);
-  fault = schema_fault::none;
   return set;
 }
 

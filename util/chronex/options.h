@@ -29,9 +29,10 @@ struct command_line {
 // printed.
 int options_parse(int argc, char* argv[], command_line& options);
 
+class report_stream;
+
 // Fixes the report settings. `standard_output` is the stream of the report and
 // outlives the run.
-class report_stream;
 void options_apply_to_report(const command_line& options,
                              report_stream& standard_output);
 

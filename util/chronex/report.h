@@ -42,7 +42,9 @@ extern int verbose;
 // before the first entry of the run in any case. Needs a report stream.
 void print_conditional_newline();
 
-// The report's one flush: nothing that was reported stays unseen.
+// Hands what was reported so far to the system. This is the report's only
+// flush: it comes before every message, before every wait for input, at the end
+// of each input file and at the end of the run.
 void report_flush();
 
 // To be called after each action or record: flushes where someone watches,

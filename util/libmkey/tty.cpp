@@ -9,9 +9,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <memory>
-#include <span>
 #include <string_view>
 
 #include "common/wipe.h"
