@@ -11,7 +11,7 @@ struct hash_key {
   std::array<std::uint64_t, 3> multiplier{
       0x9e3779b97f4a7c15U, 0xc2b2ae3d27d4eb4fU, 0x165667b19e3779f9U};
 
-  hash_key() {
+  hash_key() noexcept {
     std::array<std::uint64_t, 3> drawn{};
     // Without a random source the fixed multipliers serve.
     if (getentropy(drawn.data(), sizeof drawn) != 0) return;

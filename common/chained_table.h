@@ -23,7 +23,7 @@ std::uint32_t keyed_hash(std::uint32_t a, std::uint32_t b, std::uint32_t c);
 template <typename Entry>
 class chained_table {
  public:
-  explicit chained_table(std::size_t initial_buckets)
+  explicit chained_table(std::size_t initial_buckets) noexcept
       : initial_buckets_(initial_buckets) {}
   chained_table(const chained_table&) = delete;
   chained_table& operator=(const chained_table&) = delete;

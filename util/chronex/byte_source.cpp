@@ -20,8 +20,8 @@ void no_wait() {}
 }  // namespace
 
 gz_source::gz_source(int descriptor) : descriptor_(descriptor) {
-  lseek(descriptor_, 0, SEEK_SET);
-  const int duplicate = dup(descriptor_);
+  const int duplicate =
+      lseek(descriptor_, 0, SEEK_SET) == 0 ? dup(descriptor_) : -1;
   if (duplicate >= 0) stream_ = gzdopen(duplicate, "rb");
   if (stream_ == nullptr) {
     resource_error_ = errno;

@@ -18,7 +18,7 @@
 class report_stream {
  public:
   // Writes to a file descriptor, which stays the caller's.
-  explicit report_stream(int descriptor) : descriptor_(descriptor) {}
+  explicit report_stream(int descriptor) noexcept : descriptor_(descriptor) {}
   report_stream(const report_stream&) = delete;
   report_stream& operator=(const report_stream&) = delete;
 

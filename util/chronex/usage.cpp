@@ -20,6 +20,7 @@ constexpr const char* USAGE_TEXT[] = {
     " -r          - print clear-text report",
     " -m          - print MEMO records",
     " -i number   - print values of the first 'number' items",
+    // NOLINTNEXTLINE(bugprone-suspicious-missing-comma)
     " -I itemlist - print values of specified items (comma- or "
     "space-separated)",
     " -v          - print progress info / report details (-vv: more details)",
