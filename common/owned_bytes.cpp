@@ -47,11 +47,6 @@ bool owned_bytes::copy_from(std::span<const std::uint8_t> bytes) noexcept {
   return true;
 }
 
-void owned_bytes::truncate(std::size_t size) noexcept {
-  if (size == 0) reset();
-  if (size < size_) size_ = size;
-}
-
 void owned_bytes::reset() noexcept {
   block_.reset();
   size_ = 0;

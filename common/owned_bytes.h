@@ -38,8 +38,6 @@ class owned_bytes {
   [[nodiscard]] bool grow(std::size_t size) noexcept;
   // Allocates and fills a copy of `bytes`; none (and true) when it is empty.
   [[nodiscard]] bool copy_from(std::span<const std::uint8_t> bytes) noexcept;
-  // Drops everything behind the first `size` bytes; at 0 the object is none.
-  void truncate(std::size_t size) noexcept;
   void reset() noexcept;
 
   explicit operator bool() const { return block_ != nullptr; }

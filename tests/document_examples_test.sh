@@ -28,7 +28,8 @@ root=$(realpath "$(dirname "$0")/..") || exit 2
 
 work=$(mktemp -d) || exit 2
 trap 'rm -rf "$work"' EXIT
-mkdir "$work/bin" && ln -s "$chronex" "$work/bin/chronex" || exit 2
+mkdir "$work/bin" && ln -s "$chronex" "$work/bin/chronex" &&
+  ln -s "$make_samples" "$work/bin/make_samples" || exit 2
 
 export PATH="$work/bin:$PATH" TZ=UTC LC_ALL=C SHELL=/bin/bash
 unset KO_MKEYID KO_MKEYFILE KODB_NO_DECRYPT BASH_ENV

@@ -43,7 +43,6 @@ int process_sign_on(const fw_action& action, const state_header& header) {
     if (!action.stream().read(data.bytes())) {
       return fw_short_read(action, "audit sign-on data");
     }
-    session_trim_sign_on(data);
   }
   session_add_entry(header.id, std::move(data));
   return ACTION_DONE;

@@ -115,25 +115,6 @@ session_entry* session_get_entry(std::int32_t session_id) {
                            });
 }
 
-void session_trim_sign_on(owned_bytes& sign_on) {
-  byte_cursor cursor(sign_on.bytes());
-  std::uint16_t count = 0;
-  if (!cursor.u16(count)) {
-    sign_on.reset();
-    return;
-  }
-  std::uint16_t whole = 0;
-  std::size_t size = sign_on.size() - cursor.remaining();
-  for (; whole < count; ++whole) {
-    std::uint16_t length = 0;
-    std::span<const std::uint8_t> text;
-    if (!cursor.u16(length) || !cursor.bytes(length, text)) break;
-    size = sign_on.size() - cursor.remaining();
-  }
-  store_u16(sign_on.data(), whole);
-  sign_on.truncate(size);
-}
-
 void session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
   session_entry* entry = session_get_entry(session_id);
   if (entry != nullptr) {

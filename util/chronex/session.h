@@ -65,10 +65,6 @@ enum class sign_on_caller { image_operation, memo };
 // Returns the entry of a session, which stays the table's, or null.
 session_entry* session_get_entry(std::int32_t session_id);
 
-// Cuts sign-on data behind the last string that is there in full, so that its
-// count and lengths are true; data without any string at all become none.
-void session_trim_sign_on(owned_bytes& sign_on);
-
 // Registers a sign-on and takes over its data (none for a sign-on without
 // data). Changed data for a known session make it be shown and written again.
 // Without memory the sign-on is dropped with a message and the run goes on.
