@@ -7,6 +7,7 @@
 // with the number of entries, and the hash is keyed with numbers drawn once per
 // process, so that no file can be made to crowd one bucket.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,9 +15,20 @@
 
 #include "common/owned_bytes.h"
 
+// The odd multipliers of the hashes, drawn once per process.
+extern const std::array<std::uint64_t, 3> HASH_MULTIPLIERS;
+
 // Hashes of one and of three 32-bit keys.
-std::uint32_t keyed_hash(std::uint32_t key);
-std::uint32_t keyed_hash(std::uint32_t a, std::uint32_t b, std::uint32_t c);
+inline std::uint32_t keyed_hash(std::uint32_t key) {
+  return static_cast<std::uint32_t>((key * HASH_MULTIPLIERS[0]) >> 32U);
+}
+inline std::uint32_t keyed_hash(std::uint32_t a, std::uint32_t b,
+                                std::uint32_t c) {
+  return static_cast<std::uint32_t>((a * HASH_MULTIPLIERS[0] +
+                                     b * HASH_MULTIPLIERS[1] +
+                                     c * HASH_MULTIPLIERS[2]) >>
+                                    32U);
+}
 
 // Entry must have the members `std::unique_ptr<Entry> next` and
 // `std::uint32_t hash`, both the table's to use.
@@ -50,7 +62,7 @@ class chained_table {
   [[nodiscard]] bool reserve() {
     if (bucket_count_ == 0) return resize(initial_buckets_);
     // Without memory for more buckets the chains just get longer.
-    if (entry_count_ >= bucket_count_)
+    if (entry_count_ >= bucket_count_ / 2)
       static_cast<void>(resize(bucket_count_ * 2));
     return true;
   }

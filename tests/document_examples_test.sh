@@ -120,7 +120,7 @@ check_document() {
       command=${line#'$ '}
       expected=''
       continues=yes
-      place=$(basename "$1"):$number
+      place=${1#"$root"/}:$number
     elif [[ $continues && $line == '> '* ]]; then
       command+=$'\n'${line#'> '}
     else
@@ -128,7 +128,7 @@ check_document() {
       expected+=$line$'\n'
     fi
   done 3< <(read_document "$1")
-  [ -z "$inside" ] || fail "$1: the last block has no end"
+  [ -z "$inside" ] || fail "${1#"$root"/}: the last block has no end"
 }
 
 # begin_block DOCUMENT WHAT_STANDS_BEHIND_CONSOLE
@@ -138,7 +138,7 @@ begin_block() {
   if [[ $2 =~ typed=\"([^\"]*)\" ]]; then typed=${BASH_REMATCH[1]}; fi
   if [[ $2 =~ needs=([^ ]+) ]] && ! command -v "${BASH_REMATCH[1]}" >/dev/null
   then
-    echo "skipped: $(basename "$1"):$number needs ${BASH_REMATCH[1]}"
+    echo "skipped: ${1#"$root"/}:$number needs ${BASH_REMATCH[1]}"
     inside=skip
   fi
 }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cassert>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -22,6 +23,8 @@ const char* audit_fname = nullptr;
 namespace {
 
 constexpr unsigned GZ_BUFFER_SIZE = 128 * 1024;
+// Tag and size.
+constexpr std::size_t RECORD_HEAD_SIZE = 5;
 constexpr int VERSION_MAJOR = 1;
 constexpr int VERSION_MINOR = 0;
 
@@ -132,13 +135,27 @@ int audit_write_header(const char* user_comment) {
 }
 
 int audit_write_tag(std::uint8_t tag, std::uint32_t size) {
-  std::array<std::uint8_t, 5> head{tag};
+  std::array<std::uint8_t, RECORD_HEAD_SIZE> head{tag};
   store_u32(head.data() + 1, size);
   return audit_write(head);
 }
 
 int audit_write(std::span<const std::uint8_t> bytes) {
   return put_bytes(bytes) ? 0 : report_failure();
+}
+
+int audit_write_record(std::uint8_t tag, std::span<const std::uint8_t> head,
+                       std::span<const std::uint8_t> first,
+                       std::span<const std::uint8_t> second) {
+  assert(head.size() <= AUDIT_MAX_HEAD_SIZE);
+  const std::size_t size = head.size() + first.size() + second.size();
+  // Tag, size and fixed part go out together.
+  std::array<std::uint8_t, RECORD_HEAD_SIZE + AUDIT_MAX_HEAD_SIZE> begin{tag};
+  store_u32(begin.data() + 1, static_cast<std::uint32_t>(size));
+  std::memcpy(begin.data() + RECORD_HEAD_SIZE, head.data(), head.size());
+  const std::span begin_bytes(begin.data(), RECORD_HEAD_SIZE + head.size());
+  if (put_bytes(begin_bytes) && put_bytes(first) && put_bytes(second)) return 0;
+  return report_failure();
 }
 
 void audit_write_comment(const char* format, ...) {

@@ -9,6 +9,7 @@
 
 #include <zlib.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -36,6 +37,13 @@ int audit_write_tag(std::uint8_t tag, std::uint32_t size);
 
 // Writes a piece of payload.
 int audit_write(std::span<const std::uint8_t> bytes);
+
+// Writes a whole record whose payload is a fixed part of at most
+// AUDIT_MAX_HEAD_SIZE bytes and two pieces, either of which may be empty.
+inline constexpr std::size_t AUDIT_MAX_HEAD_SIZE = 20;
+int audit_write_record(std::uint8_t tag, std::span<const std::uint8_t> head,
+                       std::span<const std::uint8_t> first = {},
+                       std::span<const std::uint8_t> second = {});
 
 // Writes a comment record with a formatted text, unless it is empty or there is
 // no audit output. On failure the run ends with exit status 1 (run_failed).

@@ -1,9 +1,10 @@
 #include "util/chronex/dump.h"
 
 #include <array>
-#include <charconv>
 #include <cstring>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/typeutils.h"
 #include "util/chronex/hexdump.h"
@@ -18,54 +19,75 @@ constexpr std::size_t LABEL_WIDTH = 24;
 // A blank and the marker come before the item's name in a label.
 constexpr std::size_t MARKER_POSITION = 1;
 constexpr std::size_t NAME_POSITION = 2;
-// Room for a name of 255 bytes and a subscript.
-constexpr std::size_t LABEL_SIZE = 272;
 constexpr std::size_t VALUE_TEXT_SIZE = 8192;
+// Schemas whose labels are kept. Which one goes for a new one is left to
+// chance.
+constexpr std::size_t KEPT_LABEL_SETS = 16;
 
 using byte_run = std::span<const std::uint8_t>;
 
-// " mNAME" or " mNAME[k]", filled up with blanks, and ": ".
-class element_label {
+// The labels of a schema's elements, in record order: " NAME" or " NAME[k]"
+// behind a place for the marker, filled up with blanks, and ": ".
+class label_set {
  public:
-  // A name ends at its first zero byte, if any.
-  element_label(std::string_view name, bool has_subscript,
-                std::size_t element) {
-    text_[0] = ' ';
-    text_[MARKER_POSITION] = ' ';
-    length_ = NAME_POSITION;
-    const std::size_t shown = std::min(name.size(), name.find('\0'));
-    std::memcpy(text_.data() + length_, name.data(), shown);
-    length_ += shown;
-    if (has_subscript) append_subscript(element);
-    plain_length_ = length_;
-    while (length_ < LABEL_WIDTH) text_[length_++] = ' ';
-    text_[length_++] = ':';
-    text_[length_++] = ' ';
+  struct label {
+    std::string_view text;
+    // The name with its subscript.
+    std::string_view name;
+  };
+
+  bool is_of(const set_context& set) const {
+    return schema_id_ == set.schema_id;
   }
 
-  // The name with its subscript.
-  std::string_view name() const {
-    return std::string_view(text_.data(), plain_length_).substr(NAME_POSITION);
+  void make(const set_context& set) {
+    schema_id_ = set.schema_id;
+    text_.clear();
+    places_.clear();
+    for (const item_descriptor& item : set.item_list()) {
+      for (std::size_t element = 1; element <= item.count; ++element) {
+        add(set.item_name(item), item.count > 1, element);
+      }
+    }
   }
-  std::string_view marked(char marker) {
-    text_[MARKER_POSITION] = marker;
-    return {text_.data(), length_};
+
+  label operator[](std::size_t index) const {
+    const place& where = places_[index];
+    const std::string_view text = text_;
+    return {text.substr(where.begin, where.length),
+            text.substr(where.begin + NAME_POSITION, where.name_length)};
   }
 
  private:
-  void append_subscript(std::size_t element) {
-    text_[length_++] = '[';
-    char* place = text_.data() + length_;
-    const auto end =
-        std::to_chars(place, text_.data() + text_.size(), element).ptr;
-    length_ += static_cast<std::size_t>(end - place);
-    text_[length_++] = ']';
+  struct place {
+    std::size_t begin;
+    std::size_t length;
+    std::size_t name_length;
+  };
+
+  // A name ends at its first zero byte, if any.
+  void add(std::string_view name, bool has_subscript, std::size_t element) {
+    const std::size_t begin = text_.size();
+    text_.append(NAME_POSITION, ' ');
+    text_ += name.substr(0, name.find('\0'));
+    if (has_subscript) text_ += '[' + std::to_string(element) + ']';
+    const std::size_t length = text_.size() - begin;
+    if (length < LABEL_WIDTH) text_.append(LABEL_WIDTH - length, ' ');
+    text_ += ": ";
+    places_.push_back({begin, text_.size() - begin, length - NAME_POSITION});
   }
 
-  std::array<char, LABEL_SIZE> text_;
-  std::size_t length_ = 0;
-  std::size_t plain_length_ = 0;
+  std::uint64_t schema_id_ = 0;
+  std::string text_;
+  std::vector<place> places_;
 };
+
+const label_set& labels_of(const set_context& set) {
+  static std::array<label_set, KEPT_LABEL_SETS> kept;
+  label_set& labels = kept[set.schema_id % kept.size()];
+  if (!labels.is_of(set)) labels.make(set);
+  return labels;
+}
 
 void put_character_value(byte_run value, char fill) {
   while (!value.empty() && value.back() == static_cast<std::uint8_t>(fill)) {
@@ -84,25 +106,17 @@ void put_number(const item_type& type, byte_run value) {
   report.fp->put(std::string_view(text.data(), strnlen(text.data(), length)));
 }
 
-void put_element(std::string_view label, const item_type* type,
-                 byte_run value) {
-  report.fp->put(label);
+void put_element(const label_set::label& label, char marker,
+                 const item_type* type, byte_run value) {
+  report.fp->put(' ');
+  report.fp->put(marker);
+  report.fp->put(label.text.substr(MARKER_POSITION + 1));
   if (type != nullptr && type->numeric) {
     put_number(*type, value);
   } else if (type != nullptr) {
     put_character_value(value, type->fill);
   }
   report.fp->put('\n');
-}
-
-// Whether an unchanged element of the item with this index is shown. The name
-// list may name the item or, in an item of several elements, a single one.
-bool is_selected(std::string_view item_name, bool has_subscript,
-                 const element_label& label, std::size_t index) {
-  int listed = item_name_in_list(item_name);
-  if (listed == 0 && has_subscript) listed = item_name_in_list(label.name());
-  if (report.item_limit <= 0) return listed != 0;
-  return listed > 0 || index < static_cast<std::size_t>(report.item_limit);
 }
 
 // One item of the record being shown.
@@ -113,18 +127,26 @@ struct item_view {
   const item_type* type;
 };
 
-void dump_element(const item_view& view, std::size_t element, byte_run before,
-                  byte_run after) {
-  const bool has_subscript = view.item.count > 1;
-  element_label label(view.name, has_subscript, element);
+// Whether an unchanged element of the item is shown. The name list may name the
+// item or, in an item of several elements, a single one.
+bool is_selected(const item_view& view, const label_set::label& label) {
+  int listed = item_name_in_list(view.name);
+  if (listed == 0 && view.item.count > 1)
+    listed = item_name_in_list(label.name);
+  if (report.item_limit <= 0) return listed != 0;
+  return listed > 0 || view.index < static_cast<std::size_t>(report.item_limit);
+}
+
+void dump_element(const item_view& view, const label_set::label& label,
+                  byte_run before, byte_run after) {
   const bool changed =
       !before.empty() && !after.empty() &&
       std::memcmp(before.data(), after.data(), before.size()) != 0;
   if (changed) {
-    put_element(label.marked('-'), view.type, before);
-    put_element(label.marked('+'), view.type, after);
-  } else if (is_selected(view.name, has_subscript, label, view.index)) {
-    put_element(label.marked(' '), view.type, before.empty() ? after : before);
+    put_element(label, '-', view.type, before);
+    put_element(label, '+', view.type, after);
+  } else if (is_selected(view, label)) {
+    put_element(label, ' ', view.type, before.empty() ? after : before);
   }
 }
 
@@ -134,6 +156,8 @@ byte_run part_of(byte_run image, std::size_t offset, std::size_t size) {
 }
 
 void dump_items(const set_context& set, byte_run before, byte_run after) {
+  const label_set& labels = labels_of(set);
+  std::size_t label_index = 0;
   const std::span<const item_descriptor> items = set.item_list();
   for (std::size_t i = 0; i < items.size(); ++i) {
     const item_descriptor& item = items[i];
@@ -141,7 +165,8 @@ void dump_items(const set_context& set, byte_run before, byte_run after) {
                          item_type_of(static_cast<char>(item.type))};
     std::size_t offset = item.offset;
     for (std::size_t element = 1; element <= item.count; ++element) {
-      dump_element(view, element, part_of(before, offset, item.size),
+      dump_element(view, labels[label_index++],
+                   part_of(before, offset, item.size),
                    part_of(after, offset, item.size));
       offset += item.size;
     }

@@ -116,7 +116,6 @@ void report_operation(const image_operation& operation, std::string_view word) {
 }
 
 int write_operation_record(const image_operation& operation, char audit_op) {
-  const auto rec_sz = static_cast<std::uint32_t>(operation.node.set->rec_sz);
   const image_op_t head{
       .session_id = static_cast<std::uint32_t>(operation.session.session_id),
       .node_id = static_cast<std::uint32_t>(operation.node.node_id),
@@ -127,15 +126,9 @@ int write_operation_record(const image_operation& operation, char audit_op) {
       .has_after = operation.after != nullptr};
   std::array<std::uint8_t, image_op_t::SIZE> head_bytes{};
   head.put(head_bytes.data());
-  const std::uint32_t images =
-      std::uint32_t{head.has_before} + std::uint32_t{head.has_after};
-  if (audit_write_tag(AUDIT_TAG_IMAGE_OP, image_op_t::SIZE + rec_sz * images) !=
-          0 ||
-      audit_write(head_bytes) != 0) {
-    return -1;
-  }
-  if (audit_write(image_bytes(operation, operation.before)) != 0) return -1;
-  return audit_write(image_bytes(operation, operation.after));
+  return audit_write_record(AUDIT_TAG_IMAGE_OP, head_bytes,
+                            image_bytes(operation, operation.before),
+                            image_bytes(operation, operation.after));
 }
 
 }  // namespace

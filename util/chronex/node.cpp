@@ -18,7 +18,7 @@ constexpr std::size_t INITIAL_BUCKETS = 128;
 constexpr int MAX_NAME_LEVELS = 16;
 
 chained_table<node_entry> node_hash(INITIAL_BUCKETS);
-std::uint64_t names_version = 0;
+std::uint64_t names_version = 1;
 
 std::uint32_t hash_of(std::int32_t node_id) {
   return keyed_hash(static_cast<std::uint32_t>(node_id));
@@ -72,9 +72,16 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 }  // namespace
 
 node_entry* node_get_entry(std::int32_t node_id) {
-  return node_hash.find(hash_of(node_id), [node_id](const node_entry& entry) {
-    return entry.node_id == node_id;
-  });
+  // Operations mostly come several to a data set; nodes are never removed.
+  static node_entry* last_found = nullptr;
+  if (last_found != nullptr && last_found->node_id == node_id) {
+    return last_found;
+  }
+  node_entry* found = node_hash.find(
+      hash_of(node_id),
+      [node_id](const node_entry& entry) { return entry.node_id == node_id; });
+  if (found != nullptr) last_found = found;
+  return found;
 }
 
 void node_add_entry(std::int32_t node_id, int type, std::string_view name,
@@ -126,15 +133,15 @@ void node_set_keys(node_entry& entry, db_key_context_ptr keys) {
 }
 
 std::string_view node_name2(const node_entry& entry, bool with_id) {
-  static std::string text;
-  text.clear();
-  append_name(entry, MAX_NAME_LEVELS, text);
-  if (with_id) {
-    text += " (#";
-    text += std::to_string(entry.node_id);
-    text += ')';
+  if (entry.printable_version != names_version) {
+    entry.printable.clear();
+    append_name(entry, MAX_NAME_LEVELS, entry.printable);
+    entry.printable_name_length = entry.printable.size();
+    entry.printable += " (#" + std::to_string(entry.node_id) + ")";
+    entry.printable_version = names_version;
   }
-  return text;
+  const std::string_view text = entry.printable;
+  return with_id ? text : text.substr(0, entry.printable_name_length);
 }
 
 std::string_view node_name(const node_entry& entry) {

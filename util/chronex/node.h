@@ -79,6 +79,11 @@ struct node_entry {
   int type = 0;
   // Node id of a data set's database; 0 = none.
   std::int32_t db_node_id = 0;
+  // The printable name with the id, and how much of it is the name, as they
+  // were at this node_names_version().
+  mutable std::string printable;
+  mutable std::size_t printable_name_length = 0;
+  mutable std::uint64_t printable_version = 0;
   // The schema must still be shown and written before the next operation.
   bool context_pending = false;
 };
@@ -109,7 +114,7 @@ void node_set_keys(node_entry& entry, db_key_context_ptr keys);
 
 // The printable name: a data set's database and ".", if that is known, and the
 // node's own name; with the flag also " (#%d)" with the node id. The text is
-// the module's and valid until the next call.
+// the entry's and valid until a node is registered or redefined.
 std::string_view node_name2(const node_entry& entry, bool with_id);
 std::string_view node_name(const node_entry& entry);
 

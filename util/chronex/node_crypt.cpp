@@ -224,10 +224,12 @@ class item_stream {
   }
 
   void read(std::span<std::uint8_t> plain) {
-    for (std::uint8_t& byte : plain) {
+    while (!plain.empty()) {
       if (position_ == BLOCK_SIZE) next_block();
-      byte = block_[position_] ^ chain_[position_ % CHAIN_SIZE];
-      ++position_;
+      const std::size_t run = std::min(plain.size(), BLOCK_SIZE - position_);
+      std::memcpy(plain.data(), block_.data() + position_, run);
+      position_ += run;
+      plain = plain.subspan(run);
     }
   }
 
@@ -237,6 +239,9 @@ class item_stream {
   void next_block() {
     if (chained_ && previous_ != nullptr) chain_ = previous_;
     decrypt_block_(key_, blocks_.first<BLOCK_SIZE>(), block_);
+    for (std::size_t i = 0; i < BLOCK_SIZE; ++i) {
+      block_[i] ^= chain_[i % CHAIN_SIZE];
+    }
     previous_ = blocks_.data();
     blocks_ = blocks_.subspan(BLOCK_SIZE);
     position_ = 0;

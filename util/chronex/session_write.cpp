@@ -64,12 +64,7 @@ int write_session_record(std::uint8_t tag, const session_entry& entry,
   std::array<std::uint8_t, session_sign_on_t::SIZE> head{};
   session_sign_on_t{static_cast<std::uint32_t>(entry.session_id)}.put(
       head.data());
-  if (audit_write_tag(
-          tag, static_cast<std::uint32_t>(head.size() + data.size())) != 0) {
-    return -1;
-  }
-  if (audit_write(head) != 0) return -1;
-  return audit_write(data);
+  return audit_write_record(tag, head, data);
 }
 
 std::span<const std::uint8_t> memo_text(const memo_slot& slot) {
@@ -82,13 +77,7 @@ int write_memo_record(const session_entry& entry, const memo_slot& slot) {
          .timestamp = slot.timestamp,
          .mode = slot.mode}
       .put(head.data());
-  const auto text = memo_text(slot);
-  if (audit_write_tag(AUDIT_TAG_MEMO, static_cast<std::uint32_t>(
-                                          head.size() + text.size())) != 0) {
-    return -1;
-  }
-  if (audit_write(head) != 0) return -1;
-  return audit_write(text);
+  return audit_write_record(AUDIT_TAG_MEMO, head, memo_text(slot));
 }
 
 void put_memo_mode(std::uint32_t mode) {

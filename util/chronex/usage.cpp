@@ -11,8 +11,7 @@ constexpr int EXIT_USAGE = 2;
 constexpr const char* END_OF_USAGE = "<$END>";
 constexpr const char* USAGE_TEXT[] = {
     "usage: chronex [options] file [...]",
-    "options:",
-    " -help       - show usage (this list)",
+    "options:", " -help       - show usage (this list)",
     " -o filename - write binary audit output to file (- for stdout)",
     " -c comment  - write clear-text comment into binary audit file",
     " -e expr     - specify filter expression",
@@ -25,8 +24,7 @@ constexpr const char* USAGE_TEXT[] = {
     "space-separated)",
     " -v          - print progress info / report details (-vv: more details)",
     " -x          - clear-text diagnostic output (hexdump format)",
-    " -M          - use master key",
-    " -Z          - compress audit file",
+    " -M          - use master key", " -Z          - compress audit file",
     END_OF_USAGE};
 
 }  // namespace

@@ -1,0 +1,114 @@
+#include "bench/bench_options.h"
+
+#include <getopt.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+namespace {
+
+constexpr const char* HELP =
+    "usage: bench [option ...] [operations]\n"
+    "\n"
+    "Makes logs of that many record operations (default 3000000, about 225\n"
+    "bytes each) and measures how long the program takes to read them.\n"
+    "\n"
+    "  --repeat N         measure every row N times (default 5)\n"
+    "  --rows TEXT        only rows with TEXT in their name, and their floors\n"
+    "  --scaling          instead: a tenth of the operations and all of them,\n"
+    "                     then all of them spread over 10, 1000, 10000 and\n"
+    "                     100000 live sessions and as many data sets\n"
+    "  --large            with --scaling, also ten times the operations\n"
+    "  --directory DIR    make the files in a new directory in DIR (default\n"
+    "                     $TMPDIR or /tmp), which is removed at the end\n"
+    "  --program FILE     measure this program\n"
+    "  --write FILE       only write the log to FILE\n"
+    "  --read FILE        only read FILE through zlib, as the floor does\n"
+    "  --help             print this and end\n"
+    "\n"
+    "seconds  wall-clock time of the process: median, smallest and largest\n"
+    "MB/s     10^6 bytes of decompressed input in a median second\n"
+    "ops/s    record operations in a median second; ns/op is its inverse\n"
+    "peak     largest resident memory in MiB (2^20 bytes)\n"
+    "floor    median seconds as a multiple of the floor of the same input\n"
+    "cpu s    median processor time, user and system, which other processes\n"
+    "         disturb less; cpu fl. is it as a multiple of the floor's\n"
+    "out MB   10^6 bytes of report and audit output\n";
+
+constexpr int EXIT_USAGE = 2;
+
+// A whole number from 1 up to what leaves action numbers within 32 bits.
+std::uint64_t count_argument(const char* text) {
+  constexpr unsigned long long MAX_COUNT = 100'000'000;
+  char* end = nullptr;
+  const unsigned long long count = std::strtoull(text, &end, 10);
+  if (*end != '\0' || count < 1 || count > MAX_COUNT) {
+    std::fprintf(stderr, "%s: a number from 1 to %llu is expected\n%s", text,
+                 MAX_COUNT, HELP);
+    std::exit(EXIT_USAGE);
+  }
+  return count;
+}
+
+void apply_option(int option, bench_options& chosen) {
+  switch (option) {
+    case 'n':
+      chosen.repeat = static_cast<int>(count_argument(optarg));
+      break;
+    case 'o':
+      chosen.rows = optarg;
+      break;
+    case 's':
+      chosen.scaling = true;
+      break;
+    case 'l':
+      chosen.large = true;
+      break;
+    case 'd':
+      chosen.directory = optarg;
+      break;
+    case 'p':
+      chosen.program = optarg;
+      break;
+    case 'w':
+      chosen.write = optarg;
+      break;
+    case 'r':
+      chosen.read = optarg;
+      break;
+    case 'h':
+      std::fputs(HELP, stdout);
+      std::exit(EXIT_SUCCESS);
+    default:
+      std::fputs(HELP, stderr);
+      std::exit(EXIT_USAGE);
+  }
+}
+
+}  // namespace
+
+bench_options parse_bench_options(int argc, char* argv[]) {
+  constexpr std::array<option, 10> OPTIONS{{
+      {"repeat", required_argument, nullptr, 'n'},
+      {"rows", required_argument, nullptr, 'o'},
+      {"scaling", no_argument, nullptr, 's'},
+      {"large", no_argument, nullptr, 'l'},
+      {"directory", required_argument, nullptr, 'd'},
+      {"program", required_argument, nullptr, 'p'},
+      {"write", required_argument, nullptr, 'w'},
+      {"read", required_argument, nullptr, 'r'},
+      {"help", no_argument, nullptr, 'h'},
+      {nullptr, 0, nullptr, 0},
+  }};
+  bench_options chosen;
+  chosen.directory = std::filesystem::temp_directory_path().string();
+  for (;;) {
+    const int option = getopt_long(argc, argv, "", OPTIONS.data(), nullptr);
+    if (option == -1) break;
+    apply_option(option, chosen);
+  }
+  if (optind < argc) chosen.operations = count_argument(argv[optind]);
+  return chosen;
+}

@@ -1,0 +1,24 @@
+#ifndef CHRONEX_BENCH_BENCH_OPTIONS_H
+#define CHRONEX_BENCH_BENCH_OPTIONS_H
+
+// The benchmark's command line; --help tells what each option does.
+
+#include <cstdint>
+#include <string>
+
+struct bench_options {
+  std::uint64_t operations = 3'000'000;
+  int repeat = 5;
+  std::string rows;
+  bool scaling = false;
+  bool large = false;
+  std::string directory;
+  std::string program = CHRONEX_PROGRAM;
+  std::string write;
+  std::string read;
+};
+
+// Reads the command line. Ends the process for --help and after a wrong option.
+bench_options parse_bench_options(int argc, char* argv[]);
+
+#endif  // CHRONEX_BENCH_BENCH_OPTIONS_H
