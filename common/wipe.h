@@ -14,6 +14,19 @@ inline constexpr std::uint8_t WIPE_BYTE = 0x55;
 void wipe(void* memory, std::size_t size,
           std::uint8_t fill = WIPE_BYTE) noexcept;
 
+// Wipes the unused part of the stack, where calls that handled key material may
+// have left copies of registers. To be called from a function that stays on the
+// stack when those calls have returned.
+void wipe_unused_stack() noexcept;
+
+// Does that at the end of the enclosing block.
+struct unused_stack_guard {
+  unused_stack_guard() = default;
+  ~unused_stack_guard() { wipe_unused_stack(); }
+  unused_stack_guard(const unused_stack_guard&) = delete;
+  unused_stack_guard& operator=(const unused_stack_guard&) = delete;
+};
+
 // Wipes a piece of memory at the end of the enclosing block, whichever way the
 // block is left. The memory must outlive the guard.
 class wipe_guard {

@@ -1,7 +1,5 @@
 #include "util/chronex/filter_record.h"
 
-#include <strings.h>
-
 #include <array>
 #include <cassert>
 #include <charconv>
@@ -11,6 +9,7 @@
 #include <span>
 #include <string_view>
 
+#include "common/same_text.h"
 #include "common/typeutils.h"
 #include "util/chronex/match.h"
 #include "util/chronex/node.h"
@@ -30,10 +29,6 @@ int match_set_pattern(std::string_view name, std::string_view pattern) {
   return matches ? 1 : 0;
 }
 
-bool equal_without_case(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 bool is_signed(std::string_view name) {
   return name.starts_with('-') || name.starts_with('+');
 }
@@ -45,7 +40,7 @@ std::optional<std::size_t> subscript_of(std::string_view name,
                                         std::size_t count) {
   item_name = item_name.substr(0, item_name.find('\0'));
   if (name.size() < item_name.size() + 3 ||
-      !equal_without_case(name.substr(0, item_name.size()), item_name)) {
+      !same_text(name.substr(0, item_name.size()), item_name)) {
     return std::nullopt;
   }
   const std::string_view rest = name.substr(item_name.size());
@@ -69,7 +64,7 @@ void find_item(const set_context& set, std::string_view name,
   for (const item_descriptor& item : set.item_list()) {
     std::size_t element = 0;
     if (item.count == 1) {
-      if (!equal_without_case(name, set.item_name(item))) continue;
+      if (!same_text(name, set.item_name(item))) continue;
     } else {
       const std::optional<std::size_t> subscript =
           subscript_of(name, set.item_name(item), item.count);

@@ -1,12 +1,11 @@
 #include "util/chronex/node.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cctype>
 #include <new>
 
 #include "common/chained_table.h"
+#include "common/same_text.h"
 #include "util/chronex/report.h"
 
 namespace {
@@ -24,10 +23,6 @@ std::uint32_t hash_of(std::int32_t node_id) {
   return keyed_hash(static_cast<std::uint32_t>(node_id));
 }
 
-bool same_text_without_case(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 bool same_schema(const set_context* a, const set_context* b) {
   if (a == nullptr || b == nullptr) return a == b;
   const auto a_items = a->item_list();
@@ -39,7 +34,7 @@ bool same_schema(const set_context* a, const set_context* b) {
 
 bool is_repeat(const node_entry& entry, int type, std::string_view name,
                std::int32_t db_node_id, const set_context* set) {
-  return entry.type == type && same_text_without_case(entry.name, name) &&
+  return entry.type == type && same_text(entry.name, name) &&
          entry.db_node_id == db_node_id && entry.keys == nullptr &&
          same_schema(entry.set.get(), set);
 }

@@ -30,7 +30,8 @@ constexpr std::size_t WORK_AREA_SIZE = 32;
 constexpr std::size_t BLOCK_SIZE = AES_BLOCK_SIZE;
 constexpr std::size_t CHAIN_SIZE = 4;
 
-// No stored record names this key, so nothing is found under it.
+// Looked up instead of the record's key while decryption is disabled: what a
+// key context can be expected not to hold.
 constexpr std::uint32_t DISABLED_KEY_ID = 0xFFFFFFFF;
 
 struct key_entry {
@@ -130,8 +131,6 @@ bool make_key(const payload_entry& entry, byte_run key, key_entry& slot) {
       return false;
     case KEY_TYPE_AES:
     case KEY_TYPE_AES_3:
-      // The crypto layer prints its messages itself.
-      report_flush();
       slot.aes_key = ko_enc__set_aes_key(key, AES_MODE_DECRYPT);
       return slot.aes_key != nullptr;
     default:
@@ -318,6 +317,9 @@ db_key_context_ptr node_create_db_key_context(byte_run payload,
   }
   db_key_context_ptr context = allocate_context(entry_count);
   if (!context) return context;
+  const unused_stack_guard stack_guard;
+  // The crypto layer prints its messages itself.
+  report_flush();
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
     switch (take_entry(entry, context->entries[context->count])) {
       case entry_fate::kept:

@@ -7,6 +7,7 @@
 #include <optional>
 #include <system_error>
 
+#include "common/same_text.h"
 #include "common/wipe.h"
 #include "util/libmkey/text.h"
 

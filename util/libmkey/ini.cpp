@@ -12,7 +12,7 @@
 #include <memory>
 #include <optional>
 
-#include "util/libmkey/text.h"
+#include "common/same_text.h"
 
 namespace {
 

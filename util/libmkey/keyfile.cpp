@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "common/ko_log.h"
+#include "common/same_text.h"
 #include "common/wipe.h"
 #include "util/libmkey/ini.h"
 #include "util/libmkey/text.h"

@@ -13,11 +13,11 @@
 #include <vector>
 
 #include "common/crypto_api.h"
+#include "common/same_text.h"
 #include "common/wipe.h"
 #include "server/misc/keyutil.h"
 #include "util/libmkey/cipher_spec.h"
 #include "util/libmkey/keyfile.h"
-#include "util/libmkey/text.h"
 #include "util/libmkey/tty.h"
 
 namespace {
@@ -185,6 +185,7 @@ int ko_mkey_enable(const char* files, const char* ids, bool use_stdio) {
   }
   const outcome result =
       unlock_keys(files != nullptr ? files : DEFAULT_KEY_FILE, ids, use_stdio);
+  wipe_unused_stack();
   if (result == outcome::ENDED) std::exit(EXIT_FAILURE);
   return result == outcome::DONE ? 0 : -1;
 }

@@ -7,7 +7,8 @@
 // All messages go to standard error. A wrong passphrase is asked again; most
 // other problems, such as a key file that cannot be read, end the program with
 // status 1. An interrupt at the prompt ends it with status 128 plus the
-// signal's number. Passphrases and keys are wiped on every way out.
+// signal's number. Passphrases and keys are wiped on every way out; only a
+// signal leaves the master keys that are already in the store to the system.
 
 // Loads the crypto library, empties the master key store and unlocks the master
 // keys that the environment names: KO_MKEYID holds their ids, KO_MKEYFILE the

@@ -1,13 +1,7 @@
 #include "util/libmkey/text.h"
 
-#include <strings.h>
-
 #include <cassert>
 #include <cstddef>
-
-bool same_text(std::string_view a, std::string_view b) {
-  return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
 
 bool decode_hex(std::string_view digits, std::span<std::uint8_t> out) {
   constexpr std::string_view HEX_DIGITS = "0123456789abcdef";

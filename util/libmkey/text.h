@@ -1,14 +1,11 @@
 #ifndef CHRONEX_UTIL_LIBMKEY_TEXT_H
 #define CHRONEX_UTIL_LIBMKEY_TEXT_H
 
-// Texts in key files: names without regard to case, bytes as hex digits.
+// Bytes as hex digits in key files.
 
 #include <cstdint>
 #include <span>
 #include <string_view>
-
-// True when both texts are the same but for upper and lower case.
-bool same_text(std::string_view a, std::string_view b);
 
 // Decodes pairs of the digits '0' to '9' and 'a' to 'f' into the first
 // digits.size() / 2 bytes of `out`, which must have room for them. Returns
