@@ -106,6 +106,7 @@ class event {
     }
     data.resize(data.size() - static_cast<std::size_t>(missing));
     EXPECT_TRUE(session.sign_on.copy_from(data));
+    session.looked_up.clear();
   }
 
   session_entry session;

@@ -128,7 +128,7 @@ std::size_t live_source::read_descriptor(std::span<std::uint8_t> room) {
 bool live_source::have_pending(std::size_t count) {
   if (pending_.size() >= count) return true;
   std::size_t have = pending_.size();
-  std::memmove(input_.data(), pending_.data(), have);
+  if (have > 0) std::memmove(input_.data(), pending_.data(), have);
   while (have < count) {
     const std::size_t got = read_descriptor(input_.bytes().subspan(have));
     if (got == 0) break;

@@ -60,7 +60,10 @@ int process_end(const fw_action& action) {
   session_cleanup();
   // All actions were there, but were they as written?
   action.stream().verify_rest();
-  report_read_error(action.file);
+  if (report_no_resources(action.file)) return FILE_FAILED;
+  if (!report_read_error(action.file) && action.stream().broke_off()) {
+    message("%s: unexpected end of file\n", action.file.name.c_str());
+  }
   return FILE_DONE;
 }
 

@@ -112,12 +112,14 @@ bool make_room(image_record& record, std::size_t size) {
   return false;
 }
 
-// A data set may have been redefined since its before-image was stored: the
-// image is cut or filled up to the present record size.
+// Fills a before-image up to the record size of its data set, which may have
+// been redefined since the image was stored.
 bool fit_before_image(const fw_action& action, image_record& pending,
                       std::size_t rec_sz) {
   if (pending.before_size >= rec_sz) return true;
-  warn_short(action, "before-image", pending.before_size, rec_sz);
+  if (!pending.known_short) {
+    warn_short(action, "before-image", pending.before_size, rec_sz);
+  }
   if (!make_room(pending, rec_sz)) return false;
   std::ranges::fill(
       pending.before.bytes().first(rec_sz).subspan(pending.before_size),
@@ -191,25 +193,38 @@ int process_operation(const fw_action& action, const record_header& header,
                          after.bytes);
 }
 
-// Fills `plain` (the record size) from the stored before-image, of which what
-// is missing counts as zero bytes.
-void decode_before_image(const fw_action& action, const set_context& set,
-                         const db_key_context* keys, byte_run stored,
-                         std::span<std::uint8_t> plain) {
+// Deciphers a stored before-image into `plain` (the record size). What is
+// missing of it counts as zero bytes.
+void decrypt_before_image(const set_context& set, const db_key_context* keys,
+                          byte_run stored, std::span<std::uint8_t> plain) {
   const auto expected = static_cast<std::size_t>(set.media_sz);
   if (stored.size() < expected) {
-    warn_short(action, "before-image", stored.size(), expected);
     const std::span<std::uint8_t> filled =
         get_buffer(static_cast<std::uint32_t>(expected));
     std::ranges::copy(stored, filled.begin());
     std::ranges::fill(filled.subspan(stored.size()), std::uint8_t{0});
     stored = filled;
   }
+  node_decrypt_record(keys, set, plain, stored);
+}
+
+// Keeps a stored before-image. Of a plain data set only what is there is kept,
+// so that a pending record takes no more memory than its log does.
+int keep_before_image(const set_context& set, const db_key_context* keys,
+                      byte_run stored, image_record& record) {
+  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
+  record.known_short = stored.size() < static_cast<std::size_t>(set.media_sz);
+  record.before_size =
+      is_encrypted(set) ? rec_sz : std::min(rec_sz, stored.size());
+  if (!make_room(record, record.before_size)) return FILE_FAILED;
+  const auto kept = record.before.bytes().first(record.before_size);
   if (is_encrypted(set)) {
-    node_decrypt_record(keys, set, plain, stored);
+    decrypt_before_image(set, keys, stored, kept);
   } else {
-    std::ranges::copy(stored.first(plain.size()), plain.begin());
+    std::ranges::copy(stored.first(kept.size()), kept.begin());
   }
+  record.has_before = true;
+  return ACTION_DONE;
 }
 
 }  // namespace
@@ -258,12 +273,14 @@ int fw_before_image(const fw_action& action) {
   image_record* record =
       add_image_record(header.image_key, header.node_id, header.recno);
   if (record == nullptr) return FILE_FAILED;
-  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
-  if (!make_room(*record, rec_sz)) return FILE_FAILED;
-  decode_before_image(action, set, keys, {start, header.size},
-                      record->before.bytes().first(rec_sz));
-  record->before_size = rec_sz;
-  record->has_before = true;
+  const byte_run stored{start, header.size};
+  if (keep_before_image(set, keys, stored, *record) != ACTION_DONE) {
+    return FILE_FAILED;
+  }
+  if (record->known_short) {
+    warn_short(action, "before-image", stored.size(),
+               static_cast<std::size_t>(set.media_sz));
+  }
   record->op = header.op;
   record->timestamp = action.timestamp;
   return ACTION_DONE;

@@ -27,11 +27,14 @@ struct image_record {
   std::uint32_t image_key = 0;
   std::int32_t node_id = 0;
   std::uint32_t recno = 0;
-  // The record before the operation, in clear text: the first `before_size`
-  // bytes of the buffer. Without `has_before` they are of no meaning.
+  // The record before the operation, in clear text, as far as the log has it:
+  // the first `before_size` bytes of the buffer. Without `has_before` they are
+  // of no meaning.
   owned_bytes before;
   std::size_t before_size = 0;
   bool has_before = false;
+  // The stored image was too short, as reported.
+  bool known_short = false;
   // Operation code and time stamp (seconds since the epoch) of this part.
   int op = 0;
   std::uint32_t timestamp = 0;

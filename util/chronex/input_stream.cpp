@@ -117,6 +117,8 @@ void input_stream::verify_rest() {
   next_ = 0;
   end_ = 0;
   error_ = source_->error();
+  truncated_ = source_->truncated();
+  resource_error_ = source_->resource_error();
 }
 
 void input_stream::suspend() {

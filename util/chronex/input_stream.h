@@ -60,7 +60,7 @@ class input_stream {
   int resource_error() const { return resource_error_; }
 
   // Reads a compressed file to its end, so that its check sum is verified, and
-  // drops what is left. error() then tells whether there was damage.
+  // drops what is left. What is told after a short read is then told of that.
   void verify_rest();
 
   // Gives back the buffers of a file that will be read on later, or not at all

@@ -136,6 +136,7 @@ void session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
                       keyed_hash(static_cast<std::uint32_t>(session_id)));
     if (entry == nullptr) return;
   }
+  entry->looked_up.clear();
   entry->sign_on = std::move(sign_on);
   entry->sign_on_sz = static_cast<std::uint32_t>(entry->sign_on.size());
   entry->conntime = sign_on_conntime(entry->sign_on);

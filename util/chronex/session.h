@@ -11,7 +11,10 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "common/owned_bytes.h"
 
@@ -32,6 +35,13 @@ struct memo_slot {
   bool pending = false;
 };
 
+// What a filter has found in a session's sign-on data under a name; no value
+// when there is no such attribute.
+struct looked_up_attribute {
+  std::string name;
+  std::optional<std::string> value;
+};
+
 // Sign-on data as it stands in the forward log, in memory and in the audit
 // file: a u16 number of strings, then for each a u16 length and that many
 // bytes. The strings hold session attributes in the form key{value}; inside the
@@ -44,6 +54,8 @@ struct session_entry {
   std::int32_t session_id = 0;
   // Size of sign_on in bytes; 0 when there is none.
   std::uint32_t sign_on_sz = 0;
+  // Sign-on data may be large, so each name is looked for once.
+  mutable std::vector<looked_up_attribute> looked_up;
   // Connection time in seconds since the epoch; 0 = unknown.
   std::uint32_t conntime = 0;
   // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -119,23 +120,43 @@ bool find_pair(std::string_view text, const char* name) {
   }
 }
 
+// Leaves the value of the first pair of all strings that matches in
+// attribute_value.
+bool find_attribute(const session_entry& session, const char* name) {
+  byte_cursor cursor(session.sign_on.bytes());
+  std::uint16_t count = 0;
+  if (!cursor.u16(count)) return false;
+  for (; count > 0; --count) {
+    std::uint16_t length = 0;
+    std::span<const std::uint8_t> text;
+    if (!cursor.u16(length) || !cursor.bytes(length, text)) return false;
+    if (find_pair({reinterpret_cast<const char*>(text.data()), text.size()},
+                  name)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 const char* expr_get_session_entry(const filter_context& context,
                                    const char* name) {
-  byte_cursor cursor(context.session->sign_on.bytes());
-  std::uint16_t count = 0;
-  if (!cursor.u16(count)) return nullptr;
-  for (; count > 0; --count) {
-    std::uint16_t length = 0;
-    std::span<const std::uint8_t> text;
-    if (!cursor.u16(length) || !cursor.bytes(length, text)) return nullptr;
-    if (find_pair({reinterpret_cast<const char*>(text.data()), text.size()},
-                  name)) {
-      return attribute_value.data();
-    }
+  const session_entry& session = *context.session;
+  for (const looked_up_attribute& known : session.looked_up) {
+    if (known.name == name) return known.value ? known.value->c_str() : nullptr;
   }
-  return nullptr;
+  const char* value =
+      find_attribute(session, name) ? attribute_value.data() : nullptr;
+  try {
+    looked_up_attribute& found = session.looked_up.emplace_back();
+    found.name = name;
+    if (value != nullptr) found.value = value;
+  } catch (const std::bad_alloc&) {
+    // Then it is looked for again; half an entry must not stay.
+    session.looked_up.clear();
+  }
+  return value;
 }
 
 int expr_filter_session_attribute(const filter_context& context,
