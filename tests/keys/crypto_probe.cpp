@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string_view>
@@ -12,16 +13,15 @@
 
 namespace {
 
+// How many required procedures were found, and which of the optional ones.
 void print_slots() {
+  const auto found = std::ranges::count_if(
+      fn_map_required, [](const fn_map_entry& entry) { return !!*entry.slot; });
+  std::fprintf(stderr, "%d", static_cast<int>(found));
   for (const fn_map_entry& entry : fn_map_optional) {
-    if (*entry.slot) std::fprintf(stderr, "%s\n", entry.name);
+    if (*entry.slot) std::fprintf(stderr, " %s", entry.name);
   }
-}
-
-void print_missing_slots() {
-  for (const fn_map_entry& entry : fn_map_required) {
-    if (!*entry.slot) std::fprintf(stderr, "%s\n", entry.name);
-  }
+  std::fprintf(stderr, "\n");
 }
 
 void print_load() {
@@ -31,45 +31,26 @@ void print_load() {
                ko_enc__loaded(), version != nullptr ? version : "none");
 }
 
-void print_key() {
-  constexpr std::array<std::uint8_t, 16> KEY = {};
-  const aes_key_ptr key = ko_enc__set_aes_key(KEY, AES_MODE_DECRYPT);
-  std::fprintf(stderr, "key %s\n", key != nullptr ? "made" : "none");
-}
-
-void print_random() {
-  std::uint8_t buffer = 0;
-  const int first = ko__RAND_bytes(&buffer, 1);
-  const int second = ko__RAND_pseudo_bytes(&buffer, 1);
-  std::fprintf(stderr, "random %d %d\n", first, second);
-}
-
-void print_reset() {
-  std::fprintf(stderr, "reset %d\n", ko__EVP_CIPHER_CTX_cleanup(nullptr));
-}
-
-// As a preloaded library would do.
-void interpose() {
-  if (dlopen("libcrypto.so", RTLD_NOW | RTLD_GLOBAL) == nullptr) {
-    std::fprintf(stderr, "%s\n", dlerror());
-  }
+void print(const char* what, int result) {
+  std::fprintf(stderr, "%s %d\n", what, result);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  constexpr std::array<std::uint8_t, 16> KEY = {};
   for (int i = 1; i < argc; ++i) {
     const std::string_view word = argv[i];
     if (word == "ssl") ko_enc__init(ENC_MODE_SSL);
     if (word == "basic") ko_enc__init(ENC_MODE_BASIC);
-    if (word == "interpose") interpose();
+    // As a preloaded library would be there.
+    if (word == "interpose") dlopen("libcrypto.so", RTLD_NOW | RTLD_GLOBAL);
     if (word == "load") print_load();
     if (word == "cleanup") ko_enc__cleanup();
-    if (word == "key") print_key();
-    if (word == "random") print_random();
-    if (word == "reset") print_reset();
+    if (word == "key") print("key", ko_enc__set_aes_key(KEY, 2) != nullptr);
+    if (word == "random") print("random", ko__RAND_bytes(nullptr, 1));
+    if (word == "reset") print("reset", ko__EVP_CIPHER_CTX_cleanup(nullptr));
     if (word == "slots") print_slots();
-    if (word == "missing") print_missing_slots();
   }
   std::fprintf(stderr, "end\n");
   return 0;

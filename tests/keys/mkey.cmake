@@ -3,7 +3,7 @@
 find_program(OPENSSL_PROGRAM openssl REQUIRED)
 
 add_executable(ini_test ini_test.cpp)
-target_link_libraries(ini_test PRIVATE mkey GTest::gtest_main)
+target_link_libraries(ini_test PRIVATE mkey run_program GTest::gtest_main)
 gtest_discover_tests(ini_test)
 
 add_executable(mkey_probe mkey_probe.cpp)
@@ -13,6 +13,6 @@ add_executable(mkey_test mkey_test.cpp)
 target_compile_definitions(mkey_test PRIVATE
   MKEY_PROBE="$<TARGET_FILE:mkey_probe>"
   MAKE_KEY_FILE="${CMAKE_CURRENT_SOURCE_DIR}/make_key_file.sh")
-target_link_libraries(mkey_test PRIVATE GTest::gtest_main util)
+target_link_libraries(mkey_test PRIVATE run_program GTest::gtest_main util)
 add_dependencies(mkey_test mkey_probe)
 gtest_discover_tests(mkey_test)

@@ -1,44 +1,23 @@
-// A library with the procedure names of libssl, in the old or new generation.
+// A library with some of libssl's procedures and none of its functions. It gets
+// the names that it is asked for when it is linked.
 
 #include <cstdint>
 #include <cstdio>
 
-// A procedure that is looked up but not called.
-#define STUB(name) \
-  extern "C" void name() {}
+// What all names lead to that are looked up but not called.
+extern "C" void not_called() {}
 
-STUB(SSL_get_error)
-STUB(SSL_CTX_new)
-STUB(SSL_CTX_free)
-STUB(SSL_CTX_ctrl)
-STUB(SSL_CTX_use_certificate_chain_file)
-STUB(SSL_CTX_use_PrivateKey_file)
-STUB(SSL_new)
-STUB(SSL_free)
-STUB(SSL_set_fd)
-STUB(SSL_accept)
-STUB(SSL_pending)
-STUB(SSL_read)
-STUB(SSL_write)
-
-#ifdef STUB_OLD_NAMES
-STUB(SSLv23_server_method)
-extern "C" int SSL_library_init() {
-  std::fprintf(stderr, "library init\n");
-  return 1;
-}
-extern "C" void SSL_load_error_strings() {
-  std::fprintf(stderr, "load strings\n");
-}
-#else
-STUB(TLS_server_method)
-extern "C" int OPENSSL_init_ssl(std::uint64_t options, const void* settings) {
+extern "C" int init_old() { return std::fprintf(stderr, "library init\n"); }
+extern "C" void load_strings() { std::fprintf(stderr, "load strings\n"); }
+extern "C" int init_new(std::uint64_t options, const void* settings) {
   std::fprintf(stderr, "init ssl %#llx %s\n",
                static_cast<unsigned long long>(options),
                settings == nullptr ? "no settings" : "settings");
-  return STUB_INIT_RESULT;
+  return 1;
 }
-#endif
+extern "C" int refuse(std::uint64_t /*options*/, const void* /*settings*/) {
+  return 0;
+}
 
 namespace {
 [[gnu::destructor]] void close_library() {

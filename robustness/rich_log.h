@@ -1,5 +1,5 @@
-#ifndef CHRONEX_TESTS_ROBUSTNESS_RICH_LOG_H
-#define CHRONEX_TESTS_ROBUSTNESS_RICH_LOG_H
+#ifndef CHRONEX_ROBUSTNESS_RICH_LOG_H
+#define CHRONEX_ROBUSTNESS_RICH_LOG_H
 
 // Small logs in which everything occurs that a log can hold, so that runs over
 // them reach every module.
@@ -23,4 +23,4 @@ std::string encrypted_log(data_key key);
 inline constexpr const char* ENCRYPTION_MASTER_KEY =
     "a master key of thirty-two chars";
 
-#endif  // CHRONEX_TESTS_ROBUSTNESS_RICH_LOG_H
+#endif  // CHRONEX_ROBUSTNESS_RICH_LOG_H

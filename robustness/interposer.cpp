@@ -5,12 +5,13 @@
 //   FAULT_LOG=FILE        where to tell what happened
 //
 // CALL is "alloc", "libcrypto" for an allocation that the crypto library makes
-// for itself, or the name of a system or library function below; HOW is an errno
-// number, or "short" for a transfer of a single byte. The log gets "hit"
-// when the call failed ("hit output" when it had to do with a descriptor that is
-// open for writing), and at the end "left N": the allocated blocks.
+// for itself, or the name of a system or library function below; HOW is an
+// errno number, or "short" for a transfer of a single byte. The log gets "hit"
+// when the call failed ("hit output" when it had to do with a descriptor that
+// is open for writing), and at the end "left N": the allocated blocks.
 //
-// It needs no more than the C library, and asks that for nothing that allocates.
+// It needs no more than the C library, and asks that for nothing that
+// allocates.
 
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -64,8 +65,9 @@ bool fails(const char* call, int fd = -1) {
   if (sticky ? seen < fail_at : seen != fail_at) return false;
   const int saved = errno;
   const long mode = fd < 0 ? -1 : syscall(SYS_fcntl, fd, F_GETFL);
-  if (!hit) tell(mode >= 0 && (mode & O_ACCMODE) != O_RDONLY ? "hit output\n"
-                                                             : "hit\n");
+  if (!hit)
+    tell(mode >= 0 && (mode & O_ACCMODE) != O_RDONLY ? "hit output\n"
+                                                     : "hit\n");
   hit = true;
   errno = how > 0 ? how : saved;
   return true;
@@ -121,10 +123,14 @@ Function* next(Function* /*same type*/, const char* name) {
 extern "C" {
 
 void* malloc(std::size_t size) {
-  return allocation_fails(__builtin_return_address(0)) ? nullptr : counted(__libc_malloc(size));
+  return allocation_fails(__builtin_return_address(0))
+             ? nullptr
+             : counted(__libc_malloc(size));
 }
 void* calloc(std::size_t count, std::size_t size) {
-  return allocation_fails(__builtin_return_address(0)) ? nullptr : counted(__libc_calloc(count, size));
+  return allocation_fails(__builtin_return_address(0))
+             ? nullptr
+             : counted(__libc_calloc(count, size));
 }
 void* realloc(void* block, std::size_t size) {
   if (allocation_fails(__builtin_return_address(0))) return nullptr;
@@ -133,8 +139,9 @@ void* realloc(void* block, std::size_t size) {
   return moved;
 }
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-  return allocation_fails(__builtin_return_address(0)) ? nullptr
-                            : counted(__libc_memalign(alignment, size));
+  return allocation_fails(__builtin_return_address(0))
+             ? nullptr
+             : counted(__libc_memalign(alignment, size));
 }
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
   if (allocation_fails(__builtin_return_address(0))) return ENOMEM;

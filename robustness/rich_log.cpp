@@ -1,4 +1,4 @@
-#include "tests/robustness/rich_log.h"
+#include "robustness/rich_log.h"
 
 #include <vector>
 
@@ -107,11 +107,8 @@ std::string rich_log_2() {
   log.slave_sync().data_set(STOCK, DB, "stock", {{"CODE", 'X', 1, 6}});
   log.data_set(8, 88, "orphan", {{"CODE", 'X', 1, 6}});
   log.sign_on(ALICE, {"user{ALICE}program{night shift}"});
-  log.before_image({.session = ALICE,
-                    .node = STOCK,
-                    .recno = 1,
-                    .op = 1,
-                    .image = "cut"});
+  log.before_image(
+      {.session = ALICE, .node = STOCK, .recno = 1, .op = 1, .image = "cut"});
   log.operation({.session = ALICE,
                  .node = STOCK,
                  .recno = 1,
@@ -121,9 +118,10 @@ std::string rich_log_2() {
 }
 
 std::string encrypted_log(data_key key) {
-  log_key entry{.id = 5,
-                .type = key == data_key::plain_xor ? KEY_TYPE_XOR : KEY_TYPE_AES,
-                .key = "sixteen byte key"};
+  log_key entry{
+      .id = 5,
+      .type = key == data_key::plain_xor ? KEY_TYPE_XOR : KEY_TYPE_AES,
+      .key = "sixteen byte key"};
   if (key == data_key::under_master_key) {
     entry.master_check = md5_of(ENCRYPTION_MASTER_KEY);
   } else {

@@ -20,7 +20,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/robustness/rich_log.h"
+#include "robustness/rich_log.h"
 #include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
 
@@ -58,18 +58,17 @@ struct observation {
   long left = -1;
 };
 
-const std::vector<fault> ALLOCATION_FAULTS = {{"alloc", ENOMEM},
-                                              {"alloc", ENOMEM, true},
-                                              {"libcrypto", ENOMEM}};
+const std::vector<fault> ALLOCATION_FAULTS = {
+    {"alloc", ENOMEM}, {"alloc", ENOMEM, true}, {"libcrypto", ENOMEM}};
 const std::vector<fault> CALL_FAULTS = {
-    {"read", EIO},         {"read", EIO, true},   {"read", 0},
-    {"read", 0, true},     {"read", EINTR},       {"write", ENOSPC},
-    {"write", EIO, true},  {"write", 0},          {"write", 0, true},
-    {"write", EINTR},      {"open", EMFILE},      {"open", EACCES, true},
-    {"close", EIO},        {"lseek", EINVAL},     {"lseek", EINVAL, true},
-    {"fstat", EIO},        {"stat", EIO},         {"dup", EMFILE},
-    {"dup", EMFILE, true}, {"isatty", ENOTTY},    {"tcgetattr", EIO},
-    {"tcsetattr", EIO},    {"fopen", EMFILE},     {"fread", EIO},
+    {"read", EIO},         {"read", EIO, true}, {"read", 0},
+    {"read", 0, true},     {"read", EINTR},     {"write", ENOSPC},
+    {"write", EIO, true},  {"write", 0},        {"write", 0, true},
+    {"write", EINTR},      {"open", EMFILE},    {"open", EACCES, true},
+    {"close", EIO},        {"lseek", EINVAL},   {"lseek", EINVAL, true},
+    {"fstat", EIO},        {"stat", EIO},       {"dup", EMFILE},
+    {"dup", EMFILE, true}, {"isatty", ENOTTY},  {"tcgetattr", EIO},
+    {"tcsetattr", EIO},    {"fopen", EMFILE},   {"fread", EIO},
     {"fgets", EIO},        {"fgets", EIO, true}};
 
 const std::vector<scenario> SCENARIOS = {
@@ -80,11 +79,7 @@ const std::vector<scenario> SCENARIOS = {
      {"-r", "-f", "filter", "-e", "*.STOCK OR dbmemo = {*17}", "-I",
       "CODE,PRICE,LIMIT", "log.1", "log.2"}},
     {"stdin", {"-o", "-", "-"}, {}, "log.1.gz"},
-    {"audit",
-     {"-r", "-m", "-v", "-o", "audit", "trail"},
-     {},
-     {},
-     false},
+    {"audit", {"-r", "-m", "-v", "-o", "audit", "trail"}, {}, {}, false},
     {"audit gzip", {"-x", "-Z", "-o", "audit", "trail.gz"}, {}, {}, false},
     {"keys", {"-r", "-v", "-o", "audit", "xor", "aes"}},
     {"unlock",
@@ -117,8 +112,8 @@ void make_inputs(const test_directory& directory, const char* key_file_maker) {
     directory.run(
         {option, option[1] == 'Z' ? "trail.gz" : "trail", "log.1", "log.2"});
   }
-  const std::string command = std::string("sh ") + key_file_maker + " >" +
-                              directory.path("kodb.key");
+  const std::string command =
+      std::string("sh ") + key_file_maker + " >" + directory.path("kodb.key");
   if (std::system(command.c_str()) != 0) std::abort();
 }
 
@@ -162,8 +157,8 @@ observation observe(const test_directory& directory, const scenario& s,
   unlink(directory.path("audit").c_str());
   unlink(directory.path("faults").c_str());
   std::vector<std::string> environment = s.environment;
-  environment.insert(environment.end(), {"LD_PRELOAD=" + interposer, fault,
-                                         "FAULT_LOG=faults"});
+  environment.insert(environment.end(),
+                     {"LD_PRELOAD=" + interposer, fault, "FAULT_LOG=faults"});
   const std::string input = s.input.empty() ? "" : directory.read(s.input);
   observation seen;
   seen.result = directory.run(s.arguments, input, environment);
@@ -183,7 +178,8 @@ bool is_prefix(const std::string& part, const std::string& whole) {
 }
 
 // Whether messages tell of the loss that a failed call may cause.
-bool tells_loss(const scenario& s, const std::string& messages, const fault& f) {
+bool tells_loss(const scenario& s, const std::string& messages,
+                const fault& f) {
   if (f.error != ENOMEM) {
     return s.forward && messages.find("unexpected EOF") != messages.npos &&
            messages.find(std::strerror(f.error)) != messages.npos;
