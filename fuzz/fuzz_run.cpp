@@ -1,0 +1,143 @@
+#include "fuzz/fuzz_run.h"
+
+#include <fcntl.h>
+
+#include <cstdlib>
+#include <string_view>
+
+#include "common/crypto_api.h"
+#include "common/md5.h"
+#include "fuzz/empty_tables.h"
+#include "server/misc/keyutil.h"
+#include "util/chronex/audit_writer.h"
+#include "util/chronex/charset.h"
+#include "util/chronex/filter.h"
+#include "util/chronex/inputs.h"
+#include "util/chronex/item_names.h"
+#include "util/chronex/report.h"
+#include "util/chronex/run_failed.h"
+
+namespace {
+
+constexpr std::string_view SIGNATURE_HEAD = "KORV.";
+constexpr std::size_t SETTINGS_OFFSET = 19;
+
+// Holds for some events and fails for others, by tests of every kind.
+constexpr const char* FILTER =
+    "(SHOP.* AND RECNO<>3 OR user={A*} AND TIMESTAMP>2023-11-14 22:13) AND "
+    "(NOT DBDELETE OR QTY>1 OR -NAME='S*' OR +PRICE<=12 OR ORDER[2]=4 OR "
+    "DBBEGIN={batch*} OR CONNTIME BETWEEN {1} {9999999999} OR BAL BETWEEN 1 "
+    "99)";
+
+int names_in_list = 0;
+
+void add_master_key() {
+  constexpr std::string_view KEY = "a master key of thirty-two chars";
+  const fuzz_bytes key_bytes(reinterpret_cast<const std::uint8_t*>(KEY.data()),
+                             KEY.size());
+  ko_md5_context context;
+  ko__MD5Init(context);
+  ko__MD5Update(context, key_bytes);
+  key_buffer check;
+  key_buffer key;
+  fuzz_check(check.assign(MKEY_TYPE_CHECK, ko__MD5Final(context)) &&
+                 key.assign(MKEY_TYPE_AES, key_bytes) &&
+                 ko_enc_mkey_init() == 0 &&
+                 ko_enc_mkey_add_key(check, key, nullptr) == 0,
+             "a master key can be added");
+}
+
+report_stream& null_report() {
+  static report_stream stream(open("/dev/null", O_WRONLY | O_CLOEXEC));
+  return stream;
+}
+
+void apply_settings(std::uint8_t settings) {
+  const int level = (settings & RUN_BRIEF) != 0 ? 1 : 3;
+  const int dump = (settings & RUN_HEX_DUMPS) != 0 ? 1 : 0;
+  report = {.fp = (settings & RUN_NO_REPORT) != 0 ? nullptr : &null_report(),
+            .blank_line = level > 1 ? 1 : 0,
+            .file_level = level,
+            .comment_level = level,
+            .sign_on_level = level,
+            .sign_off_level = level,
+            .memo_level = level,
+            .memo_dump = dump,
+            .schema_level = level,
+            .image_level = level,
+            .image_dump = dump,
+            .item_limit = (settings & RUN_ITEM_LIMIT) != 0 ? 2 : 1000000};
+  verbose = level > 1 ? 1 : 0;
+  has_filter_expr = (settings & RUN_FILTERED) != 0;
+  has_item_name_list = (settings & RUN_ITEM_LIST) != 0 ? names_in_list : 0;
+}
+
+// The run from the opening of the inputs up to the last of them.
+bool process(std::span<char* const> operands) {
+  try {
+    input_list inputs;
+    if (inputs_open(operands, inputs) != 0) return false;
+    if (audit_fp != nullptr && audit_write_header("a comment") != 0) {
+      return false;
+    }
+    for (const auto& file : inputs.files()) {
+      if (inputs_process(*file) != 0) return false;
+    }
+    return true;
+  } catch (const run_failed&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+std::uint8_t fuzz_run_settings(fuzz_bytes file) {
+  return file.size() > SETTINGS_OFFSET ? file[SETTINGS_OFFSET]
+                                       : std::uint8_t{0};
+}
+
+std::vector<fuzz_bytes> fuzz_run_files(fuzz_bytes input) {
+  std::vector<fuzz_bytes> files;
+  while (files.size() + 1 < FUZZ_MAX_FILES) {
+    const std::size_t next = fuzz_text(input).find(SIGNATURE_HEAD, 1);
+    if (next == std::string_view::npos) break;
+    files.push_back(input.first(next));
+    input = input.subspan(next);
+  }
+  files.push_back(input);
+  return files;
+}
+
+void fuzz_run_setup() {
+  setenv("TZ", "UTC0", 1);
+  fuzz_check(ko_enc__load(nullptr) == 0, "the crypto library is there");
+  add_master_key();
+  fuzz_check(append_filter_expr(FILTER) == 0 && setup_filter_expr() == 0,
+             "the filter is right");
+  fuzz_check(item_names_add_list("qty, NAME price,bal"), "names can be added");
+  names_in_list = has_item_name_list;
+}
+
+bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
+              std::vector<std::uint8_t>* audit_file) {
+  static std::array<memory_file, FUZZ_MAX_FILES> inputs;
+  static memory_file audit;
+  apply_settings(settings);
+  charset_id = -1;
+  empty_tables();
+  audit_fname = audit.path();
+  audit.write({});
+  if ((settings & RUN_NO_AUDIT) == 0) {
+    fuzz_check(audit_open(false, 0) == 0, "the audit file can be opened");
+  }
+
+  std::array<char*, FUZZ_MAX_FILES> operands{};
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    inputs[i].write(files[i]);
+    operands[i] = inputs[i].path();
+  }
+  const bool done = process(std::span(operands).first(files.size()));
+  fuzz_check(audit_close() == 0, "the audit file can be closed");
+  if (audit_file != nullptr) *audit_file = audit.contents();
+  return done;
+}
