@@ -38,7 +38,13 @@ gz_source::~gz_source() {
 std::size_t gz_source::read(std::span<std::uint8_t> room) {
   if (successor_) return salvage(room);
   if (stream_ == nullptr) return 0;
-  const std::size_t count = gzfread(room.data(), 1, room.size(), stream_);
+  // zlib fills its buffer once to find out what the file is. When just that has
+  // been taken, it reads plain files straight into `room`.
+  const std::size_t wanted =
+      delivered_ < GZ_BUFFER_SIZE
+          ? std::min<std::size_t>(room.size(), GZ_BUFFER_SIZE - delivered_)
+          : room.size();
+  const std::size_t count = gzfread(room.data(), 1, wanted, stream_);
   delivered_ += count;
   if (count > 0) return count;
   int code = Z_OK;

@@ -56,15 +56,20 @@ int process_meta(const fw_action& action) {
   return fw_skip(action, size, "meta data");
 }
 
-int process_end(const fw_action& action) {
-  session_cleanup();
-  // All actions were there, but were they as written?
+// No more actions are read. What is left to see is whether compressed data were
+// as written.
+int finish_file(const fw_action& action) {
   action.stream().verify_rest();
   if (report_no_resources(action.file)) return FILE_FAILED;
   if (!report_read_error(action.file) && action.stream().broke_off()) {
     message("%s: unexpected end of file\n", action.file.name.c_str());
   }
   return FILE_DONE;
+}
+
+int process_end(const fw_action& action) {
+  session_cleanup();
+  return finish_file(action);
 }
 
 int process_slave_sync(const fw_action& action) {
@@ -97,7 +102,7 @@ int dispatch(std::uint8_t fw_tag, const fw_action& action) {
       return process_slave_sync(action);
     default:
       // No length is known for the body of any other tag.
-      return FILE_DONE;
+      return finish_file(action);
   }
 }
 

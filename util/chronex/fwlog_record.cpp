@@ -201,7 +201,7 @@ void decrypt_before_image(const set_context& set, const db_key_context* keys,
   if (stored.size() < expected) {
     const std::span<std::uint8_t> filled =
         get_buffer(static_cast<std::uint32_t>(expected));
-    std::ranges::copy(stored, filled.begin());
+    std::memcpy(filled.data(), stored.data(), stored.size());
     std::ranges::fill(filled.subspan(stored.size()), std::uint8_t{0});
     stored = filled;
   }
@@ -221,7 +221,7 @@ int keep_before_image(const set_context& set, const db_key_context* keys,
   if (is_encrypted(set)) {
     decrypt_before_image(set, keys, stored, kept);
   } else {
-    std::ranges::copy(stored.first(kept.size()), kept.begin());
+    std::memcpy(kept.data(), stored.data(), kept.size());
   }
   record.has_before = true;
   return ACTION_DONE;

@@ -362,7 +362,7 @@ void node_decrypt_record(const db_key_context* context, const set_context& set,
     const std::size_t size = std::size_t{item.count} * item.size;
     const std::span<std::uint8_t> place = destination.first(size);
     if ((item.fmt & ITEM_FMT_ENCRYPTED) == 0) {
-      std::ranges::copy(plain_items.first(size), place.begin());
+      std::memcpy(place.data(), plain_items.data(), size);
       plain_items = plain_items.subspan(size);
     } else if (key == nullptr) {
       put_fill_values(item, place);
