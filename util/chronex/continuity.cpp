@@ -186,15 +186,15 @@ void report_role_change(const input_file& file) {
 }
 
 void report_short_image(const input_file& file, const char* what,
-                        std::uint32_t size, std::uint32_t expected) {
+                        std::size_t size, std::size_t expected) {
   message(
       "WARNING: short %s in forward-log action %u-%u.%u\n"
-      "         found: %u bytes, expected: %u bytes\n"
+      "         found: %zu bytes, expected: %zu bytes\n"
       "         information from the record is apparently missing\n",
       what, file.generation, file.sequence, action_sequence, size, expected);
   audit_write_comment(
       "WARNING: while the original forward-log was processed, a short %s was "
-      "encountered on forward-log action %u-%u.%u (found: %u bytes, expected: "
-      "%u bytes) - information from the record is apparently missing",
+      "encountered on forward-log action %u-%u.%u (found: %zu bytes, expected: "
+      "%zu bytes) - information from the record is apparently missing",
       what, file.generation, file.sequence, action_sequence, size, expected);
 }

@@ -10,6 +10,7 @@
 // later reader of the audit file. None of them ends the run; a comment that
 // cannot be written does.
 
+#include <cstddef>
 #include <cstdint>
 
 #include "util/chronex/input_file.h"
@@ -36,6 +37,6 @@ void report_role_change(const input_file& file);
 // A before-image or an operation's image (`what`) of `size` bytes where the
 // stored record has `expected`.
 void report_short_image(const input_file& file, const char* what,
-                        std::uint32_t size, std::uint32_t expected);
+                        std::size_t size, std::size_t expected);
 
 #endif  // CHRONEX_UTIL_CHRONEX_CONTINUITY_H

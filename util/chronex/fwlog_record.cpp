@@ -58,12 +58,6 @@ before_image_header decode_before_image_header(const std::uint8_t* bytes) {
 
 bool is_encrypted(const set_context& set) { return set.enc_offs >= 0; }
 
-void warn_short(const fw_action& action, const char* what, std::size_t size,
-                std::size_t expected) {
-  report_short_image(action.file, what, static_cast<std::uint32_t>(size),
-                     static_cast<std::uint32_t>(expected));
-}
-
 // Where an image of an encrypted data set finds its keys: the database's node.
 // Null when that is unknown.
 const node_entry* database_of(const node_entry& node) {
@@ -87,7 +81,7 @@ after_image decode_after_image(const fw_action& action, const node_entry& node,
     if (database == nullptr) return {};
   }
   if (stored.size() < expected) {
-    warn_short(action, "record image", stored.size(), expected);
+    report_short_image(action.file, "record image", stored.size(), expected);
     return {};
   }
   if (!is_encrypted(set)) return {true, stored.data()};
@@ -118,7 +112,8 @@ bool fit_before_image(const fw_action& action, image_record& pending,
                       std::size_t rec_sz) {
   if (pending.before_size >= rec_sz) return true;
   if (!pending.known_short) {
-    warn_short(action, "before-image", pending.before_size, rec_sz);
+    report_short_image(action.file, "before-image", pending.before_size,
+                       rec_sz);
   }
   if (!make_room(pending, rec_sz)) return false;
   std::ranges::fill(
@@ -169,7 +164,8 @@ int process_operation(const fw_action& action, const record_header& header,
     return ACTION_DONE;
   }
   if (data.size() < FW_OPERATION_HEAD_SIZE) {
-    warn_short(action, "record operation", data.size(), FW_OPERATION_HEAD_SIZE);
+    report_short_image(action.file, "record operation", data.size(),
+                       FW_OPERATION_HEAD_SIZE);
     return ACTION_DONE;
   }
   const std::uint32_t recno = load_u32(data.data() + 8);
@@ -278,8 +274,8 @@ int fw_before_image(const fw_action& action) {
     return FILE_FAILED;
   }
   if (record->known_short) {
-    warn_short(action, "before-image", stored.size(),
-               static_cast<std::size_t>(set.media_sz));
+    report_short_image(action.file, "before-image", stored.size(),
+                       static_cast<std::size_t>(set.media_sz));
   }
   record->op = header.op;
   record->timestamp = action.timestamp;

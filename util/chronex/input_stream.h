@@ -31,9 +31,6 @@ class input_stream {
   // The same for a duplicate of an open descriptor.
   [[nodiscard]] bool open_duplicate(int descriptor, void (*before_wait)());
 
-  // The descriptor, for inquiries only; -1 when nothing is open.
-  int descriptor() const { return descriptor_; }
-
   // Takes the next `count` bytes (at most MAX_RUN) and returns where they
   // stand, valid until the next operation; null when fewer are left, which
   // drops them.
