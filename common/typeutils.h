@@ -135,6 +135,10 @@ struct item_type {
   int (*cmp)(std::span<const std::uint8_t> a, std::span<const std::uint8_t> b);
 };
 
+// The value of a character item without its trailing fill.
+std::span<const std::uint8_t> without_fill(std::span<const std::uint8_t> v,
+                                           char fill);
+
 // The type of the letter, which stays valid for the whole run, or null when no
 // type has that letter.
 const item_type* item_type_of(char letter);

@@ -1,6 +1,8 @@
-// Binary integers, IEEE floats, the hex form, and the table of item types.
+// Binary integers, IEEE floats, the hex form, character fill, and the table of
+// item types.
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cassert>
 #include <cerrno>
@@ -9,7 +11,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <span>
 #include <string_view>
@@ -127,10 +128,19 @@ int fmt_hex(std::span<char> buf, std::span<const std::uint8_t> v,
 
 template <typename integer>
 int fmt_decimal(std::span<char> buf, integer value, std::size_t* length) {
+  char* const limit = buf.data() + buf.size() - 1;
+  const std::to_chars_result direct = std::to_chars(buf.data(), limit, value);
+  if (direct.ec == std::errc()) {
+    *direct.ptr = '\0';
+    if (length != nullptr) {
+      *length = static_cast<std::size_t>(direct.ptr - buf.data());
+    }
+    return 0;
+  }
   char work[WORK_SIZE];
-  const std::to_chars_result written =
+  const std::to_chars_result whole =
       std::to_chars(work, work + sizeof(work), value);
-  return copy_text(buf, {work, static_cast<std::size_t>(written.ptr - work)},
+  return copy_text(buf, {work, static_cast<std::size_t>(whole.ptr - work)},
                    length);
 }
 
@@ -256,6 +266,14 @@ constexpr item_type ITEM_TYPES[] = {
     {'P', true, '\0', idb__scan_packed, idb__fmt_packed, idb__cmp_packed},
     {'Z', true, '\0', idb__scan_zoned, idb__fmt_zoned, idb__cmp_zoned},
 };
+
+constexpr std::array<const item_type*, 256> TYPE_OF_LETTER = [] {
+  std::array<const item_type*, 256> types{};
+  for (const item_type& type : ITEM_TYPES) {
+    types[static_cast<unsigned char>(type.letter)] = &type;
+  }
+  return types;
+}();
 
 }  // namespace
 
@@ -418,9 +436,19 @@ int idb__cmp_ieee_float(std::span<const std::uint8_t> a,
   return 0;
 }
 
+// Much of a character item is often fill, so it goes eight bytes at a time.
+std::span<const std::uint8_t> without_fill(std::span<const std::uint8_t> v,
+                                           char fill) {
+  const auto fill_byte = static_cast<std::uint8_t>(fill);
+  const std::uint64_t fill_word = fill_byte * std::uint64_t{0x0101010101010101};
+  while (v.size() >= sizeof(fill_word) &&
+         load<std::uint64_t>(v, v.size() - sizeof(fill_word)) == fill_word) {
+    v = v.first(v.size() - sizeof(fill_word));
+  }
+  while (!v.empty() && v.back() == fill_byte) v = v.first(v.size() - 1);
+  return v;
+}
+
 const item_type* item_type_of(char letter) {
-  const auto* found =
-      std::find_if(std::begin(ITEM_TYPES), std::end(ITEM_TYPES),
-                   [letter](const item_type& t) { return t.letter == letter; });
-  return found == std::end(ITEM_TYPES) ? nullptr : found;
+  return TYPE_OF_LETTER[static_cast<unsigned char>(letter)];
 }

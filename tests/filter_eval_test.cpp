@@ -209,6 +209,8 @@ TEST(filter_eval, redefined_data_set) {
   EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
   e.define({});
   expect_fails(e, {"QTY <> 1"});
+  e.define({{{"", 'K', 2, 2}, "", "\7\0\7\0"sv}});
+  expect_fails(e, {"QTY[1] <> 1"});
   e.node.set.reset();
   expect_fails(e, {"QTY <> 1"});
 
@@ -272,7 +274,11 @@ TEST(filter_eval, stack) {
   std::string deep = "RECNO = 1";
   for (int i = 0; i < 48; ++i) deep = "DBPUT AND (" + deep + ")";
   expect_holds(event(), {deep});
-  expect_result(EXPR_ERROR_COMPLEX, event(), {"DBPUT AND (" + deep + ")"});
+  // A range takes one place more than a comparison.
+  const std::string range = "RECNO BETWEEN 1 AND 1";
+  expect_result(EXPR_ERROR_COMPLEX, event(),
+                {"DBPUT AND (" + deep + ")",
+                 std::string(deep).replace(deep.find("RECNO"), 9, range)});
 }
 
 // The texts of the command line make one filter.

@@ -114,32 +114,15 @@ struct item_relation {
   std::span<const std::uint8_t> number;
 };
 
-int test_number(const item_relation& relation,
-                std::span<const std::uint8_t> item) {
+inline int test_number(const item_relation& relation,
+                       std::span<const std::uint8_t> item) {
   return expr_compare(relation.code,
                       relation.place.type->cmp(item, relation.number));
 }
 
-// The item without its trailing fill. Most of a text item is often fill, so it
-// goes eight bytes at a time.
-std::span<const std::uint8_t> trim(std::span<const std::uint8_t> item,
-                                   std::uint8_t fill) {
-  const std::uint64_t fill_word = fill * std::uint64_t{0x0101010101010101};
-  std::uint64_t word = 0;
-  while (item.size() >= sizeof word) {
-    std::memcpy(&word, item.data() + item.size() - sizeof word, sizeof word);
-    if (word != fill_word) break;
-    item = item.first(item.size() - sizeof word);
-  }
-  while (!item.empty() && item.back() == fill) {
-    item = item.first(item.size() - 1);
-  }
-  return item;
-}
-
 int test_characters(const item_relation& relation,
                     std::span<const std::uint8_t> item) {
-  item = trim(item, static_cast<std::uint8_t>(relation.place.type->fill));
+  item = without_fill(item, relation.place.type->fill);
   const auto* const text = reinterpret_cast<const char*>(item.data());
   const bool wants_match = relation.code == EXPR_TOKEN_EQUAL;
   if (wants_match || relation.code == EXPR_TOKEN_NOT_EQUAL) {
@@ -151,8 +134,8 @@ int test_characters(const item_relation& relation,
                       std::strncmp(text, relation.text.c_str(), item.size()));
 }
 
-int test_image(const item_relation& relation,
-               std::span<const std::uint8_t> image) {
+inline int test_image(const item_relation& relation,
+                      std::span<const std::uint8_t> image) {
   const item_place& place = relation.place;
   if (image.size() < std::size_t{place.offset} + place.size) return 0;
   const auto item = image.subspan(place.offset, place.size);
@@ -163,16 +146,18 @@ int test_image(const item_relation& relation,
 // The sign of the name chooses only where there is a choice.
 int test_images(const item_relation& relation, const filter_context& context,
                 std::string_view name) {
-  const bool has_before = context.before_image.data() != nullptr;
-  const bool has_after = context.after_image.data() != nullptr;
-  if (!has_before && !has_after) return 0;
-  if (!has_before) return test_image(relation, context.after_image);
-  if (!has_after) return test_image(relation, context.before_image);
-  if (!name.starts_with('+')) {
-    const int held = test_image(relation, context.before_image);
-    if (held != 0 || name.starts_with('-')) return held;
+  std::span<const std::uint8_t> image = context.before_image;
+  const std::span<const std::uint8_t> after = context.after_image;
+  if (image.data() == nullptr) {
+    image = after;
+  } else if (after.data() != nullptr && !name.starts_with('-')) {
+    if (!name.starts_with('+')) {
+      const int held = test_image(relation, image);
+      if (held != 0) return held;
+    }
+    image = after;
   }
-  return test_image(relation, context.after_image);
+  return image.data() == nullptr ? 0 : test_image(relation, image);
 }
 
 int test_wide_number(item_relation relation, const filter_context& context,
@@ -232,7 +217,7 @@ int expr_filter_item_value(const filter_context& context, expr_token code,
                            const expr_entry& name, expr_entry& value) {
   if (context.node == nullptr) return 1;
   const set_context* const set = context.node->set.get();
-  if (set == nullptr || set->item_cnt < 1) return 0;
+  if (set == nullptr) return 0;
   assert(value.places.size() == EXPR_CACHE_SLOTS);
   item_place& place = value.places[set->schema_id % EXPR_CACHE_SLOTS];
   if (place.schema_id != set->schema_id) {
@@ -240,11 +225,13 @@ int expr_filter_item_value(const filter_context& context, expr_token code,
   }
   if (place.type == nullptr) return 0;
 
-  item_relation relation = {code, place, value.text, {}};
+  std::span<const std::uint8_t> number;
   if (place.type->numeric) {
-    if (!fits_place(place))
-      return test_wide_number(relation, context, name.text);
-    relation.number = std::span(place.value).first(place.size);
+    if (!fits_place(place)) {
+      return test_wide_number({code, place, value.text, {}}, context,
+                              name.text);
+    }
+    number = std::span(place.value).first(place.size);
   }
-  return test_images(relation, context, name.text);
+  return test_images({code, place, value.text, number}, context, name.text);
 }

@@ -12,7 +12,7 @@ namespace {
 
 // One read from the source. At twice the gz interface's buffer size, zlib reads
 // plain files straight into the window.
-constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
+constexpr std::size_t READ_SIZE = std::size_t{1024} * 1024;
 // Room for one read behind what is left of the last one.
 constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_RUN;
 

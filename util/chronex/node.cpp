@@ -1,6 +1,7 @@
 #include "util/chronex/node.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <new>
 
@@ -67,15 +68,16 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 }  // namespace
 
 node_entry* node_get_entry(std::int32_t node_id) {
-  // Operations mostly come several to a data set; nodes are never removed.
-  static node_entry* last_found = nullptr;
-  if (last_found != nullptr && last_found->node_id == node_id) {
-    return last_found;
-  }
+  // Where the latest nodes were found, each under the low bits of its id. Nodes
+  // are never removed.
+  static std::array<node_entry*, 64> recent{};
+  node_entry*& known =
+      recent[static_cast<std::uint32_t>(node_id) % recent.size()];
+  if (known != nullptr && known->node_id == node_id) return known;
   node_entry* found = node_hash.find(
       hash_of(node_id),
       [node_id](const node_entry& entry) { return entry.node_id == node_id; });
-  if (found != nullptr) last_found = found;
+  if (found != nullptr) known = found;
   return found;
 }
 

@@ -70,15 +70,15 @@ struct node_entry {
   std::unique_ptr<node_entry> next;
   std::uint32_t hash = 0;
 
-  // The node's own name in upper case.
-  std::string name;
+  std::int32_t node_id = 0;
   // A data set's schema or a database's keys; at most one of the two is there.
   std::unique_ptr<set_context> set;
   db_key_context_ptr keys{nullptr, nullptr};
-  std::int32_t node_id = 0;
   int type = 0;
   // Node id of a data set's database; 0 = none.
   std::int32_t db_node_id = 0;
+  // The node's own name in upper case.
+  std::string name;
   // The printable name with the id, and how much of it is the name, as they
   // were at this node_names_version().
   mutable std::string printable;

@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -19,8 +20,8 @@ constexpr std::size_t INITIAL_BUCKETS = 128;
 constexpr std::string_view CONNTIME_KEY = "conntime";
 
 chained_table<session_entry> session_hash(INITIAL_BUCKETS);
-// A session mostly does several things in a row.
-session_entry* last_found = nullptr;
+// Where the latest sessions were found, each under the low bits of its id.
+std::array<session_entry*, 64> recent{};
 
 bool same_bytes(const owned_bytes& a, const owned_bytes& b) {
   return a.size() == b.size() &&
@@ -111,15 +112,15 @@ void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
 }  // namespace
 
 session_entry* session_get_entry(std::int32_t session_id) {
-  if (last_found != nullptr && last_found->session_id == session_id) {
-    return last_found;
-  }
+  session_entry*& known =
+      recent[static_cast<std::uint32_t>(session_id) % recent.size()];
+  if (known != nullptr && known->session_id == session_id) return known;
   session_entry* found =
       session_hash.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
                         [session_id](const session_entry& entry) {
                           return entry.session_id == session_id;
                         });
-  if (found != nullptr) last_found = found;
+  if (found != nullptr) known = found;
   return found;
 }
 
@@ -166,7 +167,7 @@ void session_set_dbmemo(session_entry& entry, owned_bytes text,
 }
 
 void session_cleanup() {
-  last_found = nullptr;
+  recent.fill(nullptr);
   session_hash.remove_if(
       [](const session_entry& entry) { return entry.signed_off; });
 }

@@ -50,8 +50,8 @@ struct session_entry {
   std::unique_ptr<session_entry> next;
   std::uint32_t hash = 0;
 
-  owned_bytes sign_on;
   std::int32_t session_id = 0;
+  owned_bytes sign_on;
   // Size of sign_on in bytes; 0 when there is none.
   std::uint32_t sign_on_sz = 0;
   // Sign-on data may be large, so each name is looked for once.
