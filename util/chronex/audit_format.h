@@ -50,6 +50,8 @@ inline constexpr std::size_t SIGNATURE_TEXT_SIZE = 10;
 inline constexpr char AUDIT_SIGNATURE[] = "KORV.AUDIT";
 inline constexpr std::uint16_t BYTE_ORDER_MARK = 1234;
 
+// Tag and size of a record.
+inline constexpr std::size_t AUDIT_RECORD_HEAD_SIZE = 5;
 inline constexpr std::uint32_t AUDIT_MAX_RECORD_SIZE = 0x100000;
 
 inline constexpr std::uint8_t AUDIT_TAG_COMMENT = '1';

@@ -166,11 +166,11 @@ int decode_image_op(const input_file& file, byte_run payload) {
   return write_image_op(
       {.session = *session,
        .node = *node,
+       .before = head.has_before != 0 ? images.data() : nullptr,
+       .after = head.has_after != 0 ? images.data() + before_size : nullptr,
        .timestamp = head.timestamp,
        .op = op,
-       .recno = head.recno,
-       .before = head.has_before != 0 ? images.data() : nullptr,
-       .after = head.has_after != 0 ? images.data() + before_size : nullptr});
+       .recno = head.recno});
 }
 
 int decode_memo(const input_file& file, byte_run payload) {

@@ -22,9 +22,7 @@ const char* audit_fname = nullptr;
 
 namespace {
 
-constexpr unsigned GZ_BUFFER_SIZE = 128 * 1024;
-// Tag and size.
-constexpr std::size_t RECORD_HEAD_SIZE = 5;
+constexpr unsigned GZ_BUFFER_SIZE = 512 * 1024;
 constexpr int VERSION_MAJOR = 1;
 constexpr int VERSION_MINOR = 0;
 
@@ -135,7 +133,7 @@ int audit_write_header(const char* user_comment) {
 }
 
 int audit_write_tag(std::uint8_t tag, std::uint32_t size) {
-  std::array<std::uint8_t, RECORD_HEAD_SIZE> head{tag};
+  std::array<std::uint8_t, AUDIT_RECORD_HEAD_SIZE> head{tag};
   store_u32(head.data() + 1, size);
   return audit_write(head);
 }
@@ -144,17 +142,14 @@ int audit_write(std::span<const std::uint8_t> bytes) {
   return put_bytes(bytes) ? 0 : report_failure();
 }
 
-int audit_write_record(std::uint8_t tag, std::span<const std::uint8_t> head,
-                       std::span<const std::uint8_t> first,
-                       std::span<const std::uint8_t> second) {
-  assert(head.size() <= AUDIT_MAX_HEAD_SIZE);
-  const std::size_t size = head.size() + first.size() + second.size();
-  // Tag, size and fixed part go out together.
-  std::array<std::uint8_t, RECORD_HEAD_SIZE + AUDIT_MAX_HEAD_SIZE> begin{tag};
+int audit_write_begun_record(std::uint8_t tag, std::span<std::uint8_t> begin,
+                             std::span<const std::uint8_t> first,
+                             std::span<const std::uint8_t> second) {
+  const std::size_t size =
+      begin.size() - AUDIT_RECORD_HEAD_SIZE + first.size() + second.size();
+  begin[0] = tag;
   store_u32(begin.data() + 1, static_cast<std::uint32_t>(size));
-  std::memcpy(begin.data() + RECORD_HEAD_SIZE, head.data(), head.size());
-  const std::span begin_bytes(begin.data(), RECORD_HEAD_SIZE + head.size());
-  if (put_bytes(begin_bytes) && put_bytes(first) && put_bytes(second)) return 0;
+  if (put_bytes(begin) && put_bytes(first) && put_bytes(second)) return 0;
   return report_failure();
 }
 

@@ -9,9 +9,12 @@
 
 #include <zlib.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+
+#include "util/chronex/audit_format.h"
 
 // The open audit output, or null when none was asked for.
 extern gzFile audit_fp;
@@ -38,12 +41,24 @@ int audit_write_tag(std::uint8_t tag, std::uint32_t size);
 // Writes a piece of payload.
 int audit_write(std::span<const std::uint8_t> bytes);
 
-// Writes a whole record whose payload is a fixed part of at most
-// AUDIT_MAX_HEAD_SIZE bytes and two pieces, either of which may be empty.
-inline constexpr std::size_t AUDIT_MAX_HEAD_SIZE = 20;
-int audit_write_record(std::uint8_t tag, std::span<const std::uint8_t> head,
+// Writes a record that stands in `begin` from its tag on, with tag and size
+// still to be filled in, as far as two more pieces of payload do not follow;
+// either of them may be empty.
+int audit_write_begun_record(std::uint8_t tag, std::span<std::uint8_t> begin,
+                             std::span<const std::uint8_t> first,
+                             std::span<const std::uint8_t> second);
+
+// Writes a whole record whose payload is a fixed part (audit_format.h) and two
+// pieces, either of which may be empty.
+template <typename fixed_part>
+int audit_write_record(std::uint8_t tag, const fixed_part& head,
                        std::span<const std::uint8_t> first = {},
-                       std::span<const std::uint8_t> second = {});
+                       std::span<const std::uint8_t> second = {}) {
+  // Tag, size and fixed part go out together.
+  std::array<std::uint8_t, AUDIT_RECORD_HEAD_SIZE + fixed_part::SIZE> begin;
+  head.put(begin.data() + AUDIT_RECORD_HEAD_SIZE);
+  return audit_write_begun_record(tag, begin, first, second);
+}
 
 // Writes a comment record with a formatted text, unless it is empty or there is
 // no audit output. On failure the run ends with exit status 1 (run_failed).

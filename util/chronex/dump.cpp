@@ -90,27 +90,31 @@ const label_set& labels_of(const set_context& set) {
 }
 
 void put_character_value(byte_run value, char fill) {
-  while (!value.empty() && value.back() == static_cast<std::uint8_t>(fill)) {
-    value = value.first(value.size() - 1);
-  }
   report.fp->put('"');
-  put_escaped(*report.fp, value, '"');
+  put_escaped(*report.fp, without_fill(value, fill), '"');
   report.fp->put('"');
 }
 
-// Wide hex forms that do not fit the buffer are shown as far as they go.
+// Wide hex forms that do not fit the room are shown as far as they go.
 void put_number(const item_type& type, byte_run value) {
-  static std::array<char, VALUE_TEXT_SIZE> text;
+  const std::span<char> text = report.fp->room(VALUE_TEXT_SIZE);
   std::size_t length = 0;
   type.fmt(text, value, &length);
-  report.fp->put(std::string_view(text.data(), strnlen(text.data(), length)));
+  // Only zoned bytes are copied as they are; a zero among them ends the text.
+  if (type.letter == 'Z') length = strnlen(text.data(), length);
+  report.fp->claim(length);
+}
+
+void put_label(std::string_view label, char marker) {
+  const std::span<char> text = report.fp->room(label.size());
+  std::memcpy(text.data(), label.data(), label.size());
+  text[MARKER_POSITION] = marker;
+  report.fp->claim(label.size());
 }
 
 void put_element(const label_set::label& label, char marker,
                  const item_type* type, byte_run value) {
-  report.fp->put(' ');
-  report.fp->put(marker);
-  report.fp->put(label.text.substr(MARKER_POSITION + 1));
+  put_label(label.text, marker);
   if (type != nullptr && type->numeric) {
     put_number(*type, value);
   } else if (type != nullptr) {

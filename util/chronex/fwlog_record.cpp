@@ -129,10 +129,10 @@ int write_operation(const fw_action& action, const record_header& header,
       fetch_image_record(header.image_key, header.node_id, recno);
   image_operation operation{.session = session,
                             .node = node,
+                            .after = after,
                             .timestamp = action.timestamp,
                             .op = op,
-                            .recno = recno,
-                            .after = after};
+                            .recno = recno};
   if (!pending) return write_image_op(operation);
   operation.timestamp = pending->timestamp;
   operation.op = reported_op(*pending, op);

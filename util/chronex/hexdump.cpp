@@ -2,55 +2,82 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string_view>
 
 namespace {
 
 constexpr std::size_t LINE_BYTES = 16;
-constexpr std::string_view HEX_DIGITS = "0123456789abcdef";
+constexpr std::size_t BYTE_VALUES = 256;
 
-bool is_control(std::uint8_t byte) {
+// The two hex digits of every byte.
+constexpr auto HEX_OF_BYTE = [] {
+  constexpr std::string_view DIGITS = "0123456789abcdef";
+  std::array<std::array<char, 2>, BYTE_VALUES> hex{};
+  for (std::size_t byte = 0; byte < hex.size(); ++byte) {
+    hex[byte] = {DIGITS[byte / 16], DIGITS[byte % 16]};
+  }
+  return hex;
+}();
+
+constexpr bool is_control(std::uint8_t byte) {
   return byte < 32 || (byte >= 128 && byte < 160);
 }
+
+// The bytes that are escaped whatever the quote.
+constexpr auto ESCAPED = [] {
+  std::array<bool, BYTE_VALUES> escaped{};
+  for (std::size_t byte = 0; byte < escaped.size(); ++byte) {
+    escaped[byte] = is_control(static_cast<std::uint8_t>(byte));
+  }
+  escaped['\\'] = true;
+  return escaped;
+}();
+
+// Bytes that are escaped at a time, and the characters that one may take.
+constexpr std::size_t ESCAPE_PIECE = 1024;
+constexpr std::size_t ESCAPE_SIZE = 4;
 
 char octal_digit(unsigned value) {
   return static_cast<char>('0' + (value & 7U));
 }
 
-void put_octal(report_stream& stream, std::uint8_t byte) {
-  stream.put('\\');
-  stream.put(octal_digit(byte >> 6U));
-  stream.put(octal_digit(byte >> 3U));
-  stream.put(octal_digit(byte));
+// Writes the escaped form of the byte and returns the place behind it.
+char* escape(std::uint8_t byte, char* place) {
+  *place++ = '\\';
+  if (is_control(byte)) {
+    *place++ = octal_digit(byte >> 6U);
+    *place++ = octal_digit(byte >> 3U);
+    *place++ = octal_digit(byte);
+  } else {
+    *place++ = static_cast<char>(byte);
+  }
+  return place;
 }
 
-// One line behind its offset: each byte in hex, and as a character.
-class dump_line {
- public:
-  explicit dump_line(std::span<const std::uint8_t> bytes) {
-    text_.fill(' ');
-    text_[0] = ':';
-    std::size_t hex = 2;
-    std::size_t shown = SHOWN_POSITION;
-    for (const std::uint8_t byte : bytes) {
-      text_[hex] = HEX_DIGITS[byte >> 4U];
-      text_[hex + 1] = HEX_DIGITS[byte & 15U];
-      hex += 3;
-      const bool printable = byte >= 32 && byte <= 126;
-      text_[shown++] = printable ? static_cast<char>(byte) : '.';
-    }
-    text_[SHOWN_POSITION - 1] = '|';
-    text_[text_.size() - 2] = '|';
-    text_[text_.size() - 1] = '\n';
+// One line behind its offset: ':', each byte in hex, and as a character between
+// two bars. Missing bytes are blanks.
+constexpr std::size_t HEX_POSITION = 2;
+constexpr std::size_t SHOWN_POSITION = HEX_POSITION + 3 * LINE_BYTES + 1;
+constexpr std::size_t LINE_SIZE = SHOWN_POSITION + LINE_BYTES + 2;
+
+void put_line(report_stream& stream, std::span<const std::uint8_t> bytes) {
+  const std::span<char> text = stream.room(LINE_SIZE);
+  std::memset(text.data(), ' ', LINE_SIZE);
+  text[0] = ':';
+  text[SHOWN_POSITION - 1] = '|';
+  text[LINE_SIZE - 2] = '|';
+  text[LINE_SIZE - 1] = '\n';
+  char* hex = text.data() + HEX_POSITION;
+  char* shown = text.data() + SHOWN_POSITION;
+  for (const std::uint8_t byte : bytes) {
+    std::memcpy(hex, HEX_OF_BYTE[byte].data(), 2);
+    hex += 3;
+    const bool printable = byte >= 32 && byte <= 126;
+    *shown++ = printable ? static_cast<char>(byte) : '.';
   }
-
-  std::string_view text() const { return {text_.data(), text_.size()}; }
-
- private:
-  static constexpr std::size_t SHOWN_POSITION = 1 + 3 * LINE_BYTES + 2;
-
-  std::array<char, SHOWN_POSITION + LINE_BYTES + 2> text_;
-};
+  stream.claim(LINE_SIZE);
+}
 
 }  // namespace
 
@@ -60,27 +87,24 @@ void dump_data(report_stream& stream, std::span<const std::uint8_t> bytes,
     stream.fill(' ', static_cast<std::size_t>(indentation));
     stream.put_hex(offset, 3);
     const std::size_t count = std::min(LINE_BYTES, bytes.size() - offset);
-    stream.put(dump_line(bytes.subspan(offset, count)).text());
+    put_line(stream, bytes.subspan(offset, count));
   }
 }
 
 void put_escaped(report_stream& stream, std::span<const std::uint8_t> bytes,
                  char quote) {
-  const auto* text = reinterpret_cast<const char*>(bytes.data());
-  std::size_t begin = 0;
-  // Ordinary bytes are put in whole runs.
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    const bool control = is_control(bytes[i]);
-    const bool special = text[i] == '\\' || (quote != '\0' && text[i] == quote);
-    if (!control && !special) continue;
-    stream.put(std::string_view(text + begin, i - begin));
-    if (control) {
-      put_octal(stream, bytes[i]);
-      begin = i + 1;
-    } else {
-      stream.put('\\');
-      begin = i;
+  while (!bytes.empty()) {
+    const auto piece = bytes.first(std::min(bytes.size(), ESCAPE_PIECE));
+    const std::span<char> room = stream.room(piece.size() * ESCAPE_SIZE);
+    char* place = room.data();
+    for (const std::uint8_t byte : piece) {
+      if (ESCAPED[byte] || byte == static_cast<std::uint8_t>(quote)) {
+        place = escape(byte, place);
+      } else {
+        *place++ = static_cast<char>(byte);
+      }
     }
+    stream.claim(static_cast<std::size_t>(place - room.data()));
+    bytes = bytes.subspan(piece.size());
   }
-  stream.put(std::string_view(text + begin, bytes.size() - begin));
 }

@@ -1,6 +1,5 @@
 #include "util/chronex/image.h"
 
-#include <array>
 #include <cassert>
 #include <string_view>
 
@@ -48,24 +47,24 @@ std::unique_ptr<image_record> new_record() {
   return record;
 }
 
-// The three forms of an operation code.
-struct operation_form {
-  std::string_view word;
-  char audit_op;
-};
-
-operation_form form_of(int op) {
+// The character that stands for an operation code in audit files and filters.
+char audit_op_of(int op) {
   switch (op) {
     case OP_UPDATE:
-      return {"DBUPDATE ", '1'};
+      return '1';
     case OP_PUT:
-      return {"DBPUT ", '2'};
+      return '2';
     case OP_DELETE:
-      return {"DBDELETE ", '3'};
+      return '3';
     default:
       assert(!"unexpected op");
-      return {};
+      return '\0';
   }
+}
+
+std::string_view word_of(int op) {
+  if (op == OP_UPDATE) return "DBUPDATE ";
+  return op == OP_PUT ? "DBPUT " : "DBDELETE ";
 }
 
 std::span<const std::uint8_t> image_bytes(const image_operation& operation,
@@ -93,10 +92,10 @@ int write_prerequisites(const image_operation& operation) {
   return write_pending_session_memo(operation.session);
 }
 
-void report_operation(const image_operation& operation, std::string_view word) {
+void report_operation(const image_operation& operation) {
   print_conditional_newline();
   report_stream& out = *report.fp;
-  out.put(word);
+  out.put(word_of(operation.op));
   out.put(node_name(operation.node));
   out.put(" recno:");
   out.put_unsigned(operation.recno);
@@ -124,9 +123,7 @@ int write_operation_record(const image_operation& operation, char audit_op) {
       .op = static_cast<std::uint8_t>(audit_op),
       .has_before = operation.before != nullptr,
       .has_after = operation.after != nullptr};
-  std::array<std::uint8_t, image_op_t::SIZE> head_bytes{};
-  head.put(head_bytes.data());
-  return audit_write_record(AUDIT_TAG_IMAGE_OP, head_bytes,
+  return audit_write_record(AUDIT_TAG_IMAGE_OP, head,
                             image_bytes(operation, operation.before),
                             image_bytes(operation, operation.after));
 }
@@ -173,14 +170,14 @@ void release_image_record(std::unique_ptr<image_record> record) {
 
 int write_image_op(const image_operation& operation) {
   if (f_skip_action || !operation.node.set) return 0;
-  const operation_form form = form_of(operation.op);
-  const int selected = select_operation(operation, form.audit_op);
+  const char audit_op = audit_op_of(operation.op);
+  const int selected = select_operation(operation, audit_op);
   if (selected != EVENT_SELECTED) return selected;
   if (write_prerequisites(operation) != 0) return -1;
   if (report.fp != nullptr &&
       (report.image_level >= 1 || report.image_dump >= 1)) {
-    report_operation(operation, form.word);
+    report_operation(operation);
   }
   if (audit_fp == nullptr) return 0;
-  return write_operation_record(operation, form.audit_op);
+  return write_operation_record(operation, audit_op);
 }

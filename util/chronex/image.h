@@ -64,13 +64,13 @@ void release_image_record(std::unique_ptr<image_record> record);
 struct image_operation {
   session_entry& session;
   node_entry& node;
+  const std::uint8_t* before = nullptr;
+  const std::uint8_t* after = nullptr;
   // Seconds since the epoch.
   std::uint32_t timestamp = 0;
   // OP_UPDATE, OP_PUT or OP_DELETE.
   int op = 0;
   std::uint32_t recno = 0;
-  const std::uint8_t* before = nullptr;
-  const std::uint8_t* after = nullptr;
 };
 
 // Filters an operation and, if it is selected, reports and writes it, after

@@ -2,8 +2,24 @@
 
 #include <unistd.h>
 
+#include <bit>
 #include <cerrno>
 #include <charconv>
+
+namespace {
+
+// Characters of the longest 64-bit number.
+constexpr std::size_t DECIMAL_SIZE = 20;
+
+template <typename integer>
+void put_decimal(report_stream& stream, integer number) {
+  const std::span<char> text = stream.room(DECIMAL_SIZE);
+  const auto end =
+      std::to_chars(text.data(), text.data() + text.size(), number).ptr;
+  stream.claim(static_cast<std::size_t>(end - text.data()));
+}
+
+}  // namespace
 
 void report_stream::put_large(std::string_view text) {
   while (!text.empty()) {
@@ -16,21 +32,20 @@ void report_stream::put_large(std::string_view text) {
 }
 
 void report_stream::fill(char character, std::size_t count) {
-  for (; count > 0; --count) put(character);
+  while (count > 0) {
+    const std::size_t piece = std::min(count, MAX_ROOM);
+    std::memset(room(piece).data(), character, piece);
+    claim(piece);
+    count -= piece;
+  }
 }
 
 void report_stream::put_signed(std::int64_t number) {
-  std::array<char, 20> text;
-  const auto end =
-      std::to_chars(text.data(), text.data() + text.size(), number).ptr;
-  put(std::string_view(text.data(), end));
+  put_decimal(*this, number);
 }
 
 void report_stream::put_unsigned(std::uint64_t number) {
-  std::array<char, 20> text;
-  const auto end =
-      std::to_chars(text.data(), text.data() + text.size(), number).ptr;
-  put(std::string_view(text.data(), end));
+  put_decimal(*this, number);
 }
 
 void report_stream::put_two_digits(int number) {
@@ -39,11 +54,16 @@ void report_stream::put_two_digits(int number) {
 }
 
 void report_stream::put_hex(std::uint64_t number, int min_digits) {
-  std::array<char, 16> text;
-  const auto end =
-      std::to_chars(text.data(), text.data() + text.size(), number, 16).ptr;
-  for (auto digits = end - text.data(); digits < min_digits; ++digits) put('0');
-  put(std::string_view(text.data(), end));
+  constexpr std::string_view DIGITS = "0123456789abcdef";
+  const int digits = std::max<int>(
+      {1, min_digits, static_cast<int>(std::bit_width(number) + 3) / 4});
+  const auto size = static_cast<std::size_t>(digits);
+  const std::span<char> text = room(size);
+  for (std::size_t i = size; i > 0; --i) {
+    text[i - 1] = DIGITS[number % 16];
+    number /= 16;
+  }
+  claim(size);
 }
 
 void report_stream::flush() {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -34,6 +35,16 @@ class report_stream {
     std::copy(text.begin(), text.end(), buffer_.data() + used_);
     used_ += text.size();
   }
+  // Room for `size` characters (at most MAX_ROOM) behind what was put in. What
+  // is written there counts once it is claimed.
+  static constexpr std::size_t MAX_ROOM = std::size_t{16} * 1024;
+  std::span<char> room(std::size_t size) {
+    assert(size <= MAX_ROOM);
+    if (size > buffer_.size() - used_) flush();
+    return {buffer_.data() + used_, size};
+  }
+  // Puts in the first `size` characters of the room.
+  void claim(std::size_t size) { used_ += size; }
   // Bytes up to the first zero byte among them, if any.
   void put_c_string(std::span<const std::uint8_t> bytes) {
     const auto* text = reinterpret_cast<const char*>(bytes.data());
@@ -61,7 +72,7 @@ class report_stream {
   int descriptor_;
   int error_ = 0;
   std::size_t used_ = 0;
-  std::array<char, std::size_t{64} * 1024> buffer_;
+  std::array<char, std::size_t{256} * 1024> buffer_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_REPORT_STREAM_H

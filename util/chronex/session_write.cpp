@@ -1,7 +1,5 @@
 // The output side of the session table: what is shown and written of a session.
 
-#include <array>
-
 #include "common/byte_cursor.h"
 #include "util/chronex/audit_format.h"
 #include "util/chronex/audit_writer.h"
@@ -61,9 +59,7 @@ bool is_of_interest(sign_on_caller caller) {
 // Writes a record that begins with the session id.
 int write_session_record(std::uint8_t tag, const session_entry& entry,
                          std::span<const std::uint8_t> data) {
-  std::array<std::uint8_t, session_sign_on_t::SIZE> head{};
-  session_sign_on_t{static_cast<std::uint32_t>(entry.session_id)}.put(
-      head.data());
+  const session_sign_on_t head{static_cast<std::uint32_t>(entry.session_id)};
   return audit_write_record(tag, head, data);
 }
 
@@ -72,11 +68,9 @@ std::span<const std::uint8_t> memo_text(const memo_slot& slot) {
 }
 
 int write_memo_record(const session_entry& entry, const memo_slot& slot) {
-  std::array<std::uint8_t, memo_t::SIZE> head{};
-  memo_t{.session_id = static_cast<std::uint32_t>(entry.session_id),
-         .timestamp = slot.timestamp,
-         .mode = slot.mode}
-      .put(head.data());
+  const memo_t head{.session_id = static_cast<std::uint32_t>(entry.session_id),
+                    .timestamp = slot.timestamp,
+                    .mode = slot.mode};
   return audit_write_record(AUDIT_TAG_MEMO, head, memo_text(slot));
 }
 
