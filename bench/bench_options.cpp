@@ -15,6 +15,8 @@ constexpr const char* HELP =
     "Makes logs of that many record operations (default 3000000, about 225\n"
     "bytes each) and measures how long the program takes to read them.\n"
     "\n"
+    "  --live N           spread the operations over N live sessions and as\n"
+    "                     many data sets (default 8)\n"
     "  --repeat N         measure every row N times (default 5)\n"
     "  --rows TEXT        only rows with TEXT in their name, and their floors\n"
     "  --scaling          instead: a tenth of the operations and all of them,\n"
@@ -54,6 +56,9 @@ std::uint64_t count_argument(const char* text) {
 
 void apply_option(int option, bench_options& chosen) {
   switch (option) {
+    case 'a':
+      chosen.live = static_cast<int>(count_argument(optarg));
+      break;
     case 'n':
       chosen.repeat = static_cast<int>(count_argument(optarg));
       break;
@@ -90,7 +95,8 @@ void apply_option(int option, bench_options& chosen) {
 }  // namespace
 
 bench_options parse_bench_options(int argc, char* argv[]) {
-  constexpr std::array<option, 10> OPTIONS{{
+  constexpr std::array<option, 11> OPTIONS{{
+      {"live", required_argument, nullptr, 'a'},
       {"repeat", required_argument, nullptr, 'n'},
       {"rows", required_argument, nullptr, 'o'},
       {"scaling", no_argument, nullptr, 's'},

@@ -8,6 +8,7 @@
 
 struct bench_options {
   std::uint64_t operations = 3'000'000;
+  int live = 8;
   int repeat = 5;
   std::string rows;
   bool scaling = false;

@@ -246,7 +246,7 @@ enum input_index { LOG, GZIP, ENCRYPTED, AUDIT };
 
 std::vector<bench_input> make_inputs(const bench_options& chosen,
                                      const work_directory& directory) {
-  bench_log plan{.operations = chosen.operations};
+  bench_log plan{.operations = chosen.operations, .live = chosen.live};
   const bench_input log = make_input(plan, directory.path("log"));
   bench_input gzip = log;
   gzip.path = directory.path("log.gz");
@@ -265,8 +265,9 @@ std::vector<bench_input> make_inputs(const bench_options& chosen,
 
 void run_all(const bench_options& chosen) {
   const work_directory directory(chosen.directory);
-  directory.require_space(bench_log_space({.operations = chosen.operations}) +
-                          chosen.operations * SPACE_PER_OPERATION);
+  directory.require_space(
+      bench_log_space({.operations = chosen.operations, .live = chosen.live}) +
+      chosen.operations * SPACE_PER_OPERATION);
   const std::vector<bench_input> inputs = make_inputs(chosen, directory);
   std::printf(
       "%llu operations, log %.0f MB, audit file %.0f MB, repeated %d times\n",
@@ -327,7 +328,8 @@ int run(int argc, char* argv[]) {
   const bench_options chosen = parse_bench_options(argc, argv);
   if (!chosen.read.empty()) return read_through_zlib(chosen.read);
   if (!chosen.write.empty()) {
-    write_bench_log({.operations = chosen.operations}, chosen.write);
+    write_bench_log({.operations = chosen.operations, .live = chosen.live},
+                    chosen.write);
     return EXIT_SUCCESS;
   }
   // With this set the encrypted log would not be decrypted.

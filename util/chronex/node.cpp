@@ -1,11 +1,11 @@
 #include "util/chronex/node.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <new>
 
 #include "common/chained_table.h"
+#include "common/recent_entries.h"
 #include "common/same_text.h"
 #include "util/chronex/report.h"
 
@@ -68,16 +68,14 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 }  // namespace
 
 node_entry* node_get_entry(std::int32_t node_id) {
-  // Where the latest nodes were found, each under the low bits of its id. Nodes
-  // are never removed.
-  static std::array<node_entry*, 64> recent{};
-  node_entry*& known =
-      recent[static_cast<std::uint32_t>(node_id) % recent.size()];
-  if (known != nullptr && known->node_id == node_id) return known;
+  // Nodes are never removed.
+  static recent_entries<node_entry> recent;
+  node_entry* const known = recent.find(node_id);
+  if (known != nullptr) return known;
   node_entry* found = node_hash.find(
       hash_of(node_id),
       [node_id](const node_entry& entry) { return entry.node_id == node_id; });
-  if (found != nullptr) known = found;
+  if (found != nullptr) recent.remember(node_id, found);
   return found;
 }
 

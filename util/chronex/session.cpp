@@ -3,7 +3,6 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +11,7 @@
 
 #include "common/byte_cursor.h"
 #include "common/chained_table.h"
+#include "common/recent_entries.h"
 #include "util/chronex/report.h"
 
 namespace {
@@ -20,8 +20,7 @@ constexpr std::size_t INITIAL_BUCKETS = 128;
 constexpr std::string_view CONNTIME_KEY = "conntime";
 
 chained_table<session_entry> session_hash(INITIAL_BUCKETS);
-// Where the latest sessions were found, each under the low bits of its id.
-std::array<session_entry*, 64> recent{};
+recent_entries<session_entry> recent;
 
 bool same_bytes(const owned_bytes& a, const owned_bytes& b) {
   return a.size() == b.size() &&
@@ -112,15 +111,14 @@ void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
 }  // namespace
 
 session_entry* session_get_entry(std::int32_t session_id) {
-  session_entry*& known =
-      recent[static_cast<std::uint32_t>(session_id) % recent.size()];
-  if (known != nullptr && known->session_id == session_id) return known;
+  session_entry* const known = recent.find(session_id);
+  if (known != nullptr) return known;
   session_entry* found =
       session_hash.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
                         [session_id](const session_entry& entry) {
                           return entry.session_id == session_id;
                         });
-  if (found != nullptr) known = found;
+  if (found != nullptr) recent.remember(session_id, found);
   return found;
 }
 
@@ -167,7 +165,7 @@ void session_set_dbmemo(session_entry& entry, owned_bytes text,
 }
 
 void session_cleanup() {
-  recent.fill(nullptr);
+  recent.forget();
   session_hash.remove_if(
       [](const session_entry& entry) { return entry.signed_off; });
 }
