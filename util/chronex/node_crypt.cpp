@@ -28,7 +28,7 @@ constexpr std::uint16_t KEY_TYPE_AES_3 = 3;
 // The longest key that can be enciphered under a master key.
 constexpr std::size_t WORK_AREA_SIZE = 32;
 constexpr std::size_t BLOCK_SIZE = AES_BLOCK_SIZE;
-constexpr std::size_t CHAIN_SIZE = 4;
+constexpr std::size_t CHAIN_SIZE = sizeof(std::uint32_t);
 
 // Looked up instead of the record's key while decryption is disabled: what a
 // key context can be expected not to hold.
@@ -185,11 +185,27 @@ bool is_usable(const key_entry& entry) {
 using cipher_block = std::span<const std::uint8_t, BLOCK_SIZE>;
 using plain_block = std::span<std::uint8_t, BLOCK_SIZE>;
 
+// The bytes of a block, as words: XOR does not care about byte order.
+struct block_words {
+  std::uint64_t first;
+  std::uint64_t second;
+};
+static_assert(sizeof(block_words) == BLOCK_SIZE);
+
+block_words load_words(const std::uint8_t* block) {
+  block_words words;
+  std::memcpy(&words, block, sizeof words);
+  return words;
+}
+
+void store_xor(plain_block out, block_words a, block_words b) {
+  const block_words words{a.first ^ b.first, a.second ^ b.second};
+  std::memcpy(out.data(), &words, sizeof words);
+}
+
 void decrypt_block_xor(const key_entry& key, cipher_block in, plain_block out) {
   assert(key.key_len == 16);
-  for (std::size_t i = 0; i < BLOCK_SIZE; ++i) {
-    out[i] = key.xor_key.data()[i] ^ in[i];
-  }
+  store_xor(out, load_words(key.xor_key.data()), load_words(in.data()));
 }
 
 void decrypt_block_aes(const key_entry& key, cipher_block in, plain_block out) {
@@ -238,9 +254,9 @@ class item_stream {
   void next_block() {
     if (chained_ && previous_ != nullptr) chain_ = previous_;
     decrypt_block_(key_, blocks_.first<BLOCK_SIZE>(), block_);
-    for (std::size_t i = 0; i < BLOCK_SIZE; ++i) {
-      block_[i] ^= chain_[i % CHAIN_SIZE];
-    }
+    const std::uint64_t chain = load_u32(chain_);
+    const std::uint64_t repeated = chain << 32U | chain;
+    store_xor(block_, load_words(block_.data()), {repeated, repeated});
     previous_ = blocks_.data();
     blocks_ = blocks_.subspan(BLOCK_SIZE);
     position_ = 0;
