@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -234,6 +235,10 @@ class fault_run {
       fail(s, "FAULT=none", "does not work at all", whole);
       return;
     }
+    if (whole.left < 0) {
+      fail(s, "FAULT=none", "runs without the interposer", whole);
+      return;
+    }
     for (const fault& f : faults) run_fault(s, f, whole);
   }
   int failures() const { return failures_; }
@@ -284,7 +289,9 @@ class fault_run {
 int run_all(char** arguments, bool full) {
   setvbuf(stdout, nullptr, _IOLBF, 0);
   const bool allocations = std::strcmp(arguments[3], "alloc") == 0;
-  fault_run run(arguments[1], arguments[2], full);
+  // The program runs in a directory of its own.
+  const std::string interposer = std::filesystem::absolute(arguments[1]);
+  fault_run run(interposer.c_str(), arguments[2], full);
   for (const scenario& s : SCENARIOS) {
     run.run(s, allocations ? ALLOCATION_FAULTS : CALL_FAULTS);
   }
