@@ -44,7 +44,10 @@ class report_stream {
     return {buffer_.data() + used_, size};
   }
   // Puts in the first `size` characters of the room.
-  void claim(std::size_t size) { used_ += size; }
+  void claim(std::size_t size) {
+    assert(size <= buffer_.size() - used_);
+    used_ += size;
+  }
   // Bytes up to the first zero byte among them, if any.
   void put_c_string(std::span<const std::uint8_t> bytes) {
     const auto* text = reinterpret_cast<const char*>(bytes.data());
