@@ -29,7 +29,7 @@ class recent_entries {
   void forget() { slots_ = {}; }
 
  private:
-  static constexpr std::size_t SLOTS = 64;
+  static constexpr std::size_t SLOTS = 256;
 
   // The id stands beside the pointer: that of another entry would be fetched
   // from memory for nothing.

@@ -1,6 +1,7 @@
 #include "util/chronex/dump.h"
 
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -20,9 +21,11 @@ constexpr std::size_t LABEL_WIDTH = 24;
 constexpr std::size_t MARKER_POSITION = 1;
 constexpr std::size_t NAME_POSITION = 2;
 constexpr std::size_t VALUE_TEXT_SIZE = 8192;
-// Schemas whose labels are kept. Which one goes for a new one is left to
-// chance.
-constexpr std::size_t KEPT_LABEL_SETS = 16;
+// Schemas whose labels are kept, as many as a database may have data sets in
+// use. Which one goes for a new one is left to chance. Of wide records, whose
+// labels may take a megabyte, only the latest one's are kept.
+constexpr std::size_t KEPT_LABEL_SETS = 256;
+constexpr std::int16_t WIDE_RECORD = 2048;
 
 using byte_run = std::span<const std::uint8_t>;
 
@@ -84,7 +87,10 @@ class label_set {
 
 const label_set& labels_of(const set_context& set) {
   static std::array<label_set, KEPT_LABEL_SETS> kept;
-  label_set& labels = kept[set.schema_id % kept.size()];
+  static label_set of_wide_record;
+  label_set& labels = set.rec_sz < WIDE_RECORD
+                          ? kept[set.schema_id % kept.size()]
+                          : of_wide_record;
   if (!labels.is_of(set)) labels.make(set);
   return labels;
 }

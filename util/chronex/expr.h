@@ -66,10 +66,10 @@ inline constexpr int EXPR_ERROR_ARGUMENT = -9;
 // The most entries that a compiled expression may hold.
 inline constexpr std::size_t EXPR_MAX_ENTRIES = 1000;
 
-// An evaluation runs for every record of the log, while the log has few data
-// sets. So an entry keeps what it has learned of the latest ones, each in the
-// slot that its number falls into.
-inline constexpr std::size_t EXPR_CACHE_SLOTS = 16;
+// An evaluation runs for every record of the log, while a database has some
+// hundred data sets at most. So an entry keeps what it has learned of the
+// latest ones, each in the slot that its number falls into.
+inline constexpr std::size_t EXPR_CACHE_SLOTS = 256;
 
 // An item relation seen from one schema.
 struct item_place {
