@@ -21,24 +21,33 @@ constexpr std::size_t LABEL_WIDTH = 24;
 constexpr std::size_t MARKER_POSITION = 1;
 constexpr std::size_t NAME_POSITION = 2;
 constexpr std::size_t VALUE_TEXT_SIZE = 8192;
-// Schemas whose labels are kept, as many as a database may have data sets in
+// Schemas whose views are kept, as many as a database may have data sets in
 // use. Which one goes for a new one is left to chance. Of wide records, whose
-// labels may take a megabyte, only the latest one's are kept.
-constexpr std::size_t KEPT_LABEL_SETS = 256;
+// view may take megabytes, only the latest one's is kept.
+constexpr std::size_t KEPT_VIEWS = 256;
 constexpr std::int16_t WIDE_RECORD = 2048;
 
 using byte_run = std::span<const std::uint8_t>;
 
-// The labels of a schema's elements, in record order: " NAME" or " NAME[k]"
-// behind a place for the marker, filled up with blanks, and ": ".
-class label_set {
- public:
-  struct label {
-    std::string_view text;
-    // The name with its subscript.
-    std::string_view name;
-  };
+// An element of an item as the item view shows it.
+struct element_view {
+  // Place of the label in record_view's text.
+  std::size_t label_begin = 0;
+  std::size_t label_length = 0;
+  // Null when values of this type are not shown.
+  const item_type* type = nullptr;
+  // Place of the value in the record.
+  std::uint16_t offset = 0;
+  std::uint16_t size = 0;
+  // It is also shown when it has not changed.
+  bool selected = false;
+};
 
+// How the records of a schema are shown: their elements in record order, with
+// labels. A label is " NAME" or " NAME[k]" behind a place for the marker,
+// filled up with blanks, and ": ".
+class record_view {
+ public:
   bool is_of(const set_context& set) const {
     return schema_id_ == set.schema_id;
   }
@@ -46,53 +55,71 @@ class label_set {
   void make(const set_context& set) {
     schema_id_ = set.schema_id;
     text_.clear();
-    places_.clear();
+    elements_.clear();
+    std::size_t index = 0;
     for (const item_descriptor& item : set.item_list()) {
-      for (std::size_t element = 1; element <= item.count; ++element) {
-        add(set.item_name(item), item.count > 1, element);
+      for (std::size_t k = 1; k <= item.count; ++k) {
+        add(item, index, k, set.item_name(item));
       }
+      ++index;
     }
   }
 
-  label operator[](std::size_t index) const {
-    const place& where = places_[index];
-    const std::string_view text = text_;
-    return {text.substr(where.begin, where.length),
-            text.substr(where.begin + NAME_POSITION, where.name_length)};
+  std::span<const element_view> elements() const { return elements_; }
+
+  std::string_view label(const element_view& element) const {
+    return {text_.data() + element.label_begin, element.label_length};
   }
 
  private:
-  struct place {
-    std::size_t begin;
-    std::size_t length;
-    std::size_t name_length;
-  };
-
-  // A name ends at its first zero byte, if any.
-  void add(std::string_view name, bool has_subscript, std::size_t element) {
-    const std::size_t begin = text_.size();
+  // Adds element k of the item that stands at `index` of its list. A name ends
+  // at its first zero byte, if any.
+  void add(const item_descriptor& item, std::size_t index, std::size_t k,
+           std::string_view name) {
+    element_view& element = elements_.emplace_back();
+    element.label_begin = text_.size();
     text_.append(NAME_POSITION, ' ');
     text_ += name.substr(0, name.find('\0'));
-    if (has_subscript) text_ += '[' + std::to_string(element) + ']';
-    const std::size_t length = text_.size() - begin;
+    if (item.count > 1) text_ += '[' + std::to_string(k) + ']';
+    element.selected = is_selected(
+        index, name, item.count > 1,
+        std::string_view(text_).substr(element.label_begin + NAME_POSITION));
+    const std::size_t length = text_.size() - element.label_begin;
     if (length < LABEL_WIDTH) text_.append(LABEL_WIDTH - length, ' ');
     text_ += ": ";
-    places_.push_back({begin, text_.size() - begin, length - NAME_POSITION});
+    element.label_length = text_.size() - element.label_begin;
+    element.type = item_type_of(static_cast<char>(item.type));
+    element.offset =
+        static_cast<std::uint16_t>(item.offset + (k - 1) * item.size);
+    element.size = item.size;
+  }
+
+  // The name list may name the item or, in an item of several elements, a
+  // single one.
+  static bool is_selected(std::size_t index, std::string_view name,
+                          bool has_subscript,
+                          std::string_view name_with_subscript) {
+    int listed = item_name_in_list(name);
+    if (listed == 0 && has_subscript) {
+      listed = item_name_in_list(name_with_subscript);
+    }
+    if (report.item_limit <= 0) return listed != 0;
+    return listed > 0 || index < static_cast<std::size_t>(report.item_limit);
   }
 
   std::uint64_t schema_id_ = 0;
   std::string text_;
-  std::vector<place> places_;
+  std::vector<element_view> elements_;
 };
 
-const label_set& labels_of(const set_context& set) {
-  static std::array<label_set, KEPT_LABEL_SETS> kept;
-  static label_set of_wide_record;
-  label_set& labels = set.rec_sz < WIDE_RECORD
+const record_view& view_of(const set_context& set) {
+  static std::array<record_view, KEPT_VIEWS> kept;
+  static record_view of_wide_record;
+  record_view& view = set.rec_sz < WIDE_RECORD
                           ? kept[set.schema_id % kept.size()]
                           : of_wide_record;
-  if (!labels.is_of(set)) labels.make(set);
-  return labels;
+  if (!view.is_of(set)) view.make(set);
+  return view;
 }
 
 void put_character_value(byte_run value, char fill) {
@@ -118,68 +145,45 @@ void put_label(std::string_view label, char marker) {
   report.fp->claim(label.size());
 }
 
-void put_element(const label_set::label& label, char marker,
-                 const item_type* type, byte_run value) {
-  put_label(label.text, marker);
-  if (type != nullptr && type->numeric) {
+void put_value(const item_type* type, byte_run value) {
+  if (type == nullptr) return;
+  if (type->numeric) {
     put_number(*type, value);
-  } else if (type != nullptr) {
+  } else {
     put_character_value(value, type->fill);
   }
+}
+
+void put_element(std::string_view label, char marker, const item_type* type,
+                 byte_run value) {
+  put_label(label, marker);
+  put_value(type, value);
   report.fp->put('\n');
 }
 
-// One item of the record being shown.
-struct item_view {
-  const item_descriptor& item;
-  std::size_t index;
-  std::string_view name;
-  const item_type* type;
-};
-
-// Whether an unchanged element of the item is shown. The name list may name the
-// item or, in an item of several elements, a single one.
-bool is_selected(const item_view& view, const label_set::label& label) {
-  int listed = item_name_in_list(view.name);
-  if (listed == 0 && view.item.count > 1)
-    listed = item_name_in_list(label.name);
-  if (report.item_limit <= 0) return listed != 0;
-  return listed > 0 || view.index < static_cast<std::size_t>(report.item_limit);
-}
-
-void dump_element(const item_view& view, const label_set::label& label,
+void dump_element(const element_view& element, std::string_view label,
                   byte_run before, byte_run after) {
   const bool changed =
       !before.empty() && !after.empty() &&
       std::memcmp(before.data(), after.data(), before.size()) != 0;
   if (changed) {
-    put_element(label, '-', view.type, before);
-    put_element(label, '+', view.type, after);
-  } else if (is_selected(view, label)) {
-    put_element(label, ' ', view.type, before.empty() ? after : before);
+    put_element(label, '-', element.type, before);
+    put_element(label, '+', element.type, after);
+  } else if (element.selected) {
+    put_element(label, ' ', element.type, before.empty() ? after : before);
   }
 }
 
-// The part of an image, or nothing where there is no image.
-byte_run part_of(byte_run image, std::size_t offset, std::size_t size) {
-  return image.empty() ? image : image.subspan(offset, size);
+// The element's part of an image, or nothing where there is no image.
+byte_run part_of(byte_run image, const element_view& element) {
+  return image.empty() ? image : image.subspan(element.offset, element.size);
 }
 
 void dump_items(const set_context& set, byte_run before, byte_run after) {
-  const label_set& labels = labels_of(set);
-  std::size_t label_index = 0;
-  const std::span<const item_descriptor> items = set.item_list();
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    const item_descriptor& item = items[i];
-    const item_view view{item, i, set.item_name(item),
-                         item_type_of(static_cast<char>(item.type))};
-    std::size_t offset = item.offset;
-    for (std::size_t element = 1; element <= item.count; ++element) {
-      dump_element(view, labels[label_index++],
-                   part_of(before, offset, item.size),
-                   part_of(after, offset, item.size));
-      offset += item.size;
-    }
+  const record_view& view = view_of(set);
+  for (const element_view& element : view.elements()) {
+    dump_element(element, view.label(element), part_of(before, element),
+                 part_of(after, element));
   }
 }
 
