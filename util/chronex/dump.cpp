@@ -31,11 +31,11 @@ using byte_run = std::span<const std::uint8_t>;
 
 // An element of an item as the item view shows it.
 struct element_view {
-  // Place of the label in record_view's text.
-  std::size_t label_begin = 0;
-  std::size_t label_length = 0;
   // Null when values of this type are not shown.
   const item_type* type = nullptr;
+  // Place of the label in record_view's text.
+  std::uint32_t label_begin = 0;
+  std::uint16_t label_length = 0;
   // Place of the value in the record.
   std::uint16_t offset = 0;
   std::uint16_t size = 0;
@@ -76,22 +76,24 @@ class record_view {
   // at its first zero byte, if any.
   void add(const item_descriptor& item, std::size_t index, std::size_t k,
            std::string_view name) {
-    element_view& element = elements_.emplace_back();
-    element.label_begin = text_.size();
+    const std::size_t begin = text_.size();
     text_.append(NAME_POSITION, ' ');
     text_ += name.substr(0, name.find('\0'));
     if (item.count > 1) text_ += '[' + std::to_string(k) + ']';
-    element.selected = is_selected(
-        index, name, item.count > 1,
-        std::string_view(text_).substr(element.label_begin + NAME_POSITION));
-    const std::size_t length = text_.size() - element.label_begin;
+    const bool selected =
+        is_selected(index, name, item.count > 1,
+                    std::string_view(text_).substr(begin + NAME_POSITION));
+    const std::size_t length = text_.size() - begin;
     if (length < LABEL_WIDTH) text_.append(LABEL_WIDTH - length, ' ');
     text_ += ": ";
-    element.label_length = text_.size() - element.label_begin;
-    element.type = item_type_of(static_cast<char>(item.type));
-    element.offset =
-        static_cast<std::uint16_t>(item.offset + (k - 1) * item.size);
-    element.size = item.size;
+    elements_.push_back(
+        {.type = item_type_of(static_cast<char>(item.type)),
+         .label_begin = static_cast<std::uint32_t>(begin),
+         .label_length = static_cast<std::uint16_t>(text_.size() - begin),
+         .offset =
+             static_cast<std::uint16_t>(item.offset + (k - 1) * item.size),
+         .size = item.size,
+         .selected = selected});
   }
 
   // The name list may name the item or, in an item of several elements, a
