@@ -18,6 +18,7 @@ constexpr std::size_t INITIAL_BUCKETS = 128;
 constexpr int MAX_NAME_LEVELS = 16;
 
 chained_table<node_entry> node_hash(INITIAL_BUCKETS);
+recent_entries<node_entry> recent;
 std::uint64_t names_version = 1;
 
 std::uint32_t hash_of(std::int32_t node_id) {
@@ -68,8 +69,6 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 }  // namespace
 
 node_entry* node_get_entry(std::int32_t node_id) {
-  // Nodes are never removed.
-  static recent_entries<node_entry> recent;
   node_entry* const known = recent.find(node_id);
   if (known != nullptr) return known;
   node_entry* found = node_hash.find(
