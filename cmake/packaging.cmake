@@ -18,6 +18,7 @@ install(FILES
           ${CMAKE_SOURCE_DIR}/doc/filter-language.md
           ${CMAKE_SOURCE_DIR}/doc/forward-log-format.md
           ${CMAKE_SOURCE_DIR}/doc/key-file.md
+          ${CMAKE_SOURCE_DIR}/doc/performance.md
           ${CMAKE_SOURCE_DIR}/doc/robustness.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples/
