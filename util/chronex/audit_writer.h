@@ -41,9 +41,9 @@ int audit_write_tag(std::uint8_t tag, std::uint32_t size);
 // Writes a piece of payload.
 int audit_write(std::span<const std::uint8_t> bytes);
 
-// Writes a record that stands in `begin` from its tag on, with tag and size
-// still to be filled in, as far as two more pieces of payload do not follow;
-// either of them may be empty.
+// Writes a record. `begin` is its first part, from the tag on, with tag and
+// size still to be filled in; two more pieces of payload follow, either of
+// which may be empty.
 int audit_write_begun_record(std::uint8_t tag, std::span<std::uint8_t> begin,
                              std::span<const std::uint8_t> first,
                              std::span<const std::uint8_t> second);
