@@ -20,8 +20,8 @@
 #include <vector>
 
 #include "common/crypto_api.h"
-#include "common/md5.h"
 #include "tests/support/log_builder.h"
+#include "tests/support/md5_of.h"
 
 namespace {
 
@@ -187,15 +187,6 @@ std::string secret(const aes_key_t& key, std::uint32_t number, const char* card,
     stored += enciphered;
   }
   return stored;
-}
-
-std::string md5_of(const std::string& text) {
-  ko_md5_context context;
-  ko__MD5Init(context);
-  ko__MD5Update(context, {reinterpret_cast<const std::uint8_t*>(text.data()),
-                          text.size()});
-  const md5_digest digest = ko__MD5Final(context);
-  return {digest.begin(), digest.end()};
 }
 
 std::string segment_secret(const std::string& data_key,

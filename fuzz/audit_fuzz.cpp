@@ -18,11 +18,6 @@ std::vector<std::uint8_t> copy_of(fuzz_bytes file) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  fuzz_run_setup();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size) {
   const fuzz_bytes input(data, size);

@@ -118,6 +118,12 @@ void fuzz_run_setup() {
   names_in_list = has_item_name_list;
 }
 
+// libFuzzer calls this before the first input.
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  fuzz_run_setup();
+  return 0;
+}
+
 bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
               std::vector<std::uint8_t>* audit_file) {
   static std::array<memory_file, FUZZ_MAX_FILES> inputs;

@@ -31,7 +31,7 @@ std::vector<fuzz_bytes> fuzz_run_files(fuzz_bytes input);
 
 // Sets up what all runs share: the key store with one AES master key (the text
 // "a master key of thirty-two chars"), the filter, and the item names. To be
-// called once.
+// called once; a fuzzer that links this module has it called.
 void fuzz_run_setup();
 
 // Makes one run over the files, with all tables empty at its start. Returns

@@ -3,11 +3,6 @@
 
 #include "fuzz/fuzz_run.h"
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  fuzz_run_setup();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size) {
   const fuzz_bytes input(data, size);

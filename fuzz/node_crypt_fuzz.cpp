@@ -51,11 +51,6 @@ void check_plain_items(const set_context& set, fuzz_bytes stored,
 
 }  // namespace
 
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-  fuzz_run_setup();
-  return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size) {
   fuzz_bytes input(data, size);

@@ -117,7 +117,10 @@ int run_kills(const test_directory& directory, const char* option, int kills) {
   for (int i = 0; i < kills; ++i) {
     std::filesystem::remove(directory.path("audit"));
     run_for(directory, option, full_time * (random() % 1000 + 1) / 1000);
-    if (!std::filesystem::exists(directory.path("audit"))) continue;
+    if (!std::filesystem::exists(directory.path("audit"))) {
+      ++extents[0];
+      continue;
+    }
     const std::size_t left = directory.read("audit").size();
     ++extents[left == 0 ? 0 : left < whole.size() ? 1 : 2];
     const char* problem = complaint(directory, whole, option[1] == 'Z');

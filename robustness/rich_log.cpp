@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "common/md5.h"
 #include "tests/support/log_builder.h"
+#include "tests/support/md5_of.h"
 
 namespace {
 
@@ -41,15 +41,6 @@ std::string secret(std::uint32_t key_id, char seed) {
                        u32_bytes(key_id) + "IV:)";
   for (int i = 0; i < 32; ++i) stored += static_cast<char>(seed + i * 7);
   return stored;
-}
-
-std::string md5_of(std::string_view text) {
-  ko_md5_context context;
-  ko__MD5Init(context);
-  ko__MD5Update(context, {reinterpret_cast<const std::uint8_t*>(text.data()),
-                          text.size()});
-  const md5_digest digest = ko__MD5Final(context);
-  return {digest.begin(), digest.end()};
 }
 
 void put_secrets(log_builder& log, std::uint32_t key_id) {

@@ -54,9 +54,8 @@ class evaluator {
   bool has_room(std::size_t operands) const {
     return depth_ + operands <= EXPR_STACK_SIZE;
   }
-  // Pushes the truth value 1 or 0, or passes on a negative error code.
-  int push_truth(int truth);
-  // Takes `count` entries and pushes the truth value they stand for.
+  // Takes `count` entries and pushes the truth value they stand for, 1 or 0, or
+  // passes on a negative error code.
   int finish(std::size_t count, int truth);
 
   std::span<expr_entry> rest_;
@@ -97,17 +96,13 @@ int evaluator::step() {
   }
 }
 
-int evaluator::push_truth(int truth) {
+int evaluator::finish(std::size_t count, int truth) {
   if (truth < 0) return truth;
   if (!has_room(1)) return EXPR_ERROR_COMPLEX;
+  rest_ = rest_.subspan(count);
   stack_[depth_] = truth != 0;
   ++depth_;
   return 0;
-}
-
-int evaluator::finish(std::size_t count, int truth) {
-  rest_ = rest_.subspan(count);
-  return push_truth(truth);
 }
 
 int evaluator::apply_relation() {

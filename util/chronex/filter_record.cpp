@@ -114,8 +114,8 @@ struct item_relation {
   std::span<const std::uint8_t> number;
 };
 
-inline int test_number(const item_relation& relation,
-                       std::span<const std::uint8_t> item) {
+int test_number(const item_relation& relation,
+                std::span<const std::uint8_t> item) {
   return expr_compare(relation.code,
                       relation.place.type->cmp(item, relation.number));
 }
@@ -134,8 +134,8 @@ int test_characters(const item_relation& relation,
                       std::strncmp(text, relation.text.c_str(), item.size()));
 }
 
-inline int test_image(const item_relation& relation,
-                      std::span<const std::uint8_t> image) {
+int test_image(const item_relation& relation,
+               std::span<const std::uint8_t> image) {
   const item_place& place = relation.place;
   if (image.size() < std::size_t{place.offset} + place.size) return 0;
   const auto item = image.subspan(place.offset, place.size);
@@ -146,18 +146,16 @@ inline int test_image(const item_relation& relation,
 // The sign of the name chooses only where there is a choice.
 int test_images(const item_relation& relation, const filter_context& context,
                 std::string_view name) {
-  std::span<const std::uint8_t> image = context.before_image;
-  const std::span<const std::uint8_t> after = context.after_image;
-  if (image.data() == nullptr) {
-    image = after;
-  } else if (after.data() != nullptr && !name.starts_with('-')) {
-    if (!name.starts_with('+')) {
-      const int held = test_image(relation, image);
-      if (held != 0) return held;
-    }
-    image = after;
+  const bool has_before = context.before_image.data() != nullptr;
+  const bool has_after = context.after_image.data() != nullptr;
+  if (!has_before && !has_after) return 0;
+  if (!has_before) return test_image(relation, context.after_image);
+  if (!has_after) return test_image(relation, context.before_image);
+  if (!name.starts_with('+')) {
+    const int held = test_image(relation, context.before_image);
+    if (held != 0 || name.starts_with('-')) return held;
   }
-  return image.data() == nullptr ? 0 : test_image(relation, image);
+  return test_image(relation, context.after_image);
 }
 
 int test_wide_number(item_relation relation, const filter_context& context,
