@@ -1,5 +1,5 @@
 #include "fuzz/empty_tables.h"
-#include "util/chronex/continuity.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "util/chronex/forward_log/continuity.cpp"  // NOLINT(bugprone-suspicious-include)
 
 void empty_continuity() {
   f_first = true;

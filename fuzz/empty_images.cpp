@@ -1,5 +1,5 @@
 #include "fuzz/empty_tables.h"
-#include "util/chronex/image.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "util/chronex/trail/image.cpp"  // NOLINT(bugprone-suspicious-include)
 
 void empty_images() {
   record_hash.remove_if([](const image_record&) { return true; });

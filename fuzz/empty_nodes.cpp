@@ -1,5 +1,5 @@
 #include "fuzz/empty_tables.h"
-#include "util/chronex/node.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "util/chronex/tables/node.cpp"  // NOLINT(bugprone-suspicious-include)
 
 void empty_nodes() {
   recent.forget();

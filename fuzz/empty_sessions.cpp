@@ -1,5 +1,5 @@
 #include "fuzz/empty_tables.h"
-#include "util/chronex/session.cpp"  // NOLINT(bugprone-suspicious-include)
+#include "util/chronex/tables/session.cpp"  // NOLINT(bugprone-suspicious-include)
 
 void empty_sessions() {
   session_hash.remove_if([](const session_entry&) { return true; });

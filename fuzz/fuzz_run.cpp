@@ -9,13 +9,13 @@
 #include "common/md5.h"
 #include "fuzz/empty_tables.h"
 #include "server/misc/keyutil.h"
-#include "util/chronex/audit_writer.h"
-#include "util/chronex/charset.h"
-#include "util/chronex/filter.h"
-#include "util/chronex/inputs.h"
-#include "util/chronex/item_names.h"
-#include "util/chronex/report.h"
-#include "util/chronex/run_failed.h"
+#include "util/chronex/audit_file/audit_writer.h"
+#include "util/chronex/filter/filter.h"
+#include "util/chronex/input/charset.h"
+#include "util/chronex/messages/run_failed.h"
+#include "util/chronex/report/item_names.h"
+#include "util/chronex/report/report.h"
+#include "util/chronex/run/inputs.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "fuzz/fuzz_run.h"
-#include "util/chronex/node_crypt.h"
+#include "util/chronex/keys/node_crypt.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The language of filter expressions: what texts compile to, and which of their
 // errors is the one reported.
 
-#include "util/chronex/expr.h"
+#include "util/chronex/filter/expr.h"
 
 #include <gtest/gtest.h>
 
@@ -11,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
-#include "util/chronex/date_time.h"
-#include "util/chronex/expr_compile.h"
+#include "util/chronex/filter/date_time.h"
+#include "util/chronex/filter/expr_compile.h"
 
 namespace {
 

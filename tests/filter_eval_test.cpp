@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "tests/support/log_builder.h"
-#include "util/chronex/expr_compile.h"
-#include "util/chronex/expr_eval.h"
-#include "util/chronex/filter.h"
-#include "util/chronex/node.h"
-#include "util/chronex/session.h"
-#include "util/chronex/session_attribute.h"
+#include "util/chronex/filter/expr_compile.h"
+#include "util/chronex/filter/expr_eval.h"
+#include "util/chronex/filter/filter.h"
+#include "util/chronex/filter/session_attribute.h"
+#include "util/chronex/tables/node.h"
+#include "util/chronex/tables/session.h"
 
 namespace {
 

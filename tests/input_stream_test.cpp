@@ -1,6 +1,6 @@
 // Inputs that arrive bit by bit, are compressed in pieces, or broken.
 
-#include "util/chronex/input_stream.h"
+#include "util/chronex/input/input_stream.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

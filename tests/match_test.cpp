@@ -1,6 +1,6 @@
 // The wildcard matcher: its elements one by one, and its cost.
 
-#include "util/chronex/match.h"
+#include "util/chronex/filter/match.h"
 
 #include <gtest/gtest.h>
 

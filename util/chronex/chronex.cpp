@@ -9,13 +9,13 @@
 #include <new>
 #include <span>
 
-#include "util/chronex/audit_writer.h"
-#include "util/chronex/filter.h"
-#include "util/chronex/inputs.h"
-#include "util/chronex/options.h"
-#include "util/chronex/report.h"
-#include "util/chronex/run_failed.h"
-#include "util/chronex/usage.h"
+#include "util/chronex/audit_file/audit_writer.h"
+#include "util/chronex/filter/filter.h"
+#include "util/chronex/messages/run_failed.h"
+#include "util/chronex/report/report.h"
+#include "util/chronex/run/inputs.h"
+#include "util/chronex/run/options.h"
+#include "util/chronex/run/usage.h"
 #include "util/libmkey/mkey.h"
 
 namespace {

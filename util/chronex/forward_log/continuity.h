@@ -1,0 +1,42 @@
+#ifndef CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H
+#define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H
+
+// Watches the numbers of a forward log (generations, files within a generation,
+// actions within a file) for gaps and repeats, and words the notices about what
+// happened to a log.
+//
+// What is missing is a WARNING, what is repeated an INFO (with -v only). Each
+// WARNING and NOTE is given twice: on standard error, and as a comment for the
+// later reader of the audit file. None of them ends the run; a comment that
+// cannot be written does.
+
+#include <cstddef>
+#include <cstdint>
+
+#include "util/chronex/input/input_file.h"
+
+// False when the file is of a version without audit information and is to be
+// skipped.
+bool continuity_accept_version(const input_file& file);
+
+// False when the file is older than, or the same as, one already processed and
+// is to be skipped. Otherwise the file's actions are counted from 1 again.
+bool continuity_accept_file(const input_file& file);
+
+// Checks the number of an action. Switches quiet mode on for a repeated action
+// and off for an expected or higher number.
+void continuity_check_action(const input_file& file, std::uint32_t number);
+
+// Reports that the file ended while the part named `what` was being read.
+// Returns 1: the file is done.
+int fw_unexpected_eof(const input_file& file, const char* what);
+
+void report_server_abort(const input_file& file);
+void report_role_change(const input_file& file);
+
+// A before-image or an operation's image (`what`) of `size` bytes where the
+// stored record has `expected`.
+void report_short_image(const input_file& file, const char* what,
+                        std::size_t size, std::size_t expected);
+
+#endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H

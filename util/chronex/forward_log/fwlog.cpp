@@ -1,0 +1,137 @@
+#include "util/chronex/forward_log/fwlog.h"
+
+#include "common/byte_cursor.h"
+#include "util/chronex/forward_log/continuity.h"
+#include "util/chronex/forward_log/fwlog_action.h"
+#include "util/chronex/forward_log/fwlog_format.h"
+#include "util/chronex/report/file_progress.h"
+#include "util/chronex/report/report.h"
+#include "util/chronex/tables/session.h"
+#include "util/chronex/trail/quiet.h"
+
+namespace {
+
+void put_line(const char* label, std::uint32_t number) {
+  report.fp->put(label);
+  report.fp->put_unsigned(number);
+  report.fp->put('\n');
+}
+
+void report_header(const input_file& file) {
+  report_stream& out = *report.fp;
+  if (file.audit_only) out.put(" format: audit-only\n");
+  report_file_version(file);
+  put_line(" volume release: ", file.release);
+  out.put(" volume set id: 0x");
+  out.put_hex(file.volume_set_id);
+  out.put('\n');
+  put_line(" volume generation: ", file.generation);
+  out.put(" file sequence: ");
+  out.put_signed(static_cast<std::int32_t>(file.sequence));
+  out.put('\n');
+}
+
+void report_progress(const input_file& file) {
+  if (!report_file_begin(file)) return;
+  if (report.file_level >= 2) report_header(file);
+  report_flush();
+}
+
+int process_cluster(const fw_action& action) {
+  const std::uint8_t* header = action.stream().take(FW_CLUSTER_HEADER_SIZE);
+  if (header == nullptr) return fw_short_read(action, "cluster header");
+  const auto pages = static_cast<std::int32_t>(load_u32(header + 8));
+  if (pages <= 0) return ACTION_DONE;
+  return fw_skip(action, static_cast<std::uint64_t>(pages) * FW_PAGE_SIZE,
+                 "cluster page data");
+}
+
+int process_meta(const fw_action& action) {
+  const std::uint8_t* header = action.stream().take(FW_META_HEADER_SIZE);
+  if (header == nullptr) return fw_short_read(action, "meta header");
+  const std::uint32_t size = load_u32(header + 4);
+  if (size > FW_PAGE_SIZE) {
+    return fw_bad_size(action, "meta data", size, "maximum 8192");
+  }
+  return fw_skip(action, size, "meta data");
+}
+
+// No more actions are read. What is left to see is whether compressed data were
+// as written.
+int finish_file(const fw_action& action) {
+  action.stream().verify_rest();
+  if (report_no_resources(action.file)) return FILE_FAILED;
+  if (!report_read_error(action.file) && action.stream().broke_off()) {
+    message("%s: unexpected end of file\n", action.file.name.c_str());
+  }
+  return FILE_DONE;
+}
+
+int process_end(const fw_action& action) {
+  session_cleanup();
+  return finish_file(action);
+}
+
+int process_slave_sync(const fw_action& action) {
+  if (action.stream().take(FW_SLAVE_SYNC_SIZE) == nullptr) {
+    return fw_short_read(action, "slave sync record");
+  }
+  report_role_change(action.file);
+  return ACTION_DONE;
+}
+
+int dispatch(std::uint8_t fw_tag, const fw_action& action) {
+  switch (fw_tag) {
+    case FW_TAG_RECORD:
+      return fw_record(action);
+    case FW_TAG_PAGE:
+      return fw_skip(action, FW_PAGE_SIZE, "page data");
+    case FW_TAG_CLUSTER:
+      return process_cluster(action);
+    case FW_TAG_META:
+      return process_meta(action);
+    case FW_TAG_BEFORE_IMAGE:
+      return fw_before_image(action);
+    case FW_TAG_AUDIT:
+      return fw_audit(action);
+    case FW_TAG_CONTEXT:
+      return fw_context(action);
+    case FW_TAG_END:
+      return process_end(action);
+    case FW_TAG_SLAVE_SYNC:
+      return process_slave_sync(action);
+    default:
+      // No length is known for the body of any other tag.
+      return finish_file(action);
+  }
+}
+
+int process_action(input_file& file) {
+  fw_action action{.file = file};
+  const std::uint8_t* tag = file.stream.take(1);
+  if (tag == nullptr) return fw_short_read(action, "next tag opcode");
+  const std::uint8_t fw_tag = *tag;
+  const std::uint8_t* fw_pfx = file.stream.take(FW_PREFIX_SIZE);
+  if (fw_pfx == nullptr) return fw_short_read(action, "next tag header");
+  action.number = load_u32(fw_pfx);
+  action.timestamp = load_u32(fw_pfx + 4);
+  continuity_check_action(file, action.number);
+  return dispatch(fw_tag, action);
+}
+
+}  // namespace
+
+int fwlog_process_file(input_file& file) {
+  if (!continuity_accept_version(file)) return FILE_DONE;
+  report_progress(file);
+  if (!continuity_accept_file(file)) return FILE_DONE;
+  int result = ACTION_DONE;
+  while (result == ACTION_DONE) {
+    result = process_action(file);
+    report_action_done();
+  }
+  // What follows this file is no repeat of it.
+  f_skip_action = false;
+  report_flush();
+  return result;
+}

@@ -1,0 +1,45 @@
+#ifndef CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_ACTION_H
+#define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_ACTION_H
+
+// What the readers of single actions share.
+
+#include <cstdint>
+
+#include "util/chronex/input/input_file.h"
+
+// One action of a forward log, with its body still to be read from the stream.
+struct fw_action {
+  input_file& file;
+  // Number of the action within the file.
+  std::uint32_t number = 0;
+  // Seconds since the epoch.
+  std::uint32_t timestamp = 0;
+
+  input_stream& stream() const { return file.stream; }
+};
+
+// Results of the readers of single actions.
+inline constexpr int ACTION_DONE = 0;
+inline constexpr int FILE_DONE = 1;
+inline constexpr int FILE_FAILED = -1;
+
+// Reports that the file ended, or there was no memory to read on, inside the
+// part named `what`. Returns the result for the file.
+int fw_short_read(const fw_action& action, const char* what);
+
+// Passes over bytes of the part named `what`.
+int fw_skip(const fw_action& action, std::uint64_t count, const char* what);
+
+// Reports a size that the file format does not allow. Returns FILE_FAILED.
+int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
+                const char* limit);
+
+// Read the bodies of record and before-image actions (fwlog_record.cpp).
+int fw_record(const fw_action& action);
+int fw_before_image(const fw_action& action);
+
+// Read the bodies of audit and context actions (fwlog_state.cpp).
+int fw_audit(const fw_action& action);
+int fw_context(const fw_action& action);
+
+#endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_ACTION_H

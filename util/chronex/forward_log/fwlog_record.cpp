@@ -1,0 +1,283 @@
+// Record operations and before-images of a forward log.
+
+#include <algorithm>
+#include <cstring>
+
+#include "common/byte_cursor.h"
+#include "util/chronex/forward_log/continuity.h"
+#include "util/chronex/forward_log/fwlog_action.h"
+#include "util/chronex/forward_log/fwlog_format.h"
+#include "util/chronex/input/scratch.h"
+#include "util/chronex/keys/node_crypt.h"
+#include "util/chronex/report/report.h"
+#include "util/chronex/tables/node.h"
+#include "util/chronex/tables/session.h"
+#include "util/chronex/trail/image.h"
+
+namespace {
+
+using byte_run = std::span<const std::uint8_t>;
+
+struct record_header {
+  std::uint8_t type = 0;
+  std::uint16_t size = 0;
+  std::int32_t node_id = 0;
+  std::uint32_t image_key = 0;
+  std::int32_t session_id = 0;
+};
+
+struct before_image_header {
+  std::uint32_t image_key = 0;
+  std::int32_t session_id = 0;
+  std::int32_t node_id = 0;
+  std::uint32_t recno = 0;
+  std::uint8_t op = 0;
+  std::uint16_t size = 0;
+};
+
+std::int32_t load_id(const std::uint8_t* bytes) {
+  return static_cast<std::int32_t>(load_u32(bytes));
+}
+
+record_header decode_record_header(const std::uint8_t* bytes) {
+  return {.type = bytes[0],
+          .size = load_u16(bytes + 2),
+          .node_id = load_id(bytes + 4),
+          .image_key = load_u32(bytes + 8),
+          .session_id = load_id(bytes + 12)};
+}
+
+before_image_header decode_before_image_header(const std::uint8_t* bytes) {
+  return {.image_key = load_u32(bytes),
+          .session_id = load_id(bytes + 4),
+          .node_id = load_id(bytes + 8),
+          .recno = load_u32(bytes + 12),
+          .op = bytes[16],
+          .size = load_u16(bytes + 18)};
+}
+
+bool is_encrypted(const set_context& set) { return set.enc_offs >= 0; }
+
+// Where an image of an encrypted data set finds its keys: the database's node.
+// Null when that is unknown.
+const node_entry* database_of(const node_entry& node) {
+  return node_get_entry(node.db_node_id);
+}
+
+// The record after an operation, in clear text.
+struct after_image {
+  // The operation can be shown; otherwise it is passed over.
+  bool usable = false;
+  const std::uint8_t* bytes = nullptr;
+};
+
+after_image decode_after_image(const fw_action& action, const node_entry& node,
+                               byte_run stored) {
+  const set_context& set = *node.set;
+  const auto expected = static_cast<std::size_t>(set.media_sz);
+  const node_entry* database = nullptr;
+  if (is_encrypted(set)) {
+    database = database_of(node);
+    if (database == nullptr) return {};
+  }
+  if (stored.size() < expected) {
+    report_short_image(action.file, "record image", stored.size(), expected);
+    return {};
+  }
+  if (!is_encrypted(set)) return {true, stored.data()};
+  const std::span<std::uint8_t> plain =
+      get_buffer(static_cast<std::uint32_t>(set.rec_sz));
+  node_decrypt_record(database->keys.get(), set, plain, stored);
+  return {true, plain.data()};
+}
+
+// The operation that is reported when a first part was waiting for it.
+int reported_op(const image_record& pending, int op) {
+  if (pending.op != OP_PUT && op != OP_PUT) return op;
+  return pending.has_before ? OP_UPDATE : OP_PUT;
+}
+
+// Makes room for a before-image of `size` bytes and keeps what is there. A
+// record of no bytes at all still has an image.
+bool make_room(image_record& record, std::size_t size) {
+  if (record.before.grow(std::max<std::size_t>(size, 1))) return true;
+  message_perror("malloc");
+  message("Unable to allocate before-image data buffer\n");
+  return false;
+}
+
+// Fills a before-image up to the record size of its data set, which may have
+// been redefined since the image was stored.
+bool fit_before_image(const fw_action& action, image_record& pending,
+                      std::size_t rec_sz) {
+  if (pending.before_size >= rec_sz) return true;
+  if (!pending.known_short) {
+    report_short_image(action.file, "before-image", pending.before_size,
+                       rec_sz);
+  }
+  if (!make_room(pending, rec_sz)) return false;
+  std::ranges::fill(
+      pending.before.bytes().first(rec_sz).subspan(pending.before_size),
+      std::uint8_t{0});
+  return true;
+}
+
+int write_operation(const fw_action& action, const record_header& header,
+                    session_entry& session, node_entry& node,
+                    std::uint32_t recno, int op, const std::uint8_t* after) {
+  std::unique_ptr<image_record> pending =
+      fetch_image_record(header.image_key, header.node_id, recno);
+  image_operation operation{.session = session,
+                            .node = node,
+                            .after = after,
+                            .timestamp = action.timestamp,
+                            .op = op,
+                            .recno = recno};
+  if (!pending) return write_image_op(operation);
+  operation.timestamp = pending->timestamp;
+  operation.op = reported_op(*pending, op);
+  if (pending->has_before) {
+    const auto rec_sz = static_cast<std::size_t>(node.set->rec_sz);
+    if (!fit_before_image(action, *pending, rec_sz)) return FILE_FAILED;
+    operation.before = pending->before.data();
+  }
+  const int result = write_image_op(operation);
+  release_image_record(std::move(pending));
+  return result;
+}
+
+int mark_new_record(const fw_action& action, const record_header& header,
+                    std::uint32_t recno) {
+  image_record* pending =
+      add_image_record(header.image_key, header.node_id, recno);
+  if (pending == nullptr) return FILE_FAILED;
+  pending->op = OP_PUT;
+  pending->timestamp = action.timestamp;
+  return ACTION_DONE;
+}
+
+int process_operation(const fw_action& action, const record_header& header,
+                      byte_run data) {
+  session_entry* session = session_get_entry(header.session_id);
+  node_entry* node = node_get_entry(header.node_id);
+  if (session == nullptr || node == nullptr || data.empty() || !node->set) {
+    return ACTION_DONE;
+  }
+  if (data.size() < FW_OPERATION_HEAD_SIZE) {
+    report_short_image(action.file, "record operation", data.size(),
+                       FW_OPERATION_HEAD_SIZE);
+    return ACTION_DONE;
+  }
+  const std::uint32_t recno = load_u32(data.data() + 8);
+  const int op = data[16];
+  after_image after;
+  switch (op) {
+    case OP_UPDATE:
+    case OP_PUT:
+      after = decode_after_image(action, *node,
+                                 data.subspan(FW_OPERATION_HEAD_SIZE));
+      if (!after.usable) return ACTION_DONE;
+      break;
+    case OP_NEW_RECORD:
+      return mark_new_record(action, header, recno);
+    case OP_DELETE:
+      break;
+    default:
+      return ACTION_DONE;
+  }
+  return write_operation(action, header, *session, *node, recno, op,
+                         after.bytes);
+}
+
+// Deciphers a stored before-image into `plain` (the record size). What is
+// missing of it counts as zero bytes.
+void decrypt_before_image(const set_context& set, const db_key_context* keys,
+                          byte_run stored, std::span<std::uint8_t> plain) {
+  const auto expected = static_cast<std::size_t>(set.media_sz);
+  if (stored.size() < expected) {
+    const std::span<std::uint8_t> filled =
+        get_buffer(static_cast<std::uint32_t>(expected));
+    std::memcpy(filled.data(), stored.data(), stored.size());
+    std::ranges::fill(filled.subspan(stored.size()), std::uint8_t{0});
+    stored = filled;
+  }
+  node_decrypt_record(keys, set, plain, stored);
+}
+
+// Keeps a stored before-image. Of a plain data set only what is there is kept,
+// so that a pending record takes no more memory than its log does.
+int keep_before_image(const set_context& set, const db_key_context* keys,
+                      byte_run stored, image_record& record) {
+  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
+  record.known_short = stored.size() < static_cast<std::size_t>(set.media_sz);
+  record.before_size =
+      is_encrypted(set) ? rec_sz : std::min(rec_sz, stored.size());
+  if (!make_room(record, record.before_size)) return FILE_FAILED;
+  const auto kept = record.before.bytes().first(record.before_size);
+  if (is_encrypted(set)) {
+    decrypt_before_image(set, keys, stored, kept);
+  } else {
+    std::memcpy(kept.data(), stored.data(), kept.size());
+  }
+  record.has_before = true;
+  return ACTION_DONE;
+}
+
+}  // namespace
+
+int fw_record(const fw_action& action) {
+  const std::uint8_t* bytes = action.stream().take(FW_RECORD_HEADER_SIZE);
+  if (bytes == nullptr) return fw_short_read(action, "record header");
+  const record_header header = decode_record_header(bytes);
+  byte_run data;
+  if (header.size > 0) {
+    const std::uint8_t* start = action.stream().take(header.size);
+    if (start == nullptr) return fw_short_read(action, "record data");
+    data = {start, header.size};
+  }
+  if (header.type == RECORD_OPERATION) {
+    return process_operation(action, header, data);
+  }
+  if (header.type == RECORD_SERVER_ABORT && action.number == 1) {
+    report_server_abort(action.file);
+  }
+  return ACTION_DONE;
+}
+
+int fw_before_image(const fw_action& action) {
+  const std::uint8_t* bytes = action.stream().take(FW_BEFORE_IMAGE_HEADER_SIZE);
+  if (bytes == nullptr) return fw_short_read(action, "before-image header");
+  const before_image_header header = decode_before_image_header(bytes);
+  if (header.size > FW_PAGE_SIZE) {
+    return fw_bad_size(action, "before-image", header.size, "maximum 8192");
+  }
+  const std::uint8_t* start = action.stream().take(header.size);
+  if (start == nullptr) return fw_short_read(action, "before-image data");
+
+  const node_entry* node = node_get_entry(header.node_id);
+  if (session_get_entry(header.session_id) == nullptr || node == nullptr ||
+      !node->set) {
+    return ACTION_DONE;
+  }
+  const set_context& set = *node->set;
+  const db_key_context* keys = nullptr;
+  if (is_encrypted(set)) {
+    const node_entry* database = database_of(*node);
+    if (database == nullptr) return ACTION_DONE;
+    keys = database->keys.get();
+  }
+  image_record* record =
+      add_image_record(header.image_key, header.node_id, header.recno);
+  if (record == nullptr) return FILE_FAILED;
+  const byte_run stored{start, header.size};
+  if (keep_before_image(set, keys, stored, *record) != ACTION_DONE) {
+    return FILE_FAILED;
+  }
+  if (record->known_short) {
+    report_short_image(action.file, "before-image", stored.size(),
+                       static_cast<std::size_t>(set.media_sz));
+  }
+  record->op = header.op;
+  record->timestamp = action.timestamp;
+  return ACTION_DONE;
+}

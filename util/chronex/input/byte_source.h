@@ -1,0 +1,104 @@
+#ifndef CHRONEX_UTIL_CHRONEX_INPUT_BYTE_SOURCE_H
+#define CHRONEX_UTIL_CHRONEX_INPUT_BYTE_SOURCE_H
+
+// Where the bytes of an input come from, plain and gzip-compressed alike.
+//
+// A regular file is read through zlib's gz interface. That interface waits
+// until its whole buffer is full, which would hold back the newest actions of a
+// pipe that is still being written, and it drops what it has already
+// decompressed when it meets damage. So a pipe is read by a live source, which
+// delivers what is there, and a damaged file is read again by one to get at
+// the last good byte.
+
+#include <zlib.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "common/owned_bytes.h"
+
+class byte_source {
+ public:
+  byte_source() = default;
+  byte_source(const byte_source&) = delete;
+  byte_source& operator=(const byte_source&) = delete;
+  virtual ~byte_source() = default;
+
+  // Reads at least one byte into `room` (not empty) and returns how many. 0
+  // means that nothing more can be read: at the natural end, or because of what
+  // error() says then.
+  virtual std::size_t read(std::span<std::uint8_t> room) = 0;
+
+  // The source can be read to its end without waiting, and has a check sum
+  // there.
+  virtual bool is_compressed_file() const { return false; }
+
+  // What zlib or the system found wrong, as damage or as a failed read; empty
+  // when the input just ended.
+  const std::string& error() const { return error_; }
+  // The input ended in the middle of its compressed data.
+  bool truncated() const { return truncated_; }
+  // Not the input is at fault: the errno of what the process lacks, memory or
+  // descriptors. 0 = nothing.
+  int resource_error() const { return resource_error_; }
+
+ protected:
+  std::string error_;
+  bool truncated_ = false;
+  int resource_error_ = 0;
+};
+
+// Reads a regular file through zlib's gz interface, from its beginning.
+class gz_source final : public byte_source {
+ public:
+  // `descriptor` stays the caller's and must outlive the source.
+  explicit gz_source(int descriptor);
+  ~gz_source() override;
+  std::size_t read(std::span<std::uint8_t> room) override;
+  bool is_compressed_file() const override;
+
+ private:
+  std::size_t salvage(std::span<std::uint8_t> room);
+
+  int descriptor_;
+  gzFile stream_ = nullptr;
+  std::uint64_t delivered_ = 0;
+  // Takes over when the gz interface met damage.
+  std::unique_ptr<byte_source> successor_;
+};
+
+// Reads what is there, from a pipe, a device, or a file at its present offset.
+class live_source final : public byte_source {
+ public:
+  // `before_wait` is called before every read that may have to wait.
+  live_source(int descriptor, void (*before_wait)());
+  ~live_source() override;
+  std::size_t read(std::span<std::uint8_t> room) override;
+
+ private:
+  // What comes next: the begin of the input, compressed or not; plain bytes;
+  // the inside of a gzip member; what follows a member; nothing.
+  enum class place { begin, plain, member, behind_member, end };
+
+  std::size_t read_descriptor(std::span<std::uint8_t> room);
+  bool have_pending(std::size_t count);
+  void begin_member();
+  std::size_t read_plain(std::span<std::uint8_t> room);
+  std::size_t inflate_some(std::span<std::uint8_t> room);
+
+  int descriptor_;
+  void (*before_wait_)();
+  place place_ = place::begin;
+  // The descriptor has nothing more.
+  bool input_ended_ = false;
+  owned_bytes input_;
+  // The part of input_ that has not been used yet.
+  std::span<std::uint8_t> pending_;
+  z_stream inflater_{};
+  bool inflater_ready_ = false;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_INPUT_BYTE_SOURCE_H

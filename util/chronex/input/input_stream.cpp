@@ -1,0 +1,133 @@
+#include "util/chronex/input/input_stream.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+// One read from the source. From twice the gz interface's buffer size on, zlib
+// reads plain files straight into the window; the system hands out a megabyte
+// at once for less than in quarters.
+constexpr std::size_t READ_SIZE = std::size_t{1024} * 1024;
+// Room for one read behind what is left of the last one.
+constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_RUN;
+
+}  // namespace
+
+input_stream::~input_stream() {
+  source_.reset();
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+bool input_stream::open(const char* path, void (*before_wait)()) {
+  return adopt(::open(path, O_RDONLY | O_CLOEXEC), before_wait);
+}
+
+bool input_stream::open_duplicate(int descriptor, void (*before_wait)()) {
+  return adopt(dup(descriptor), before_wait);
+}
+
+bool input_stream::adopt(int descriptor, void (*before_wait)()) {
+  if (descriptor < 0) return false;
+  if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
+    close(descriptor);
+    errno = EBADF;
+    return false;
+  }
+  descriptor_ = descriptor;
+  before_wait_ = before_wait;
+  struct stat status {};
+  // A descriptor that was handed over in the middle of a file is read from
+  // there.
+  regular_ = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
+             lseek(descriptor, 0, SEEK_CUR) == 0;
+  return true;
+}
+
+// Makes window and source; after a pause, passes over what was taken before it.
+bool input_stream::ready() {
+  if (!window_ && !window_.allocate(WINDOW_SIZE)) {
+    resource_error_ = errno;
+    return false;
+  }
+  if (source_) return true;
+  if (regular_) {
+    source_ = std::make_unique<gz_source>(descriptor_);
+  } else {
+    source_ = std::make_unique<live_source>(descriptor_, before_wait_);
+  }
+  while (delivered_ < resume_at_) {
+    const std::size_t piece =
+        std::min<std::uint64_t>(READ_SIZE, resume_at_ - delivered_);
+    const std::size_t count = source_->read(window_.bytes().first(piece));
+    if (count == 0) break;
+    delivered_ += count;
+  }
+  return true;
+}
+
+bool input_stream::fill(std::size_t count) {
+  if (!ready()) return false;
+  std::memmove(window_.data(), window_.data() + next_, end_ - next_);
+  end_ -= next_;
+  next_ = 0;
+  while (end_ < count) {
+    const std::size_t got =
+        source_->read(window_.bytes().subspan(end_, READ_SIZE));
+    if (got == 0) {
+      error_ = source_->error();
+      truncated_ = source_->truncated();
+      resource_error_ = source_->resource_error();
+      end_ = 0;
+      return false;
+    }
+    end_ += got;
+    delivered_ += got;
+  }
+  return true;
+}
+
+bool input_stream::read(std::span<std::uint8_t> destination) {
+  while (!destination.empty()) {
+    const std::size_t piece = std::min(destination.size(), MAX_RUN);
+    const std::uint8_t* run = take(piece);
+    if (run == nullptr) return false;
+    std::memcpy(destination.data(), run, piece);
+    destination = destination.subspan(piece);
+  }
+  return true;
+}
+
+bool input_stream::skip(std::uint64_t count) {
+  while (count > 0) {
+    const std::uint64_t piece = std::min<std::uint64_t>(count, MAX_RUN);
+    if (take(piece) == nullptr) return false;
+    count -= piece;
+  }
+  return true;
+}
+
+void input_stream::verify_rest() {
+  if (!source_ || !source_->is_compressed_file()) return;
+  while (source_->read(window_.bytes().first(READ_SIZE)) > 0) continue;
+  next_ = 0;
+  end_ = 0;
+  error_ = source_->error();
+  truncated_ = source_->truncated();
+  resource_error_ = source_->resource_error();
+}
+
+void input_stream::suspend() {
+  if (!regular_) return;
+  resume_at_ = delivered_ - (end_ - next_);
+  delivered_ = 0;
+  next_ = 0;
+  end_ = 0;
+  source_.reset();
+  window_.reset();
+}

@@ -1,0 +1,88 @@
+#ifndef CHRONEX_UTIL_CHRONEX_INPUT_INPUT_STREAM_H
+#define CHRONEX_UTIL_CHRONEX_INPUT_INPUT_STREAM_H
+
+// An open input file as a run of bytes, read front to back through one window.
+//
+// This is the one place where bytes come in: what a reader takes is there in
+// full, or it is told that the input ended.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "common/owned_bytes.h"
+#include "util/chronex/input/byte_source.h"
+
+class input_stream {
+ public:
+  input_stream() = default;
+  input_stream(const input_stream&) = delete;
+  input_stream& operator=(const input_stream&) = delete;
+  ~input_stream();
+
+  // The largest run that take() can deliver.
+  static constexpr std::size_t MAX_RUN = std::size_t{64} * 1024;
+
+  // Opens a file for reading; false with errno on failure. `before_wait` is
+  // called before every read from a pipe or device, which may have to wait.
+  [[nodiscard]] bool open(const char* path, void (*before_wait)());
+  // The same for a duplicate of an open descriptor.
+  [[nodiscard]] bool open_duplicate(int descriptor, void (*before_wait)());
+
+  // Takes the next `count` bytes (at most MAX_RUN) and returns where they
+  // stand, valid until the next operation; null when fewer are left, which
+  // drops them.
+  const std::uint8_t* take(std::size_t count) {
+    if (end_ - next_ < count && !fill(count)) return nullptr;
+    const std::uint8_t* run = window_.data() + next_;
+    next_ += count;
+    return run;
+  }
+
+  // Copies the next bytes into all of `destination`; false when fewer are left.
+  [[nodiscard]] bool read(std::span<std::uint8_t> destination);
+  // Passes over bytes; false when fewer are left.
+  [[nodiscard]] bool skip(std::uint64_t count);
+
+  // After a short read: what zlib or the system found wrong, as damage or as a
+  // failed read; empty when the input just ended there.
+  const std::string& error() const { return error_; }
+  // After a short read: the input did not end as it should, because of that
+  // error or in the middle of its compressed data.
+  bool broke_off() const { return !error_.empty() || truncated_; }
+  // After a short read: it was for want of memory or descriptors. The errno; 0
+  // = that was not the reason.
+  int resource_error() const { return resource_error_; }
+
+  // Reads a compressed file to its end, so that its check sum is verified, and
+  // drops what is left. What is told after a short read is then told of that.
+  void verify_rest();
+
+  // Gives back the buffers of a file that will be read on later, or not at all
+  // any more. What can be read again costs only its descriptor meanwhile.
+  void suspend();
+
+ private:
+  [[nodiscard]] bool adopt(int descriptor, void (*before_wait)());
+  [[nodiscard]] bool ready();
+  bool fill(std::size_t count);
+
+  int descriptor_ = -1;
+  bool regular_ = false;
+  void (*before_wait_)() = nullptr;
+  std::unique_ptr<byte_source> source_;
+  owned_bytes window_;
+  // The bytes of the window that have not been taken yet.
+  std::size_t next_ = 0;
+  std::size_t end_ = 0;
+  // Bytes delivered by the source so far, and to be passed over after a pause.
+  std::uint64_t delivered_ = 0;
+  std::uint64_t resume_at_ = 0;
+  std::string error_;
+  bool truncated_ = false;
+  int resource_error_ = 0;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_INPUT_INPUT_STREAM_H

@@ -1,0 +1,167 @@
+#include "util/chronex/run/inputs.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <new>
+#include <tuple>
+
+#include "common/owned_bytes.h"
+#include "util/chronex/audit_file/audit_reader.h"
+#include "util/chronex/forward_log/fwlog.h"
+#include "util/chronex/forward_log/fwlog_header.h"
+#include "util/chronex/report/report.h"
+
+namespace {
+
+// Descriptors besides those of the input files.
+constexpr rlim_t OTHER_DESCRIPTORS = 16;
+
+bool is_standard_input(std::span<char* const> operands) {
+  return operands.size() == 1 && std::strcmp(operands[0], "-") == 0;
+}
+
+bool is_same_file(const struct stat& a, const struct stat& b) {
+  return S_ISREG(a.st_mode) && S_ISREG(b.st_mode) && a.st_dev == b.st_dev &&
+         a.st_ino == b.st_ino;
+}
+
+// All inputs stay open, so a long list needs more descriptors than a process is
+// given at first.
+void raise_descriptor_limit(std::size_t count) {
+  struct rlimit limit {};
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  const rlim_t wanted = count + OTHER_DESCRIPTORS;
+  if (limit.rlim_cur >= wanted) return;
+  limit.rlim_cur = std::min(wanted, limit.rlim_max);
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+int read_header(input_file& file) {
+  int result = fwlog_read_file_header(file);
+  if (result == 1) result = audit_read_file_header(file);
+  if (result != 0) return -1;
+  assert(file.type == FWLOG_FILE || file.type == AUDIT_FILE);
+  file.stream.suspend();
+  return 0;
+}
+
+// Whether a forward log goes before an entry of the list.
+bool goes_before(const input_file& log, const input_file& entry) {
+  return entry.type == AUDIT_FILE ||
+         std::tie(entry.generation, entry.sequence) >
+             std::tie(log.generation, log.sequence);
+}
+
+// Puts a file in its place among the first `used` entries of the list.
+void place_file(std::unique_ptr<input_file> file, std::size_t used,
+                input_list& list) {
+  assert(used < list.fw_nfiles);
+  const auto begin = list.fw_files.get();
+  const auto end = begin + used;
+  auto place = end;
+  if (file->type == FWLOG_FILE) {
+    place = std::find_if(begin, end, [&](const auto& entry) {
+      return goes_before(*file, *entry);
+    });
+  }
+  std::move_backward(place, end, end + 1);
+  *place = std::move(file);
+}
+
+std::unique_ptr<input_file> new_file(const char* name) {
+  std::unique_ptr<input_file> file = try_make<input_file>();
+  try {
+    if (!file) throw std::bad_alloc();
+    file->name = name;
+  } catch (const std::bad_alloc&) {
+    message_perror("strdup");
+    message("Unable to duplicate file name '%s'\n", name);
+    return nullptr;
+  }
+  return file;
+}
+
+int insert_file(const char* operand, std::size_t used, input_list& list) {
+  std::unique_ptr<input_file> file = new_file(operand);
+  if (!file) return -1;
+  if (!file->stream.open(operand, report_flush)) {
+    message_perror(operand);
+    return -1;
+  }
+  if (read_header(*file) != 0) return -1;
+  place_file(std::move(file), used, list);
+  return 0;
+}
+
+int open_standard_input(input_list& list) {
+  std::unique_ptr<input_file> file = new_file("stdin");
+  if (!file) return -1;
+  if (!file->stream.open_duplicate(STDIN_FILENO, report_flush)) {
+    message("Unable to open stdin for reading\n");
+    return -1;
+  }
+  if (read_header(*file) != 0) return -1;
+  place_file(std::move(file), 0, list);
+  return 0;
+}
+
+}  // namespace
+
+int inputs_check_output(std::span<char* const> operands, int output_descriptor,
+                        const char* audit_fname) {
+  struct stat output {};
+  const int found = output_descriptor >= 0 ? fstat(output_descriptor, &output)
+                                           : stat(audit_fname, &output);
+  // An output that is not there yet is none of the inputs.
+  if (found != 0) return 0;
+  const bool from_stdin = is_standard_input(operands);
+  for (const char* operand : operands) {
+    struct stat input {};
+    const int known =
+        from_stdin ? fstat(STDIN_FILENO, &input) : stat(operand, &input);
+    if (known == 0 && is_same_file(input, output)) {
+      message("%s: input and audit output are the same file\n",
+              from_stdin ? "stdin" : operand);
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int inputs_open(std::span<char* const> operands, input_list& list) {
+  list.fw_files = try_make_array<std::unique_ptr<input_file>>(operands.size());
+  if (!list.fw_files) {
+    message_perror("calloc");
+    message("Unable to allocate array of %d files\n",
+            static_cast<int>(operands.size()));
+    return -1;
+  }
+  list.fw_nfiles = operands.size();
+  if (is_standard_input(operands)) return open_standard_input(list);
+  raise_descriptor_limit(operands.size());
+  for (std::size_t i = 0; i < operands.size(); ++i) {
+    if (insert_file(operands[i], i, list) != 0) return -1;
+  }
+  return 0;
+}
+
+int inputs_process(input_file& file) {
+  int result = -1;
+  switch (file.type) {
+    case FWLOG_FILE:
+      result = fwlog_process_file(file);
+      break;
+    case AUDIT_FILE:
+      result = audit_process_file(file);
+      break;
+    default:
+      assert(!"unknown file type");
+  }
+  file.stream.suspend();
+  return result < 0 ? -1 : 0;
+}

@@ -1,0 +1,171 @@
+#include "util/chronex/tables/session.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "common/byte_cursor.h"
+#include "common/chained_table.h"
+#include "common/recent_entries.h"
+#include "util/chronex/report/report.h"
+
+namespace {
+
+constexpr std::size_t INITIAL_BUCKETS = 128;
+constexpr std::string_view CONNTIME_KEY = "conntime";
+
+chained_table<session_entry> session_hash(INITIAL_BUCKETS);
+recent_entries<session_entry> recent;
+
+bool same_bytes(const owned_bytes& a, const owned_bytes& b) {
+  return a.size() == b.size() &&
+         (a.size() == 0 || std::memcmp(a.data(), b.data(), a.size()) == 0);
+}
+
+// The position of the "}" that closes a value beginning at `begin`, or npos.
+std::size_t closing_brace(std::string_view text, std::size_t begin) {
+  for (std::size_t i = begin; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      ++i;
+    } else if (text[i] == '}') {
+      return i;
+    }
+  }
+  return std::string_view::npos;
+}
+
+// A connection time: a whole decimal number that begins with a digit.
+bool parse_conntime(std::string_view value, std::uint32_t& conntime) {
+  if (value.empty() || value[0] < '0' || value[0] > '9') return false;
+  const std::string text(value);
+  char* end = nullptr;
+  errno = 0;
+  const long number = std::strtol(text.c_str(), &end, 10);
+  if (errno != 0 || end != text.c_str() + text.size()) return false;
+  if (number > UINT32_MAX) return false;
+  conntime = static_cast<std::uint32_t>(number);
+  return true;
+}
+
+// Looks for conntime among the key{value} pairs of a sign-on string. A key
+// counts as conntime when it is the beginning of that word.
+std::uint32_t find_conntime(std::string_view text) {
+  std::uint32_t conntime = 0;
+  std::size_t position = 0;
+  for (;;) {
+    const std::size_t brace = text.find('{', position);
+    if (brace == std::string_view::npos) return conntime;
+    const std::string_view key = text.substr(position, brace - position);
+    const std::size_t close = closing_brace(text, brace + 1);
+    if (close == std::string_view::npos) return conntime;
+    if (key.size() <= CONNTIME_KEY.size() &&
+        strncasecmp(key.data(), CONNTIME_KEY.data(), key.size()) == 0) {
+      parse_conntime(text.substr(brace + 1, close - brace - 1), conntime);
+      return conntime;
+    }
+    position = close + 1;
+  }
+}
+
+// The connection time that the first sign-on string gives; 0 = none.
+std::uint32_t sign_on_conntime(const owned_bytes& sign_on) {
+  byte_cursor cursor(sign_on.bytes());
+  std::uint16_t count = 0;
+  std::uint16_t length = 0;
+  if (!cursor.u16(count) || count == 0 || !cursor.u16(length)) return 0;
+  const auto rest = cursor.rest();
+  return find_conntime({reinterpret_cast<const char*>(rest.data()),
+                        std::min<std::size_t>(length, rest.size())});
+}
+
+session_entry* new_entry(std::int32_t session_id, std::uint32_t hash) {
+  std::unique_ptr<session_entry> entry;
+  if (session_hash.reserve()) entry = try_make<session_entry>();
+  if (!entry) {
+    message_perror("malloc");
+    message("Unable to allocate session entry #%d\n", session_id);
+    return nullptr;
+  }
+  entry->session_id = session_id;
+  return &session_hash.insert(hash, std::move(entry));
+}
+
+void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
+              std::uint32_t mode, std::uint32_t timestamp) {
+  if (size < 1) {
+    slot = memo_slot();
+    return;
+  }
+  slot.data = std::move(text);
+  slot.size = size;
+  slot.mode = mode;
+  slot.timestamp = timestamp;
+  slot.pending = true;
+}
+
+}  // namespace
+
+session_entry* session_get_entry(std::int32_t session_id) {
+  session_entry* const known = recent.find(session_id);
+  if (known != nullptr) return known;
+  session_entry* found =
+      session_hash.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
+                        [session_id](const session_entry& entry) {
+                          return entry.session_id == session_id;
+                        });
+  if (found != nullptr) recent.remember(session_id, found);
+  return found;
+}
+
+void session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
+  session_entry* entry = session_get_entry(session_id);
+  if (entry != nullptr) {
+    entry->signed_off = false;
+    if (same_bytes(entry->sign_on, sign_on)) return;
+    entry->conntime = 0;
+    entry->reported = false;
+    entry->written = false;
+  } else {
+    entry = new_entry(session_id,
+                      keyed_hash(static_cast<std::uint32_t>(session_id)));
+    if (entry == nullptr) return;
+  }
+  entry->looked_up.clear();
+  entry->sign_on = std::move(sign_on);
+  entry->sign_on_sz = static_cast<std::uint32_t>(entry->sign_on.size());
+  entry->conntime = sign_on_conntime(entry->sign_on);
+}
+
+int session_signed_off(std::int32_t session_id) {
+  session_entry* entry = session_get_entry(session_id);
+  if (entry == nullptr) return 0;
+  int result = 0;
+  if (!entry->signed_off && entry->sign_off_due) {
+    result = write_session_sign_off(*entry);
+  }
+  entry->sign_off_due = false;
+  entry->signed_off = true;
+  return result;
+}
+
+void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
+                             std::int32_t size, std::uint32_t mode,
+                             std::uint32_t timestamp) {
+  set_memo(entry.dbbegin_end, std::move(text), size, mode, timestamp);
+}
+
+void session_set_dbmemo(session_entry& entry, owned_bytes text,
+                        std::int32_t size, std::uint32_t timestamp) {
+  set_memo(entry.dbmemo, std::move(text), size, MEMO_DBMEMO, timestamp);
+}
+
+void session_cleanup() {
+  recent.forget();
+  session_hash.remove_if(
+      [](const session_entry& entry) { return entry.signed_off; });
+}
