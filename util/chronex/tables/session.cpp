@@ -13,6 +13,7 @@
 #include "common/chained_table.h"
 #include "common/recent_entries.h"
 #include "util/chronex/report/report.h"
+#include "util/chronex/trail/session_write.h"
 
 namespace {
 

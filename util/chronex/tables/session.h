@@ -71,9 +71,6 @@ struct session_entry {
   bool signed_off = false;
 };
 
-// What asks for a session's sign-on to be shown.
-enum class sign_on_caller { image_operation, memo };
-
 // Returns the entry of a session, which stays the table's, or null.
 session_entry* session_get_entry(std::int32_t session_id);
 
@@ -93,28 +90,6 @@ void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
                              std::uint32_t timestamp);
 void session_set_dbmemo(session_entry& entry, owned_bytes text,
                         std::int32_t size, std::uint32_t timestamp);
-
-// The writers below report to the clear-text report and write to the audit
-// file, whichever of the two are on. They return 0, or -1 when the audit file
-// could not be written (the message has been printed).
-
-// Shows and writes the sign-on once.
-int write_session_sign_on(session_entry& entry, sign_on_caller caller);
-// Shows and writes the sign-off.
-int write_session_sign_off(const session_entry& entry);
-// Shows and writes one memo if it is pending. A held-back memo is one that an
-// operation releases: it is shown only where operations are shown.
-int write_session_memo(const session_entry& entry, memo_slot& slot,
-                       bool held_back);
-int write_session_dbbegin_end(session_entry& entry);
-int write_session_dbmemo(session_entry& entry);
-// Both slots, DBBEGIN/DBEND first, as held back.
-int write_pending_session_memo(session_entry& entry);
-
-// Prints one MEMO entry if memos are reported. `text` is borrowed.
-void report_session_memo(const session_entry& entry,
-                         std::span<const std::uint8_t> text, std::uint32_t mode,
-                         std::uint32_t timestamp);
 
 // Removes all sessions that have signed off.
 void session_cleanup();

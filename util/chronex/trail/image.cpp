@@ -11,6 +11,7 @@
 #include "util/chronex/report/local_time.h"
 #include "util/chronex/report/report.h"
 #include "util/chronex/trail/quiet.h"
+#include "util/chronex/trail/session_write.h"
 
 namespace {
 
@@ -67,20 +68,14 @@ std::string_view word_of(int op) {
   return op == OP_PUT ? "DBPUT " : "DBDELETE ";
 }
 
-std::span<const std::uint8_t> image_bytes(const image_operation& operation,
-                                          const std::uint8_t* image) {
-  if (image == nullptr) return {};
-  return {image, static_cast<std::size_t>(operation.node.set->rec_sz)};
-}
-
 int select_operation(const image_operation& operation, char audit_op) {
   return select_event({.session = &operation.session,
                        .node = &operation.node,
                        .timestamp = operation.timestamp,
                        .operation = audit_op,
                        .record_number = operation.recno,
-                       .before_image = image_bytes(operation, operation.before),
-                       .after_image = image_bytes(operation, operation.after)});
+                       .before_image = operation.before_image(),
+                       .after_image = operation.after_image()});
 }
 
 int write_prerequisites(const image_operation& operation) {
@@ -108,8 +103,8 @@ void report_operation(const image_operation& operation) {
     out.put('\n');
   }
   if (report.image_level >= 3 || report.image_dump >= 1) {
-    dump_record(operation.node, image_bytes(operation, operation.before),
-                image_bytes(operation, operation.after),
+    dump_record(operation.node, operation.before_image(),
+                operation.after_image(),
                 report.image_dump >= 1);
   }
 }
@@ -124,8 +119,8 @@ int write_operation_record(const image_operation& operation, char audit_op) {
       .has_before = operation.before != nullptr,
       .has_after = operation.after != nullptr};
   return audit_write_record(AUDIT_TAG_IMAGE_OP, head,
-                            image_bytes(operation, operation.before),
-                            image_bytes(operation, operation.after));
+                            operation.before_image(),
+                            operation.after_image());
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "common/owned_bytes.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex/tables/session.h"
+#include "util/chronex/trail/output.h"
 
 // Operation codes of the forward log.
 inline constexpr int OP_UPDATE = 1;
@@ -58,20 +59,6 @@ std::unique_ptr<image_record> fetch_image_record(std::uint32_t image_key,
 
 // Gives back a fetched record; its memory serves the next one.
 void release_image_record(std::unique_ptr<image_record> record);
-
-// One operation on one record. The images are borrowed, in clear text, and each
-// as long as the data set's record; null = none.
-struct image_operation {
-  session_entry& session;
-  node_entry& node;
-  const std::uint8_t* before = nullptr;
-  const std::uint8_t* after = nullptr;
-  // Seconds since the epoch.
-  std::uint32_t timestamp = 0;
-  // OP_UPDATE, OP_PUT or OP_DELETE.
-  int op = 0;
-  std::uint32_t recno = 0;
-};
 
 // Filters an operation and, if it is selected, reports and writes it, after
 // what must come first: the session's sign-on, the data set's schema, and the

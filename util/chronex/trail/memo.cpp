@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "util/chronex/filter/selection.h"
+#include "util/chronex/trail/session_write.h"
 
 int process_memo(session_entry& session, memo_event memo) {
   const bool is_transaction =

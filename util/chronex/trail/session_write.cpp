@@ -6,7 +6,7 @@
 #include "util/chronex/report/hexdump.h"
 #include "util/chronex/report/local_time.h"
 #include "util/chronex/report/report.h"
-#include "util/chronex/tables/session.h"
+#include "util/chronex/trail/session_write.h"
 #include "util/chronex/trail/quiet.h"
 
 namespace {
