@@ -12,6 +12,7 @@
 #include <memory>
 #include <new>
 #include <span>
+#include <utility>
 
 // A block of bytes with one owner. It is either "none" (nothing allocated) or
 // holds size() bytes; a block of size 0 is "none".
@@ -57,10 +58,11 @@ class owned_bytes {
 
 // Makes a T with one owner, or returns null (errno ENOMEM) when there is no
 // memory for it. T's constructor must not throw.
-template <typename T>
-std::unique_ptr<T> try_make() noexcept {
-  static_assert(noexcept(T()));
-  return std::unique_ptr<T>(new (std::nothrow) T());
+template <typename T, typename... Arguments>
+std::unique_ptr<T> try_make(Arguments&&... arguments) noexcept {
+  static_assert(noexcept(T(std::forward<Arguments>(arguments)...)));
+  return std::unique_ptr<T>(
+      new (std::nothrow) T(std::forward<Arguments>(arguments)...));
 }
 
 // The same for an array of `count` elements.

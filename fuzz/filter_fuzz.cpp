@@ -36,7 +36,11 @@ std::unique_ptr<set_context> make_schema() {
                                             {"WIDE", 'Z', 1, 50},
                                             {"ORDER DATE", 'X', 2, 8}});
   std::string problem;
-  return node_create_set_context(bytes_of(list), problem);
+  run_messages messages;
+  auto set = node_create_set_context(bytes_of(list), problem, messages);
+  fuzz_check(set != nullptr, "the schema is right");
+  set->schema_id = 1;
+  return set;
 }
 
 std::vector<std::uint8_t> memo_text(std::string_view text) {
@@ -47,6 +51,8 @@ std::vector<std::uint8_t> memo_text(std::string_view text) {
 
 // What events of all kinds have in common.
 struct scene {
+  run_messages messages;
+  node_table nodes{messages};
   session_entry session;
   node_entry node;
 
@@ -59,11 +65,11 @@ struct scene {
                    session.dbbegin_end.data.copy_from(memo_text("batch 7")) &&
                    session.dbmemo.data.copy_from(memo_text("a memo")),
                "there is memory");
-    session.sign_on_sz = static_cast<std::uint32_t>(sign_on.size());
     session.dbbegin_end.size = 7;
     session.dbbegin_end.mode = MEMO_DBBEGIN;
     session.dbmemo.size = 6;
     session.dbmemo.mode = MEMO_DBMEMO;
+    node.table = &nodes;
     node.name = "SHOP.ORDERS";
     node.node_id = 2;
     node.type = NODE_DATA_SET;

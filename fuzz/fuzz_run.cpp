@@ -7,15 +7,8 @@
 
 #include "common/crypto_api.h"
 #include "common/md5.h"
-#include "fuzz/empty_tables.h"
 #include "server/misc/keyutil.h"
-#include "util/chronex/audit_file/audit_writer.h"
-#include "util/chronex/filter/filter.h"
-#include "util/chronex/input/charset.h"
 #include "util/chronex/messages/run_failed.h"
-#include "util/chronex/report/item_names.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/run/inputs.h"
 
 namespace {
 
@@ -28,8 +21,6 @@ constexpr const char* FILTER =
     "(NOT DBDELETE OR QTY>1 OR -NAME='S*' OR +PRICE<=12 OR ORDER[2]=4 OR "
     "DBBEGIN={batch*} OR CONNTIME BETWEEN {1} {9999999999} OR BAL BETWEEN 1 "
     "99)";
-
-int names_in_list = 0;
 
 void add_master_key() {
   constexpr std::string_view KEY = "a master key of thirty-two chars";
@@ -52,36 +43,43 @@ report_stream& null_report() {
   return stream;
 }
 
-void apply_settings(std::uint8_t settings) {
+void apply_settings(std::uint8_t settings, chronex_run& run) {
   const int level = (settings & RUN_BRIEF) != 0 ? 1 : 3;
   const int dump = (settings & RUN_HEX_DUMPS) != 0 ? 1 : 0;
-  report = {.fp = (settings & RUN_NO_REPORT) != 0 ? nullptr : &null_report(),
-            .blank_line = level > 1 ? 1 : 0,
-            .file_level = level,
-            .comment_level = level,
-            .sign_on_level = level,
-            .sign_off_level = level,
-            .memo_level = level,
-            .memo_dump = dump,
-            .schema_level = level,
-            .image_level = level,
-            .image_dump = dump,
-            .item_limit = (settings & RUN_ITEM_LIMIT) != 0 ? 2 : 1000000};
-  verbose = level > 1 ? 1 : 0;
-  has_filter_expr = (settings & RUN_FILTERED) != 0;
-  has_item_name_list = (settings & RUN_ITEM_LIST) != 0 ? names_in_list : 0;
+  run.report.report = {
+      .fp = (settings & RUN_NO_REPORT) != 0 ? nullptr : &null_report(),
+      .blank_line = level > 1 ? 1 : 0,
+      .file_level = level,
+      .comment_level = level,
+      .sign_on_level = level,
+      .sign_off_level = level,
+      .memo_level = level,
+      .memo_dump = dump,
+      .schema_level = level,
+      .image_level = level,
+      .image_dump = dump,
+      .item_limit = (settings & RUN_ITEM_LIMIT) != 0 ? 2 : 1000000};
+  run.messages.verbose = level > 1 ? 1 : 0;
+  if ((settings & RUN_FILTERED) != 0) {
+    fuzz_check(run.filter.append_filter_expr(FILTER) == 0 &&
+                   run.filter.setup_filter_expr() == 0,
+               "the filter is right");
+  }
+  if ((settings & RUN_ITEM_LIST) != 0) {
+    fuzz_check(run.item_names.add("qty, NAME price,bal"), "names can be added");
+  }
 }
 
 // The run from the opening of the inputs up to the last of them.
-bool process(std::span<char* const> operands) {
+bool process(chronex_run& run, std::span<char* const> operands) {
   try {
-    input_list inputs;
-    if (inputs_open(operands, inputs) != 0) return false;
-    if (audit_fp != nullptr && audit_write_header("a comment") != 0) {
+    if (run.inputs.open(operands) != 0) return false;
+    if (run.audit.stream.audit_fp != nullptr &&
+        run.audit.audit_write_header(run.charset_id, "a comment") != 0) {
       return false;
     }
-    for (const auto& file : inputs.files()) {
-      if (inputs_process(*file) != 0) return false;
+    for (const auto& file : run.inputs.files()) {
+      if (process_input(run, *file) != 0) return false;
     }
     return true;
   } catch (const run_failed&) {
@@ -112,10 +110,6 @@ void fuzz_run_setup() {
   setenv("TZ", "UTC0", 1);
   fuzz_check(ko_enc__load(nullptr) == 0, "the crypto library is there");
   add_master_key();
-  fuzz_check(append_filter_expr(FILTER) == 0 && setup_filter_expr() == 0,
-             "the filter is right");
-  fuzz_check(item_names_add_list("qty, NAME price,bal"), "names can be added");
-  names_in_list = has_item_name_list;
 }
 
 // libFuzzer calls this before the first input.
@@ -128,13 +122,13 @@ bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
               std::vector<std::uint8_t>* audit_file) {
   static std::array<memory_file, FUZZ_MAX_FILES> inputs;
   static memory_file audit;
-  apply_settings(settings);
-  charset_id = -1;
-  empty_tables();
-  audit_fname = audit.path();
+  const auto run = std::make_unique<chronex_run>();
+  apply_settings(settings, *run);
+  run->audit.stream.audit_fname = audit.path();
   audit.write({});
   if ((settings & RUN_NO_AUDIT) == 0) {
-    fuzz_check(audit_open(false, 0) == 0, "the audit file can be opened");
+    fuzz_check(run->audit.stream.audit_open(false, 0) == 0,
+               "the audit file can be opened");
   }
 
   std::array<char*, FUZZ_MAX_FILES> operands{};
@@ -142,8 +136,9 @@ bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
     inputs[i].write(files[i]);
     operands[i] = inputs[i].path();
   }
-  const bool done = process(std::span(operands).first(files.size()));
-  fuzz_check(audit_close() == 0, "the audit file can be closed");
+  const bool done = process(*run, std::span(operands).first(files.size()));
+  fuzz_check(run->audit.stream.audit_close() == 0,
+             "the audit file can be closed");
   if (audit_file != nullptr) *audit_file = audit.contents();
   return done;
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "fuzz/fuzz_support.h"
+#include "util/chronex/run/run.h"
 
 // At most this many input files make up a run.
 inline constexpr std::size_t FUZZ_MAX_FILES = 4;
@@ -30,11 +31,11 @@ std::uint8_t fuzz_run_settings(fuzz_bytes file);
 std::vector<fuzz_bytes> fuzz_run_files(fuzz_bytes input);
 
 // Sets up what all runs share: the key store with one AES master key (the text
-// "a master key of thirty-two chars"), the filter, and the item names. To be
-// called once; a fuzzer that links this module has it called.
+// "a master key of thirty-two chars"). To be called once; a fuzzer that links
+// this module has it called.
 void fuzz_run_setup();
 
-// Makes one run over the files, with all tables empty at its start. Returns
+// Makes one run over the files. Returns
 // whether it succeeded. `audit_file` receives the audit file's contents unless
 // it is null; it is empty when there is none.
 bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,

@@ -11,7 +11,8 @@ namespace {
 
 std::unique_ptr<set_context> make_schema(fuzz_bytes item_list) {
   std::string problem;
-  auto set = node_create_set_context(item_list, problem);
+  run_messages messages;
+  auto set = node_create_set_context(item_list, problem, messages);
   fuzz_check((set != nullptr) == problem.empty(),
              "there is a schema or a problem");
   return set;
@@ -19,7 +20,8 @@ std::unique_ptr<set_context> make_schema(fuzz_bytes item_list) {
 
 db_key_context_ptr make_keys(fuzz_bytes payload) {
   std::string problem;
-  auto keys = node_create_db_key_context(payload, problem);
+  chronex_run run;
+  auto keys = node_create_db_key_context(payload, run.events, problem);
   fuzz_check(keys == nullptr || problem.empty(),
              "keys that could be made have no problem");
   return keys;

@@ -59,6 +59,7 @@ class event {
   }
 
   event(const char* set_name, char operation) : event() {
+    node.table = &nodes;
     node.name = set_name;
     context.node = &node;
     context.operation = operation;
@@ -75,10 +76,12 @@ class event {
       before_ += entry.before;
       after_ += entry.after;
     }
+    static std::uint64_t last_schema_id = 0;
     std::string problem;
-    node.set =
-        node_create_set_context(bytes_of(item_list_bytes(schema)), problem);
-    EXPECT_TRUE(node.set) << problem;
+    node.set = node_create_set_context(bytes_of(item_list_bytes(schema)),
+                                       problem, messages);
+    ASSERT_TRUE(node.set) << problem;
+    node.set->schema_id = ++last_schema_id;
     if (context.operation != '2') context.before_image = bytes_of(before_);
     if (context.operation != '3') context.after_image = bytes_of(after_);
   }
@@ -88,6 +91,8 @@ class event {
     session.looked_up.clear();
   }
 
+  run_messages messages;
+  node_table nodes{messages};
   session_entry session;
   node_entry node;
   filter_context context;
@@ -216,11 +221,11 @@ TEST(filter_eval, redefined_data_set) {
 
   // A database's new name is its data sets' new name.
   ASSERT_EQ(expr_compile(&expr, "SALES.*"), 0);
-  node_add_entry(1, NODE_DATABASE, "stock", 0, nullptr);
-  node_add_entry(2, NODE_DATA_SET, "parts", 1, nullptr);
-  e.context.node = node_get_entry(2);
+  e.nodes.node_add_entry(1, NODE_DATABASE, "stock", 0, nullptr);
+  e.nodes.node_add_entry(2, NODE_DATA_SET, "parts", 1, nullptr);
+  e.context.node = e.nodes.node_get_entry(2);
   EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
-  node_add_entry(1, NODE_DATABASE, "sales", 0, nullptr);
+  e.nodes.node_add_entry(1, NODE_DATABASE, "sales", 0, nullptr);
   EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
 }
 
@@ -283,17 +288,20 @@ TEST(filter_eval, stack) {
 
 // The texts of the command line make one filter.
 TEST(filter, texts_are_joined_by_and) {
+  run_messages messages;
+  run_filter filter(messages);
   for (const char* text :
        {"DBPUT OR D.S", "NOT RECNO = 1 # first\n", "QTY = 7 OR QTY = 8"}) {
-    ASSERT_EQ(append_filter_expr(text), 0);
+    ASSERT_EQ(filter.append_filter_expr(text), 0);
   }
-  ASSERT_EQ(setup_filter_expr(), 0);
-  EXPECT_TRUE(has_filter_expr);
+  ASSERT_EQ(filter.setup_filter_expr(), 0);
+  EXPECT_TRUE(filter.has_filter_expr);
   event e("D.S", '1');
-  EXPECT_EQ(expr_eval(&filter_expr, e.context), EXPR_HOLDS);
+  EXPECT_EQ(expr_eval(&filter.filter_expr, e.context), EXPR_HOLDS);
   e.context.record_number = 1;
-  EXPECT_EQ(expr_eval(&filter_expr, e.context), EXPR_FAILS);
-  EXPECT_EQ(expr_eval(&filter_expr, event("D.T", '1').context), EXPR_FAILS);
+  EXPECT_EQ(expr_eval(&filter.filter_expr, e.context), EXPR_FAILS);
+  EXPECT_EQ(expr_eval(&filter.filter_expr, event("D.T", '1').context),
+            EXPR_FAILS);
 }
 
 }  // namespace

@@ -45,10 +45,9 @@
 #include <cstddef>
 #include <cstdint>
 
-inline constexpr std::size_t SIGNATURE_SIZE = 16;
-inline constexpr std::size_t SIGNATURE_TEXT_SIZE = 10;
+#include "util/chronex/input/input_file.h"
+
 inline constexpr char AUDIT_SIGNATURE[] = "KORV.AUDIT";
-inline constexpr std::uint16_t BYTE_ORDER_MARK = 1234;
 
 // Tag and size of a record.
 inline constexpr std::size_t AUDIT_RECORD_HEAD_SIZE = 5;

@@ -84,7 +84,7 @@ struct item_place {
 };
 
 // The result of a data set pattern for one data set, good as long as
-// node_names_version() stays the same.
+// names_version() of its table stays the same.
 struct set_match {
   const node_entry* node = nullptr;  // null: nothing learned yet
   std::uint64_t names_version = 0;

@@ -4,62 +4,61 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
-#include <optional>
-#include <string>
 #include <utility>
 
 #include "util/chronex/filter/expr_compile.h"
-#include "util/chronex/report/report.h"
+#include "util/chronex/filter/expr_eval.h"
 
-compiled_expr filter_expr;
-bool has_filter_expr = false;
-
-namespace {
-
-// All texts added so far, as one expression.
-std::optional<std::string> filter_expr_str;
-
-void print_no_memory(const char* call) {
+void run_filter::print_no_memory(const char* call) {
   errno = ENOMEM;
-  message_perror(call);
+  messages_.perror(call);
 }
 
-int store_text(const char* text) {
+int run_filter::store_text(const char* text) {
   try {
-    filter_expr_str = text;
+    filter_expr_str_ = text;
     return 0;
   } catch (const std::bad_alloc&) {
     print_no_memory("strdup");
-    message("Unable to allocate %u bytes\n",
-            static_cast<unsigned>(std::strlen(text) + 1));
+    messages_.print("Unable to allocate %u bytes\n",
+                    static_cast<unsigned>(std::strlen(text) + 1));
     return -1;
   }
 }
 
-}  // namespace
-
-int append_filter_expr(const char* text) {
-  if (!filter_expr_str) return store_text(text);
+int run_filter::append_filter_expr(const char* text) {
+  if (!filter_expr_str_) return store_text(text);
   try {
-    std::string combined = "(" + *filter_expr_str + ")AND(" + text + ")";
-    filter_expr_str = std::move(combined);
+    std::string combined = "(" + *filter_expr_str_ + ")AND(" + text + ")";
+    filter_expr_str_ = std::move(combined);
     return 0;
   } catch (const std::bad_alloc&) {
     print_no_memory("malloc");
-    message("Unable to allocate %d bytes\n",
-            static_cast<int>(filter_expr_str->size() + std::strlen(text) + 8));
+    messages_.print(
+        "Unable to allocate %d bytes\n",
+        static_cast<int>(filter_expr_str_->size() + std::strlen(text) + 8));
     return -1;
   }
 }
 
-int setup_filter_expr() {
+int run_filter::setup_filter_expr() {
   assert(!has_filter_expr);
-  if (!filter_expr_str) return 0;
-  const int rc = expr_compile(&filter_expr, filter_expr_str->c_str());
+  if (!filter_expr_str_) return 0;
+  const int rc = expr_compile(&filter_expr, filter_expr_str_->c_str());
   if (rc != 0) {
-    message("Error in filter expression: %s\n", verbose_expr_rc(rc));
+    messages_.print("Error in filter expression: %s\n", verbose_expr_rc(rc));
     return -1;
   }
   has_filter_expr = true;
   return 0;
+}
+
+int run_filter::select_event(const filter_context& context) {
+  if (!has_filter_expr) return EVENT_SELECTED;
+  const int result = expr_eval(&filter_expr, context);
+  if (result == EXPR_HOLDS) return EVENT_SELECTED;
+  if (result == EXPR_FAILS) return EVENT_REJECTED;
+  messages_.print("Failed to evaluate filter expression: %s\n",
+                  verbose_expr_rc(result));
+  return -1;
 }

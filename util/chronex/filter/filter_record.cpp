@@ -176,7 +176,7 @@ int expr_filter_set_pattern(const filter_context& context,
   assert(pattern.set_matches.size() == EXPR_CACHE_SLOTS);
   const auto id = static_cast<std::uint32_t>(context.node->node_id);
   set_match& learned = pattern.set_matches[id % EXPR_CACHE_SLOTS];
-  const std::uint64_t version = node_names_version();
+  const std::uint64_t version = context.node->table->names_version();
   if (learned.node != context.node || learned.names_version != version) {
     learned.node = context.node;
     learned.names_version = version;

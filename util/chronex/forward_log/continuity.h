@@ -6,37 +6,65 @@
 // happened to a log.
 //
 // What is missing is a WARNING, what is repeated an INFO (with -v only). Each
-// WARNING and NOTE is given twice: on standard error, and as a comment for the
-// later reader of the audit file. None of them ends the run; a comment that
-// cannot be written does.
+// WARNING and NOTE is given twice: on standard error, and as a notice to the
+// outputs, with a comment for the later reader of the audit file. None of them
+// ends the run; a comment that cannot be written does.
 
 #include <cstddef>
 #include <cstdint>
 
 #include "util/chronex/input/input_file.h"
+#include "util/chronex/trail/trail.h"
 
-// False when the file is of a version without audit information and is to be
-// skipped.
-bool continuity_accept_version(const input_file& file);
+class continuity {
+ public:
+  // The trail is the run's and outlives the object.
+  explicit continuity(trail& trail) : trail_(trail) {}
 
-// False when the file is older than, or the same as, one already processed and
-// is to be skipped. Otherwise the file's actions are counted from 1 again.
-bool continuity_accept_file(const input_file& file);
+  // False when the file is of a version without audit information and is to be
+  // skipped.
+  bool accept_version(const input_file& file);
 
-// Checks the number of an action. Switches quiet mode on for a repeated action
-// and off for an expected or higher number.
-void continuity_check_action(const input_file& file, std::uint32_t number);
+  // False when the file is older than, or the same as, one already processed
+  // and is to be skipped. Otherwise the file's actions are counted from 1
+  // again.
+  bool accept_file(const input_file& file);
 
-// Reports that the file ended while the part named `what` was being read.
-// Returns 1: the file is done.
-int fw_unexpected_eof(const input_file& file, const char* what);
+  // Checks the number of an action. Switches quiet mode on for a repeated
+  // action and off for an expected or higher number.
+  void check_action(const input_file& file, std::uint32_t number);
 
-void report_server_abort(const input_file& file);
-void report_role_change(const input_file& file);
+  // Reports that the file ended while the part named `what` was being read.
+  // Returns 1: the file is done.
+  int fw_unexpected_eof(const input_file& file, const char* what);
 
-// A before-image or an operation's image (`what`) of `size` bytes where the
-// stored record has `expected`.
-void report_short_image(const input_file& file, const char* what,
-                        std::size_t size, std::size_t expected);
+  void report_server_abort(const input_file& file);
+  void report_role_change(const input_file& file);
+
+  // A before-image or an operation's image (`what`) of `size` bytes where the
+  // stored record has `expected`.
+  void report_short_image(const input_file& file, const char* what,
+                          std::size_t size, std::size_t expected);
+
+ private:
+  bool accept_generation(const input_file& file);
+  bool accept_sequence(const input_file& file);
+  void report_missing_generations(const input_file& file);
+  void report_missing_files(const input_file& file);
+  void report_missing_actions(const input_file& file, std::uint32_t found);
+  void report_repeated_generation(const input_file& file);
+  void report_repeated_file(const input_file& file);
+  void report_repeated_actions(const input_file& file, std::uint32_t found);
+
+  trail& trail_;
+  // No file has passed the version gate yet.
+  bool f_first_ = true;
+  // Generation and file sequence of the last accepted file; the sequence is 0
+  // after a change of generation.
+  std::uint32_t last_generation_ = 0;
+  std::uint32_t file_sequence_ = 0;
+  // Number of the last accepted action of the current file.
+  std::uint32_t action_sequence_ = 0;
+};
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H

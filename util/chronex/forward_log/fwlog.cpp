@@ -1,41 +1,10 @@
 #include "util/chronex/forward_log/fwlog.h"
 
 #include "common/byte_cursor.h"
-#include "util/chronex/forward_log/continuity.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
-#include "util/chronex/report/file_progress.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/tables/session.h"
-#include "util/chronex/trail/quiet.h"
 
 namespace {
-
-void put_line(const char* label, std::uint32_t number) {
-  report.fp->put(label);
-  report.fp->put_unsigned(number);
-  report.fp->put('\n');
-}
-
-void report_header(const input_file& file) {
-  report_stream& out = *report.fp;
-  if (file.audit_only) out.put(" format: audit-only\n");
-  report_file_version(file);
-  put_line(" volume release: ", file.release);
-  out.put(" volume set id: 0x");
-  out.put_hex(file.volume_set_id);
-  out.put('\n');
-  put_line(" volume generation: ", file.generation);
-  out.put(" file sequence: ");
-  out.put_signed(static_cast<std::int32_t>(file.sequence));
-  out.put('\n');
-}
-
-void report_progress(const input_file& file) {
-  if (!report_file_begin(file)) return;
-  if (report.file_level >= 2) report_header(file);
-  report_flush();
-}
 
 int process_cluster(const fw_action& action) {
   const std::uint8_t* header = action.stream().take(FW_CLUSTER_HEADER_SIZE);
@@ -62,13 +31,14 @@ int finish_file(const fw_action& action) {
   action.stream().verify_rest();
   if (report_no_resources(action.file)) return FILE_FAILED;
   if (!report_read_error(action.file) && action.stream().broke_off()) {
-    message("%s: unexpected end of file\n", action.file.name.c_str());
+    action.messages().print("%s: unexpected end of file\n",
+                            action.file.name.c_str());
   }
   return FILE_DONE;
 }
 
 int process_end(const fw_action& action) {
-  session_cleanup();
+  action.events().sessions.session_cleanup();
   return finish_file(action);
 }
 
@@ -76,7 +46,7 @@ int process_slave_sync(const fw_action& action) {
   if (action.stream().take(FW_SLAVE_SYNC_SIZE) == nullptr) {
     return fw_short_read(action, "slave sync record");
   }
-  report_role_change(action.file);
+  action.reader.numbers.report_role_change(action.file);
   return ACTION_DONE;
 }
 
@@ -106,8 +76,10 @@ int dispatch(std::uint8_t fw_tag, const fw_action& action) {
   }
 }
 
-int process_action(input_file& file) {
-  fw_action action{.file = file};
+}  // namespace
+
+int fwlog_reader::process_action(input_file& file) {
+  fw_action action{.reader = *this, .file = file};
   const std::uint8_t* tag = file.stream.take(1);
   if (tag == nullptr) return fw_short_read(action, "next tag opcode");
   const std::uint8_t fw_tag = *tag;
@@ -115,23 +87,23 @@ int process_action(input_file& file) {
   if (fw_pfx == nullptr) return fw_short_read(action, "next tag header");
   action.number = load_u32(fw_pfx);
   action.timestamp = load_u32(fw_pfx + 4);
-  continuity_check_action(file, action.number);
+  events.place.number = action.number;
+  numbers.check_action(file, action.number);
   return dispatch(fw_tag, action);
 }
 
-}  // namespace
-
-int fwlog_process_file(input_file& file) {
-  if (!continuity_accept_version(file)) return FILE_DONE;
-  report_progress(file);
-  if (!continuity_accept_file(file)) return FILE_DONE;
+int fwlog_reader::fwlog_process_file(input_file& file) {
+  if (events.file_begins(file) != 0) return FILE_FAILED;
+  if (!numbers.accept_version(file)) return FILE_DONE;
+  if (events.file_accepted(file) != 0) return FILE_FAILED;
+  if (!numbers.accept_file(file)) return FILE_DONE;
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
     result = process_action(file);
-    report_action_done();
+    events.action_done();
   }
   // What follows this file is no repeat of it.
-  f_skip_action = false;
-  report_flush();
+  events.f_skip_action = false;
+  events.file_ends();
   return result;
 }

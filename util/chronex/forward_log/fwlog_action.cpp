@@ -1,11 +1,8 @@
 #include "util/chronex/forward_log/fwlog_action.h"
 
-#include "util/chronex/forward_log/continuity.h"
-#include "util/chronex/report/report.h"
-
 int fw_short_read(const fw_action& action, const char* what) {
   if (report_no_resources(action.file)) return FILE_FAILED;
-  return fw_unexpected_eof(action.file, what);
+  return action.reader.numbers.fw_unexpected_eof(action.file, what);
 }
 
 int fw_skip(const fw_action& action, std::uint64_t count, const char* what) {
@@ -15,7 +12,13 @@ int fw_skip(const fw_action& action, std::uint64_t count, const char* what) {
 
 int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
                 const char* limit) {
-  return report_bad_format(action.file,
-                           "Unexpected size of %s (%llu bytes, %s)", what,
-                           static_cast<unsigned long long>(size), limit);
+  return fw_bad_format(
+      action, format_text("Unexpected size of %s (%llu bytes, %s)", what,
+                          static_cast<unsigned long long>(size), limit));
+}
+
+int fw_bad_format(const fw_action& action, const std::string& problem) {
+  report_bad_format(action.file, "%s", problem.c_str());
+  action.events().notice({.kind = notice_kind::bad_format, .problem = problem});
+  return FILE_FAILED;
 }

@@ -4,11 +4,14 @@
 // What the readers of single actions share.
 
 #include <cstdint>
+#include <string>
 
+#include "util/chronex/forward_log/fwlog.h"
 #include "util/chronex/input/input_file.h"
 
 // One action of a forward log, with its body still to be read from the stream.
 struct fw_action {
+  fwlog_reader& reader;
   input_file& file;
   // Number of the action within the file.
   std::uint32_t number = 0;
@@ -16,6 +19,8 @@ struct fw_action {
   std::uint32_t timestamp = 0;
 
   input_stream& stream() const { return file.stream; }
+  trail& events() const { return reader.events; }
+  run_messages& messages() const { return reader.events.messages; }
 };
 
 // Results of the readers of single actions.
@@ -33,6 +38,10 @@ int fw_skip(const fw_action& action, std::uint64_t count, const char* what);
 // Reports a size that the file format does not allow. Returns FILE_FAILED.
 int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
                 const char* limit);
+
+// Reports what else the file format does not allow, in one line without line
+// end. Returns FILE_FAILED.
+int fw_bad_format(const fw_action& action, const std::string& problem);
 
 // Read the bodies of record and before-image actions (fwlog_record.cpp).
 int fw_record(const fw_action& action);

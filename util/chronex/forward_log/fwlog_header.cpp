@@ -7,7 +7,6 @@
 #include "common/byte_cursor.h"
 #include "util/chronex/forward_log/fwlog_format.h"
 #include "util/chronex/input/charset.h"
-#include "util/chronex/report/report.h"
 
 namespace {
 
@@ -45,14 +44,14 @@ int check_version(const input_file& file) {
                            file.minor);
 }
 
-int read_charset(input_file& file) {
+int read_charset(input_file& file, int& charset_id) {
   if (!read_u16(file, file.charset)) {
     return report_unreadable(file, "Unable to read file header character set");
   }
-  if (charset_id == -1) {
+  if (charset_id == NO_CHARSET) {
     charset_id = file.charset;
   } else if (charset_id != file.charset) {
-    message(
+    file.messages.print(
         "%s: incompatible file format\n"
         "Character set does not match\n"
         " found: %s (%u), expected: %s (%d))\n",
@@ -64,14 +63,14 @@ int read_charset(input_file& file) {
 }
 
 // Byte order, character set and release, which version 1.01 brought.
-int read_extension(input_file& file) {
+int read_extension(input_file& file, int& charset_id) {
   if (!read_u16(file, file.byte_order)) {
     return report_unreadable(file, "Unable to read file header byte order");
   }
   if (file.byte_order != BYTE_ORDER_MARK) {
     return report_incompatible_format(file, "Byte order does not match");
   }
-  if (read_charset(file) != 0) return -1;
+  if (read_charset(file, charset_id) != 0) return -1;
   if (!read_u32(file, file.release)) {
     return report_unreadable(file, "Unable to read file header release");
   }
@@ -80,7 +79,7 @@ int read_extension(input_file& file) {
 
 }  // namespace
 
-int fwlog_read_file_header(input_file& file) {
+int fwlog_read_file_header(input_file& file, int& charset_id) {
   const std::uint8_t* block = file.stream.take(SIGNATURE_SIZE);
   if (block == nullptr) {
     return report_unreadable(file, "Unable to read file header signature");
@@ -92,7 +91,7 @@ int fwlog_read_file_header(input_file& file) {
 
   if (read_version(file) != 0 || check_version(file) != 0) return -1;
   if (file.major > 1 || (file.major == 1 && file.minor >= 1)) {
-    if (read_extension(file) != 0) return -1;
+    if (read_extension(file, charset_id) != 0) return -1;
   } else {
     file.byte_order = BYTE_ORDER_MARK;
     file.charset = UNKNOWN_CHARSET;

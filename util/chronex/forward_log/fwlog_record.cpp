@@ -4,15 +4,9 @@
 #include <cstring>
 
 #include "common/byte_cursor.h"
-#include "util/chronex/forward_log/continuity.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
-#include "util/chronex/input/scratch.h"
 #include "util/chronex/keys/node_crypt.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/tables/node.h"
-#include "util/chronex/tables/session.h"
-#include "util/chronex/trail/image.h"
 
 namespace {
 
@@ -61,14 +55,16 @@ bool is_encrypted(const set_context& set) { return set.enc_offs >= 0; }
 // Where an image of an encrypted data set finds its keys: the database's node.
 // Null when that is unknown.
 const node_entry* database_of(const node_entry& node) {
-  return node_get_entry(node.db_node_id);
+  return node.table->node_get_entry(node.db_node_id);
 }
 
 // The record after an operation, in clear text.
 struct after_image {
   // The operation can be shown; otherwise it is passed over.
   bool usable = false;
-  const std::uint8_t* bytes = nullptr;
+  record_image image{};
+  // Its encrypted items have fill values.
+  bool sealed = false;
 };
 
 after_image decode_after_image(const fw_action& action, const node_entry& node,
@@ -81,14 +77,17 @@ after_image decode_after_image(const fw_action& action, const node_entry& node,
     if (database == nullptr) return {};
   }
   if (stored.size() < expected) {
-    report_short_image(action.file, "record image", stored.size(), expected);
+    action.reader.numbers.report_short_image(action.file, "record image",
+                                             stored.size(), expected);
     return {};
   }
-  if (!is_encrypted(set)) return {true, stored.data()};
+  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
+  if (!is_encrypted(set)) return {true, stored.first(rec_sz)};
   const std::span<std::uint8_t> plain =
-      get_buffer(static_cast<std::uint32_t>(set.rec_sz));
-  node_decrypt_record(database->keys.get(), set, plain, stored);
-  return {true, plain.data()};
+      action.reader.scratch.get_buffer(static_cast<std::uint32_t>(rec_sz));
+  const bool deciphered =
+      node_decrypt_record(database->keys.get(), set, plain, stored);
+  return {true, plain, !deciphered};
 }
 
 // The operation that is reported when a first part was waiting for it.
@@ -99,10 +98,11 @@ int reported_op(const image_record& pending, int op) {
 
 // Makes room for a before-image of `size` bytes and keeps what is there. A
 // record of no bytes at all still has an image.
-bool make_room(image_record& record, std::size_t size) {
+bool make_room(const fw_action& action, image_record& record,
+               std::size_t size) {
   if (record.before.grow(std::max<std::size_t>(size, 1))) return true;
-  message_perror("malloc");
-  message("Unable to allocate before-image data buffer\n");
+  action.messages().perror("malloc");
+  action.messages().print("Unable to allocate before-image data buffer\n");
   return false;
 }
 
@@ -112,10 +112,10 @@ bool fit_before_image(const fw_action& action, image_record& pending,
                       std::size_t rec_sz) {
   if (pending.before_size >= rec_sz) return true;
   if (!pending.known_short) {
-    report_short_image(action.file, "before-image", pending.before_size,
-                       rec_sz);
+    action.reader.numbers.report_short_image(action.file, "before-image",
+                                             pending.before_size, rec_sz);
   }
-  if (!make_room(pending, rec_sz)) return false;
+  if (!make_room(action, pending, rec_sz)) return false;
   std::ranges::fill(
       pending.before.bytes().first(rec_sz).subspan(pending.before_size),
       std::uint8_t{0});
@@ -124,32 +124,35 @@ bool fit_before_image(const fw_action& action, image_record& pending,
 
 int write_operation(const fw_action& action, const record_header& header,
                     session_entry& session, node_entry& node,
-                    std::uint32_t recno, int op, const std::uint8_t* after) {
+                    std::uint32_t recno, int op, const after_image& after) {
+  trail& events = action.events();
   std::unique_ptr<image_record> pending =
-      fetch_image_record(header.image_key, header.node_id, recno);
+      events.images.fetch_image_record(header.image_key, header.node_id, recno);
   image_operation operation{.session = session,
                             .node = node,
-                            .after = after,
+                            .after = after.image,
+                            .after_sealed = after.sealed,
                             .timestamp = action.timestamp,
                             .op = op,
                             .recno = recno};
-  if (!pending) return write_image_op(operation);
+  if (!pending) return events.write_image_op(operation);
   operation.timestamp = pending->timestamp;
   operation.op = reported_op(*pending, op);
   if (pending->has_before) {
     const auto rec_sz = static_cast<std::size_t>(node.set->rec_sz);
     if (!fit_before_image(action, *pending, rec_sz)) return FILE_FAILED;
-    operation.before = pending->before.data();
+    operation.before = pending->before.bytes().first(rec_sz);
+    operation.before_sealed = pending->sealed;
   }
-  const int result = write_image_op(operation);
-  release_image_record(std::move(pending));
+  const int result = events.write_image_op(operation);
+  events.images.release_image_record(std::move(pending));
   return result;
 }
 
 int mark_new_record(const fw_action& action, const record_header& header,
                     std::uint32_t recno) {
-  image_record* pending =
-      add_image_record(header.image_key, header.node_id, recno);
+  image_record* pending = action.events().images.add_image_record(
+      header.image_key, header.node_id, recno);
   if (pending == nullptr) return FILE_FAILED;
   pending->op = OP_PUT;
   pending->timestamp = action.timestamp;
@@ -158,14 +161,15 @@ int mark_new_record(const fw_action& action, const record_header& header,
 
 int process_operation(const fw_action& action, const record_header& header,
                       byte_run data) {
-  session_entry* session = session_get_entry(header.session_id);
-  node_entry* node = node_get_entry(header.node_id);
+  session_entry* session =
+      action.events().sessions.session_get_entry(header.session_id);
+  node_entry* node = action.events().nodes.node_get_entry(header.node_id);
   if (session == nullptr || node == nullptr || data.empty() || !node->set) {
     return ACTION_DONE;
   }
   if (data.size() < FW_OPERATION_HEAD_SIZE) {
-    report_short_image(action.file, "record operation", data.size(),
-                       FW_OPERATION_HEAD_SIZE);
+    action.reader.numbers.report_short_image(
+        action.file, "record operation", data.size(), FW_OPERATION_HEAD_SIZE);
     return ACTION_DONE;
   }
   const std::uint32_t recno = load_u32(data.data() + 8);
@@ -185,39 +189,41 @@ int process_operation(const fw_action& action, const record_header& header,
     default:
       return ACTION_DONE;
   }
-  return write_operation(action, header, *session, *node, recno, op,
-                         after.bytes);
+  return write_operation(action, header, *session, *node, recno, op, after);
 }
 
 // Deciphers a stored before-image into `plain` (the record size). What is
-// missing of it counts as zero bytes.
-void decrypt_before_image(const set_context& set, const db_key_context* keys,
-                          byte_run stored, std::span<std::uint8_t> plain) {
+// missing of it counts as zero bytes. False when there was no key.
+bool decrypt_before_image(const fw_action& action, const set_context& set,
+                          const db_key_context* keys, byte_run stored,
+                          std::span<std::uint8_t> plain) {
   const auto expected = static_cast<std::size_t>(set.media_sz);
   if (stored.size() < expected) {
     const std::span<std::uint8_t> filled =
-        get_buffer(static_cast<std::uint32_t>(expected));
+        action.reader.scratch.get_buffer(static_cast<std::uint32_t>(expected));
     std::memcpy(filled.data(), stored.data(), stored.size());
     std::ranges::fill(filled.subspan(stored.size()), std::uint8_t{0});
     stored = filled;
   }
-  node_decrypt_record(keys, set, plain, stored);
+  return node_decrypt_record(keys, set, plain, stored);
 }
 
 // Keeps a stored before-image. Of a plain data set only what is there is kept,
 // so that a pending record takes no more memory than its log does.
-int keep_before_image(const set_context& set, const db_key_context* keys,
-                      byte_run stored, image_record& record) {
+int keep_before_image(const fw_action& action, const set_context& set,
+                      const db_key_context* keys, byte_run stored,
+                      image_record& record) {
   const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
   record.known_short = stored.size() < static_cast<std::size_t>(set.media_sz);
   record.before_size =
       is_encrypted(set) ? rec_sz : std::min(rec_sz, stored.size());
-  if (!make_room(record, record.before_size)) return FILE_FAILED;
+  if (!make_room(action, record, record.before_size)) return FILE_FAILED;
   const auto kept = record.before.bytes().first(record.before_size);
   if (is_encrypted(set)) {
-    decrypt_before_image(set, keys, stored, kept);
+    record.sealed = !decrypt_before_image(action, set, keys, stored, kept);
   } else {
     std::memcpy(kept.data(), stored.data(), kept.size());
+    record.sealed = false;
   }
   record.has_before = true;
   return ACTION_DONE;
@@ -239,7 +245,7 @@ int fw_record(const fw_action& action) {
     return process_operation(action, header, data);
   }
   if (header.type == RECORD_SERVER_ABORT && action.number == 1) {
-    report_server_abort(action.file);
+    action.reader.numbers.report_server_abort(action.file);
   }
   return ACTION_DONE;
 }
@@ -254,9 +260,10 @@ int fw_before_image(const fw_action& action) {
   const std::uint8_t* start = action.stream().take(header.size);
   if (start == nullptr) return fw_short_read(action, "before-image data");
 
-  const node_entry* node = node_get_entry(header.node_id);
-  if (session_get_entry(header.session_id) == nullptr || node == nullptr ||
-      !node->set) {
+  const node_entry* node = action.events().nodes.node_get_entry(header.node_id);
+  if (action.events().sessions.session_get_entry(header.session_id) ==
+          nullptr ||
+      node == nullptr || !node->set) {
     return ACTION_DONE;
   }
   const set_context& set = *node->set;
@@ -266,16 +273,17 @@ int fw_before_image(const fw_action& action) {
     if (database == nullptr) return ACTION_DONE;
     keys = database->keys.get();
   }
-  image_record* record =
-      add_image_record(header.image_key, header.node_id, header.recno);
+  image_record* record = action.events().images.add_image_record(
+      header.image_key, header.node_id, header.recno);
   if (record == nullptr) return FILE_FAILED;
   const byte_run stored{start, header.size};
-  if (keep_before_image(set, keys, stored, *record) != ACTION_DONE) {
+  if (keep_before_image(action, set, keys, stored, *record) != ACTION_DONE) {
     return FILE_FAILED;
   }
   if (record->known_short) {
-    report_short_image(action.file, "before-image", stored.size(),
-                       static_cast<std::size_t>(set.media_sz));
+    action.reader.numbers.report_short_image(
+        action.file, "before-image", stored.size(),
+        static_cast<std::size_t>(set.media_sz));
   }
   record->op = header.op;
   record->timestamp = action.timestamp;

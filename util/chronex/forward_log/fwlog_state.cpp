@@ -11,10 +11,6 @@
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
 #include "util/chronex/keys/node_crypt.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/tables/node.h"
-#include "util/chronex/tables/session.h"
-#include "util/chronex/trail/memo.h"
 
 namespace {
 
@@ -36,15 +32,15 @@ int process_sign_on(const fw_action& action, const state_header& header) {
   owned_bytes data;
   if (header.size > 0) {
     if (!data.allocate(header.size)) {
-      message_perror("malloc");
-      message("Unable to allocate audit sign-on buffer\n");
+      action.messages().perror("malloc");
+      action.messages().print("Unable to allocate audit sign-on buffer\n");
       return FILE_FAILED;
     }
     if (!action.stream().read(data.bytes())) {
       return fw_short_read(action, "audit sign-on data");
     }
   }
-  session_add_entry(header.id, std::move(data));
+  action.events().sessions.session_add_entry(header.id, std::move(data));
   return ACTION_DONE;
 }
 
@@ -52,11 +48,12 @@ int process_sign_off(const fw_action& action, const state_header& header) {
   if (header.size != 0) {
     return fw_bad_size(action, "sign-off data", header.size, "expected 0");
   }
-  return session_signed_off(header.id);
+  return action.events().session_signed_off(header.id);
 }
 
 int process_memo_action(const fw_action& action, const state_header& header) {
-  session_entry* session = session_get_entry(header.id);
+  session_entry* session =
+      action.events().sessions.session_get_entry(header.id);
   if (header.size < 4 || session == nullptr) {
     return fw_skip(action, header.size, "audit memo data");
   }
@@ -68,8 +65,8 @@ int process_memo_action(const fw_action& action, const state_header& header) {
   if (memo.size > 0) {
     const auto length = static_cast<std::size_t>(memo.size);
     if (!memo.text.allocate(length + 1)) {
-      message_perror("malloc");
-      message("Unable to allocate audit memo buffer\n");
+      action.messages().perror("malloc");
+      action.messages().print("Unable to allocate audit memo buffer\n");
       return FILE_FAILED;
     }
     if (!action.stream().read(memo.text.bytes().first(length))) {
@@ -77,7 +74,7 @@ int process_memo_action(const fw_action& action, const state_header& header) {
     }
     memo.text.bytes()[length] = 0;
   }
-  return process_memo(*session, std::move(memo));
+  return action.events().process_memo(*session, std::move(memo));
 }
 
 int process_database(const fw_action& action, const state_header& header) {
@@ -86,16 +83,15 @@ int process_database(const fw_action& action, const state_header& header) {
   }
   const std::uint8_t* name = action.stream().take(header.size);
   if (name == nullptr) return fw_short_read(action, "context_db name");
-  node_add_entry(header.id, NODE_DATABASE,
-                 {reinterpret_cast<const char*>(name), header.size}, 0,
-                 nullptr);
+  action.events().nodes.node_add_entry(
+      header.id, NODE_DATABASE,
+      {reinterpret_cast<const char*>(name), header.size}, 0, nullptr);
   return ACTION_DONE;
 }
 
 // Reports what is wrong with a schema or key context, unless that is done.
 int fw_malformed(const fw_action& action, const std::string& problem) {
-  if (!problem.empty()) report_bad_format(action.file, "%s", problem.c_str());
-  return FILE_FAILED;
+  return problem.empty() ? FILE_FAILED : fw_bad_format(action, problem);
 }
 
 // The name of a data set, at most 255 bytes.
@@ -137,7 +133,7 @@ int process_data_set(const fw_action& action, const state_header& header) {
   const std::uint8_t* id = action.stream().take(4);
   if (id == nullptr) return fw_short_read(action, "set context db_node_id");
   const auto db_node_id = static_cast<std::int32_t>(load_u32(id));
-  if (node_get_entry(db_node_id) == nullptr) {
+  if (action.events().nodes.node_get_entry(db_node_id) == nullptr) {
     return fw_skip(action, left, "set context data");
   }
   set_name name;
@@ -148,23 +144,23 @@ int process_data_set(const fw_action& action, const state_header& header) {
 
   std::string problem;
   std::unique_ptr<set_context> set =
-      node_create_set_context({list, left}, problem);
+      node_create_set_context({list, left}, problem, action.messages());
   if (!set) return fw_malformed(action, problem);
-  node_add_entry(header.id, NODE_DATA_SET, name.view(), db_node_id,
-                 std::move(set));
+  action.events().nodes.node_add_entry(header.id, NODE_DATA_SET, name.view(),
+                                       db_node_id, std::move(set));
   return ACTION_DONE;
 }
 
 int process_database_keys(const fw_action& action, const state_header& header) {
   constexpr const char* WHAT = "database encryption key context";
-  node_entry* node = node_get_entry(header.id);
+  node_entry* node = action.events().nodes.node_get_entry(header.id);
   if (node == nullptr) return fw_skip(action, header.size, WHAT);
   const std::uint8_t* payload = action.stream().take(header.size);
   if (payload == nullptr) return fw_short_read(action, WHAT);
 
   std::string problem;
-  db_key_context_ptr keys =
-      node_create_db_key_context({payload, header.size}, problem);
+  db_key_context_ptr keys = node_create_db_key_context(
+      {payload, header.size}, action.events(), problem);
   if (!keys) return fw_malformed(action, problem);
   node_set_keys(*node, std::move(keys));
   return ACTION_DONE;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -14,8 +15,6 @@ constexpr std::size_t LIVE_BUFFER_SIZE = std::size_t{64} * 1024;
 // inflate's window size plus the flag that asks for gzip framing.
 constexpr int GZIP_WINDOW_BITS = 15 + 16;
 constexpr std::array<std::uint8_t, 2> GZIP_MAGIC{0x1f, 0x8b};
-
-void no_wait() {}
 
 }  // namespace
 
@@ -76,7 +75,7 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
       error_ = std::strerror(errno);
       return 0;
     }
-    successor_ = std::make_unique<live_source>(descriptor_, no_wait);
+    successor_ = std::make_unique<live_source>(descriptor_, [] {});
     for (std::uint64_t left = delivered_; left > 0;) {
       const std::size_t count = successor_->read(
           room.first(std::min<std::uint64_t>(room.size(), left)));
@@ -91,8 +90,8 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
   return count;
 }
 
-live_source::live_source(int descriptor, void (*before_wait)())
-    : descriptor_(descriptor), before_wait_(before_wait) {}
+live_source::live_source(int descriptor, std::function<void()> before_wait)
+    : descriptor_(descriptor), before_wait_(std::move(before_wait)) {}
 
 live_source::~live_source() {
   if (inflater_ready_) inflateEnd(&inflater_);

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -74,7 +75,7 @@ class gz_source final : public byte_source {
 class live_source final : public byte_source {
  public:
   // `before_wait` is called before every read that may have to wait.
-  live_source(int descriptor, void (*before_wait)());
+  live_source(int descriptor, std::function<void()> before_wait);
   ~live_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
 
@@ -90,7 +91,7 @@ class live_source final : public byte_source {
   std::size_t inflate_some(std::span<std::uint8_t> room);
 
   int descriptor_;
-  void (*before_wait_)();
+  std::function<void()> before_wait_;
   place place_ = place::begin;
   // The descriptor has nothing more.
   bool input_ended_ = false;

@@ -1,7 +1,5 @@
 #include "util/chronex/input/charset.h"
 
-int charset_id = -1;
-
 const char* charset_name(int id) {
   switch (id) {
     case 0:

@@ -6,8 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "util/chronex/report/report.h"
-
 namespace {
 
 // Room for the longest line about what is wrong with a file.
@@ -35,25 +33,28 @@ int report_bad_format(const input_file& file, const char* format, ...) {
   va_start(arguments, format);
   std::vsnprintf(problem.data(), problem.size(), format, arguments);
   va_end(arguments);
-  message("%s: bad file format\n%s\n", file.name.c_str(), problem.data());
+  file.messages.print("%s: bad file format\n%s\n", file.name.c_str(),
+                      problem.data());
   return -1;
 }
 
 int report_incompatible_format(const input_file& file, const char* problem) {
-  message("%s: incompatible file format\n%s\n", file.name.c_str(), problem);
+  file.messages.print("%s: incompatible file format\n%s\n", file.name.c_str(),
+                      problem);
   return -1;
 }
 
 bool report_no_resources(const input_file& file) {
   if (file.stream.resource_error() == 0) return false;
   errno = file.stream.resource_error();
-  message_perror(file.name.c_str());
+  file.messages.perror(file.name.c_str());
   return true;
 }
 
 bool report_read_error(const input_file& file) {
   if (file.stream.error().empty()) return false;
-  message("%s: %s\n", file.name.c_str(), file.stream.error().c_str());
+  file.messages.print("%s: %s\n", file.name.c_str(),
+                      file.stream.error().c_str());
   return true;
 }
 

@@ -5,14 +5,25 @@
 #include <cstdint>
 #include <string>
 
-#include "util/chronex/audit_file/audit_format.h"
 #include "util/chronex/input/input_stream.h"
+#include "util/chronex/messages/messages.h"
+
+// All inputs begin with a block of this size: the signature and the version as
+// text. A number in the machine's byte order follows in the header.
+inline constexpr std::size_t SIGNATURE_SIZE = 16;
+inline constexpr std::size_t SIGNATURE_TEXT_SIZE = 10;
+inline constexpr std::uint16_t BYTE_ORDER_MARK = 1234;
 
 inline constexpr int FWLOG_FILE = 1;
 inline constexpr int AUDIT_FILE = 2;
 
 // One input: its stream, and what its header says.
 struct input_file {
+  explicit input_file(run_messages& messages_of_run) noexcept
+      : messages(messages_of_run) {}
+
+  // Where what is wrong with it is told.
+  run_messages& messages;
   // The operand; "stdin" for standard input.
   std::string name;
   input_stream stream;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace {
 
@@ -24,15 +25,16 @@ input_stream::~input_stream() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-bool input_stream::open(const char* path, void (*before_wait)()) {
-  return adopt(::open(path, O_RDONLY | O_CLOEXEC), before_wait);
+bool input_stream::open(const char* path, std::function<void()> before_wait) {
+  return adopt(::open(path, O_RDONLY | O_CLOEXEC), std::move(before_wait));
 }
 
-bool input_stream::open_duplicate(int descriptor, void (*before_wait)()) {
-  return adopt(dup(descriptor), before_wait);
+bool input_stream::open_duplicate(int descriptor,
+                                  std::function<void()> before_wait) {
+  return adopt(dup(descriptor), std::move(before_wait));
 }
 
-bool input_stream::adopt(int descriptor, void (*before_wait)()) {
+bool input_stream::adopt(int descriptor, std::function<void()> before_wait) {
   if (descriptor < 0) return false;
   if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
     close(descriptor);
@@ -40,7 +42,7 @@ bool input_stream::adopt(int descriptor, void (*before_wait)()) {
     return false;
   }
   descriptor_ = descriptor;
-  before_wait_ = before_wait;
+  before_wait_ = std::move(before_wait);
   struct stat status {};
   // A descriptor that was handed over in the middle of a file is read from
   // there.

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -27,9 +28,10 @@ class input_stream {
 
   // Opens a file for reading; false with errno on failure. `before_wait` is
   // called before every read from a pipe or device, which may have to wait.
-  [[nodiscard]] bool open(const char* path, void (*before_wait)());
+  [[nodiscard]] bool open(const char* path, std::function<void()> before_wait);
   // The same for a duplicate of an open descriptor.
-  [[nodiscard]] bool open_duplicate(int descriptor, void (*before_wait)());
+  [[nodiscard]] bool open_duplicate(int descriptor,
+                                    std::function<void()> before_wait);
 
   // Takes the next `count` bytes (at most MAX_RUN) and returns where they
   // stand, valid until the next operation; null when fewer are left, which
@@ -65,13 +67,13 @@ class input_stream {
   void suspend();
 
  private:
-  [[nodiscard]] bool adopt(int descriptor, void (*before_wait)());
+  [[nodiscard]] bool adopt(int descriptor, std::function<void()> before_wait);
   [[nodiscard]] bool ready();
   bool fill(std::size_t count);
 
   int descriptor_ = -1;
   bool regular_ = false;
-  void (*before_wait_)() = nullptr;
+  std::function<void()> before_wait_;
   std::unique_ptr<byte_source> source_;
   owned_bytes window_;
   // The bytes of the window that have not been taken yet.

@@ -13,8 +13,6 @@
 #include "common/owned_bytes.h"
 #include "common/wipe.h"
 #include "server/misc/keyutil.h"
-#include "util/chronex/audit_file/audit_writer.h"
-#include "util/chronex/report/report.h"
 
 namespace {
 
@@ -78,71 +76,83 @@ int decipher_key(const payload_entry& entry,
                            work_area.first(entry.key.size()), false);
 }
 
-void report_no_master_key(const payload_entry& entry, bool refused) {
-  message(
+void report_no_master_key(const payload_entry& entry, bool refused,
+                          trail& trail) {
+  trail.messages.print(
       "WARNING: encryption key %d is ignored: required master key not "
       "present\n",
       signed_id(entry));
-  if (refused) message("*** Failed to decrypt data encryption key");
-  audit_write_comment(
-      "WARNING: while the original forward-log was processed, encryption key "
-      "%d was ignored because the required master key was not present\n",
-      signed_id(entry));
+  if (refused) {
+    trail.messages.print("*** Failed to decrypt data encryption key");
+  }
+  trail.notice(
+      notice_kind::ignored_key,
+      format_text("WARNING: while the original forward-log was processed, "
+                  "encryption key %d was ignored because the required master "
+                  "key was not present\n",
+                  signed_id(entry)));
 }
 
 // Checks the plain key against the entry's checksum, if there is one. A key
 // that fails is reported.
-bool verify_checksum(const payload_entry& entry, byte_run key) {
+bool verify_checksum(const payload_entry& entry, byte_run key, trail& trail) {
   if (entry.checksum.empty()) return true;
   if (entry.checksum.size() != MD5_DIGEST_SIZE) {
     const int length = static_cast<int>(entry.checksum.size());
-    message(
+    trail.messages.print(
         "WARNING: encryption key %d is ignored: unexpected checksum length "
         "(%d)\n",
         signed_id(entry), length);
-    audit_write_comment(
-        "WARNING: while the original forward-log was processed, encryption key "
-        "%d was ignored due to an unexpected checksum length (%d)",
-        signed_id(entry), length);
+    trail.notice(
+        notice_kind::ignored_key,
+        format_text("WARNING: while the original forward-log was processed, "
+                    "encryption key %d was ignored due to an unexpected "
+                    "checksum length (%d)",
+                    signed_id(entry), length));
     return false;
   }
   ko_md5_context context;
   ko__MD5Init(context);
   ko__MD5Update(context, key);
   if (std::ranges::equal(ko__MD5Final(context), entry.checksum)) return true;
-  message("WARNING: encryption key %d is ignored: checksum does not match\n",
-          signed_id(entry));
-  audit_write_comment(
-      "WARNING: while the original forward-log was processed, encryption key "
-      "%d was ignored because its checksum did not match",
+  trail.messages.print(
+      "WARNING: encryption key %d is ignored: checksum does not match\n",
       signed_id(entry));
+  trail.notice(
+      notice_kind::ignored_key,
+      format_text("WARNING: while the original forward-log was processed, "
+                  "encryption key %d was ignored because its checksum did not "
+                  "match",
+                  signed_id(entry)));
   return false;
 }
 
 // Makes the usable key. Returns false, with its message printed, when the whole
 // context fails.
-bool make_key(const payload_entry& entry, byte_run key, key_entry& slot) {
+bool make_key(const payload_entry& entry, byte_run key, key_entry& slot,
+              run_messages& messages) {
   switch (entry.type) {
     case KEY_TYPE_XOR:
       if (slot.xor_key.copy_from(key)) return true;
-      message_perror("malloc");
-      message("Unable to allocate XOR key (%d bytes)\n",
-              static_cast<int>(key.size()));
+      messages.perror("malloc");
+      messages.print("Unable to allocate XOR key (%d bytes)\n",
+                     static_cast<int>(key.size()));
       return false;
     case KEY_TYPE_AES:
     case KEY_TYPE_AES_3:
       slot.aes_key = ko_enc__set_aes_key(key, AES_MODE_DECRYPT);
       return slot.aes_key != nullptr;
     default:
-      message("Encryption key %d has unsupported type %d\n", signed_id(entry),
-              int{entry.type});
+      messages.print("Encryption key %d has unsupported type %d\n",
+                     signed_id(entry), int{entry.type});
       return false;
   }
 }
 
 enum class entry_fate { kept, dropped, failed };
 
-entry_fate take_entry(const payload_entry& entry, key_entry& slot) {
+entry_fate take_entry(const payload_entry& entry, key_entry& slot,
+                      trail& trail) {
   slot.key_id = entry.key_id;
   slot.type = entry.type;
   slot.key_len = static_cast<std::uint16_t>(entry.key.size());
@@ -154,13 +164,14 @@ entry_fate take_entry(const payload_entry& entry, key_entry& slot) {
   if (!entry.master_check.empty()) {
     const int result = decipher_key(entry, work_area);
     if (result != 1) {
-      report_no_master_key(entry, result < 0);
+      report_no_master_key(entry, result < 0, trail);
       return entry_fate::dropped;
     }
     key = byte_run(work_area).first(entry.key.size());
   }
-  if (!verify_checksum(entry, key)) return entry_fate::dropped;
-  return make_key(entry, key, slot) ? entry_fate::kept : entry_fate::failed;
+  if (!verify_checksum(entry, key, trail)) return entry_fate::dropped;
+  return make_key(entry, key, slot, trail.messages) ? entry_fate::kept
+                                                    : entry_fate::failed;
 }
 
 bool decryption_disabled() {
@@ -304,15 +315,16 @@ const key_entry* find_key(const db_key_context* context, std::uint32_t key_id) {
   return &*found;
 }
 
-db_key_context_ptr allocate_context(std::size_t entry_count) {
+db_key_context_ptr allocate_context(std::size_t entry_count,
+                                    run_messages& messages) {
   db_key_context_ptr context(try_make<db_key_context>().release(),
                              node_cleanup_db_key_context);
   if (context) {
     context->entries = try_make_array<key_entry>(entry_count);
   }
   if (!context || !context->entries) {
-    message_perror("calloc");
-    message("Unable to allocate database encryption key context\n");
+    messages.perror("calloc");
+    messages.print("Unable to allocate database encryption key context\n");
     return {nullptr, nullptr};
   }
   return context;
@@ -320,7 +332,7 @@ db_key_context_ptr allocate_context(std::size_t entry_count) {
 
 }  // namespace
 
-db_key_context_ptr node_create_db_key_context(byte_run payload,
+db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
                                               std::string& problem) {
   std::size_t entry_count = 0;
   payload_entry entry;
@@ -331,13 +343,13 @@ db_key_context_ptr node_create_db_key_context(byte_run payload,
               std::to_string(payload.size()) + " bytes)";
     return {nullptr, nullptr};
   }
-  db_key_context_ptr context = allocate_context(entry_count);
+  db_key_context_ptr context = allocate_context(entry_count, trail.messages);
   if (!context) return context;
   const unused_stack_guard stack_guard;
   // The crypto layer prints its messages itself.
-  report_flush();
+  trail.messages.let_out();
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
-    switch (take_entry(entry, context->entries[context->count])) {
+    switch (take_entry(entry, context->entries[context->count], trail)) {
       case entry_fate::kept:
         ++context->count;
         break;
@@ -359,7 +371,7 @@ void node_cleanup_db_key_context(db_key_context* context) {
   }
 }
 
-void node_decrypt_record(const db_key_context* context, const set_context& set,
+bool node_decrypt_record(const db_key_context* context, const set_context& set,
                          std::span<std::uint8_t> user, byte_run media) {
   assert(set.enc_offs >= 0);
   const byte_run stored = media.first(static_cast<std::size_t>(set.media_sz));
@@ -389,4 +401,5 @@ void node_decrypt_record(const db_key_context* context, const set_context& set,
   }
   assert(key == nullptr || stream.at_end());
   assert(destination.empty());
+  return key != nullptr;
 }

@@ -26,21 +26,23 @@
 #include <string>
 
 #include "util/chronex/tables/node.h"
+#include "util/chronex/trail/trail.h"
 
 // Makes a database's keys from a key context. Keys that cannot be used are left
 // out, with a warning and an audit comment. Returns null on failure: for a
 // malformed payload `problem` then says in one line, without line end, what is
 // wrong; otherwise it stays empty and the message has been printed.
 db_key_context_ptr node_create_db_key_context(
-    std::span<const std::uint8_t> payload, std::string& problem);
+    std::span<const std::uint8_t> payload, trail& trail, std::string& problem);
 
 // Overwrites and releases the keys; null is allowed.
 void node_cleanup_db_key_context(db_key_context* context);
 
 // Turns a stored record (at least media_sz bytes) of an encrypted data set into
 // the plain record (rec_sz bytes of `user`). Where the key is not available
-// (`context` may be null) the encrypted items get neutral fill values.
-void node_decrypt_record(const db_key_context* context, const set_context& set,
+// (`context` may be null) the encrypted items get neutral fill values, and the
+// result is false.
+bool node_decrypt_record(const db_key_context* context, const set_context& set,
                          std::span<std::uint8_t> user,
                          std::span<const std::uint8_t> media);
 

@@ -4,16 +4,40 @@
 // The contents of a record in the clear-text report: item by item, with each
 // value as text and changed values before and after, or as hex dumps.
 
-#include <cstdint>
-#include <span>
+#include <array>
 
-#include "util/chronex/tables/node.h"
+#include "util/chronex/filter/item_names.h"
+#include "util/chronex/report/record_view.h"
+#include "util/chronex/report/report_settings.h"
+#include "util/chronex/report/report_stream.h"
+#include "util/chronex/tables/record_image.h"
+#include "util/chronex/tables/set_context.h"
 
-// Prints a record of a data set to the report stream, which must be there. The
-// images are in clear text and as long as the record; a span without data
-// stands for none. `hex` asks for hex dumps, otherwise the item view is shown,
-// narrowed by -I and -i.
-void dump_record(const node_entry& node, std::span<const std::uint8_t> before,
-                 std::span<const std::uint8_t> after, bool hex);
+class record_dump {
+ public:
+  // Both are the run's and outlive the object.
+  record_dump(const report_settings& report, const item_name_list& item_names)
+      : report_(report), item_names_(item_names) {}
+
+  // Prints a record to the report stream, which must be there. `hex` asks for
+  // hex dumps, otherwise the item view is shown, narrowed by -I and -i.
+  void dump_record(const set_context& set, record_image before,
+                   record_image after, bool hex);
+
+ private:
+  const record_view& view_of(const set_context& set);
+  void dump_items(const set_context& set, record_image before,
+                  record_image after);
+
+  // Schemas whose views are kept, as many as a database may have data sets in
+  // use. Which one goes for a new one is left to chance. Of wide records, whose
+  // view may take megabytes, only the latest one's is kept.
+  static constexpr std::size_t KEPT_VIEWS = 256;
+
+  const report_settings& report_;
+  const item_name_list& item_names_;
+  std::array<record_view, KEPT_VIEWS> kept_;
+  record_view of_wide_record_;
+};
 
 #endif  // CHRONEX_UTIL_CHRONEX_REPORT_DUMP_H

@@ -1,21 +1,10 @@
 #include "util/chronex/report/local_time.h"
 
-#include <array>
 #include <ctime>
 
 namespace {
 
 constexpr std::uint32_t QUARTER_SECONDS = 900;
-constexpr std::size_t TEXT_SIZE = 40;
-
-// A quarter of an hour during which the local time runs on without a jump.
-struct calm_quarter {
-  bool known = false;
-  std::uint32_t begin = 0;
-  // Local minute of the hour and second of the minute at `begin`.
-  int minute = 0;
-  int second = 0;
-};
 
 std::tm local_calendar(std::uint32_t timestamp) {
   static const bool zone_is_set = [] {
@@ -39,17 +28,16 @@ void put_two_digits(char* place, int number) {
   place[1] = static_cast<char>('0' + number % 10);
 }
 
-std::array<char, TEXT_SIZE> text;
-std::size_t text_length = 0;
+}  // namespace
 
-void format_calendar(const std::tm& calendar) {
-  text_length =
-      std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &calendar);
+void local_time::format_calendar(const std::tm& calendar) {
+  text_length_ =
+      std::strftime(text_.data(), text_.size(), "%Y-%m-%d %H:%M:%S", &calendar);
 }
 
 // Converts the quarter's first second; the quarter is of use only if its last
 // second lies in the same local hour and as far on as it should.
-calm_quarter enter_quarter(std::uint32_t begin) {
+local_time::calm_quarter local_time::enter_quarter(std::uint32_t begin) {
   calm_quarter quarter;
   const std::tm first = local_calendar(begin);
   const std::tm last = local_calendar(begin + QUARTER_SECONDS - 1);
@@ -63,20 +51,18 @@ calm_quarter enter_quarter(std::uint32_t begin) {
   return quarter;
 }
 
-}  // namespace
-
-std::string_view local_time_text(std::uint32_t timestamp) {
-  static calm_quarter quarter;
+std::string_view local_time::text(std::uint32_t timestamp) {
   const std::uint32_t begin = timestamp - timestamp % QUARTER_SECONDS;
-  if (!quarter.known || quarter.begin != begin) quarter = enter_quarter(begin);
-  if (!quarter.known) {
+  if (!quarter_.known || quarter_.begin != begin)
+    quarter_ = enter_quarter(begin);
+  if (!quarter_.known) {
     format_calendar(local_calendar(timestamp));
   } else {
-    const int second = quarter.second + static_cast<int>(timestamp - begin);
-    const int minute = quarter.minute + second / 60;
+    const int second = quarter_.second + static_cast<int>(timestamp - begin);
+    const int minute = quarter_.minute + second / 60;
     // Date and hour stand already; only minute and second run on.
-    put_two_digits(text.data() + text_length - 5, minute);
-    put_two_digits(text.data() + text_length - 2, second % 60);
+    put_two_digits(text_.data() + text_length_ - 5, minute);
+    put_two_digits(text_.data() + text_length_ - 2, second % 60);
   }
-  return {text.data(), text_length};
+  return {text_.data(), text_length_};
 }

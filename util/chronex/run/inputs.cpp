@@ -14,7 +14,6 @@
 #include "util/chronex/audit_file/audit_reader.h"
 #include "util/chronex/forward_log/fwlog.h"
 #include "util/chronex/forward_log/fwlog_header.h"
-#include "util/chronex/report/report.h"
 
 namespace {
 
@@ -41,15 +40,6 @@ void raise_descriptor_limit(std::size_t count) {
   setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-int read_header(input_file& file) {
-  int result = fwlog_read_file_header(file);
-  if (result == 1) result = audit_read_file_header(file);
-  if (result != 0) return -1;
-  assert(file.type == FWLOG_FILE || file.type == AUDIT_FILE);
-  file.stream.suspend();
-  return 0;
-}
-
 // Whether a forward log goes before an entry of the list.
 bool goes_before(const input_file& log, const input_file& entry) {
   return entry.type == AUDIT_FILE ||
@@ -57,63 +47,10 @@ bool goes_before(const input_file& log, const input_file& entry) {
              std::tie(log.generation, log.sequence);
 }
 
-// Puts a file in its place among the first `used` entries of the list.
-void place_file(std::unique_ptr<input_file> file, std::size_t used,
-                input_list& list) {
-  assert(used < list.fw_nfiles);
-  const auto begin = list.fw_files.get();
-  const auto end = begin + used;
-  auto place = end;
-  if (file->type == FWLOG_FILE) {
-    place = std::find_if(begin, end, [&](const auto& entry) {
-      return goes_before(*file, *entry);
-    });
-  }
-  std::move_backward(place, end, end + 1);
-  *place = std::move(file);
-}
-
-std::unique_ptr<input_file> new_file(const char* name) {
-  std::unique_ptr<input_file> file = try_make<input_file>();
-  try {
-    if (!file) throw std::bad_alloc();
-    file->name = name;
-  } catch (const std::bad_alloc&) {
-    message_perror("strdup");
-    message("Unable to duplicate file name '%s'\n", name);
-    return nullptr;
-  }
-  return file;
-}
-
-int insert_file(const char* operand, std::size_t used, input_list& list) {
-  std::unique_ptr<input_file> file = new_file(operand);
-  if (!file) return -1;
-  if (!file->stream.open(operand, report_flush)) {
-    message_perror(operand);
-    return -1;
-  }
-  if (read_header(*file) != 0) return -1;
-  place_file(std::move(file), used, list);
-  return 0;
-}
-
-int open_standard_input(input_list& list) {
-  std::unique_ptr<input_file> file = new_file("stdin");
-  if (!file) return -1;
-  if (!file->stream.open_duplicate(STDIN_FILENO, report_flush)) {
-    message("Unable to open stdin for reading\n");
-    return -1;
-  }
-  if (read_header(*file) != 0) return -1;
-  place_file(std::move(file), 0, list);
-  return 0;
-}
-
 }  // namespace
 
 int inputs_check_output(std::span<char* const> operands, int output_descriptor,
-                        const char* audit_fname) {
+                        const char* audit_fname, run_messages& messages) {
   struct stat output {};
   const int found = output_descriptor >= 0 ? fstat(output_descriptor, &output)
                                            : stat(audit_fname, &output);
@@ -125,43 +62,90 @@ int inputs_check_output(std::span<char* const> operands, int output_descriptor,
     const int known =
         from_stdin ? fstat(STDIN_FILENO, &input) : stat(operand, &input);
     if (known == 0 && is_same_file(input, output)) {
-      message("%s: input and audit output are the same file\n",
-              from_stdin ? "stdin" : operand);
+      messages.print("%s: input and audit output are the same file\n",
+                     from_stdin ? "stdin" : operand);
       return -1;
     }
   }
   return 0;
 }
 
-int inputs_open(std::span<char* const> operands, input_list& list) {
-  list.fw_files = try_make_array<std::unique_ptr<input_file>>(operands.size());
-  if (!list.fw_files) {
-    message_perror("calloc");
-    message("Unable to allocate array of %d files\n",
-            static_cast<int>(operands.size()));
-    return -1;
-  }
-  list.fw_nfiles = operands.size();
-  if (is_standard_input(operands)) return open_standard_input(list);
-  raise_descriptor_limit(operands.size());
-  for (std::size_t i = 0; i < operands.size(); ++i) {
-    if (insert_file(operands[i], i, list) != 0) return -1;
-  }
+int input_list::read_header(input_file& file) {
+  int result = fwlog_read_file_header(file, charset_id_);
+  if (result == 1) result = audit_read_file_header(file, charset_id_);
+  if (result != 0) return -1;
+  assert(file.type == FWLOG_FILE || file.type == AUDIT_FILE);
+  file.stream.suspend();
   return 0;
 }
 
-int inputs_process(input_file& file) {
-  int result = -1;
-  switch (file.type) {
-    case FWLOG_FILE:
-      result = fwlog_process_file(file);
-      break;
-    case AUDIT_FILE:
-      result = audit_process_file(file);
-      break;
-    default:
-      assert(!"unknown file type");
+// Puts a file in its place among the first `used` entries of the list.
+void input_list::place_file(std::unique_ptr<input_file> file,
+                            std::size_t used) {
+  assert(used < fw_nfiles_);
+  const auto begin = fw_files_.get();
+  const auto end = begin + used;
+  auto place = end;
+  if (file->type == FWLOG_FILE) {
+    place = std::find_if(begin, end, [&](const auto& entry) {
+      return goes_before(*file, *entry);
+    });
   }
-  file.stream.suspend();
-  return result < 0 ? -1 : 0;
+  std::move_backward(place, end, end + 1);
+  *place = std::move(file);
+}
+
+std::unique_ptr<input_file> input_list::new_file(const char* name) {
+  std::unique_ptr<input_file> file = try_make<input_file>(messages_);
+  try {
+    if (!file) throw std::bad_alloc();
+    file->name = name;
+  } catch (const std::bad_alloc&) {
+    messages_.perror("strdup");
+    messages_.print("Unable to duplicate file name '%s'\n", name);
+    return nullptr;
+  }
+  return file;
+}
+
+int input_list::insert_file(const char* operand, std::size_t used) {
+  std::unique_ptr<input_file> file = new_file(operand);
+  if (!file) return -1;
+  if (!file->stream.open(operand, [this] { messages_.let_out(); })) {
+    messages_.perror(operand);
+    return -1;
+  }
+  if (read_header(*file) != 0) return -1;
+  place_file(std::move(file), used);
+  return 0;
+}
+
+int input_list::open_standard_input() {
+  std::unique_ptr<input_file> file = new_file("stdin");
+  if (!file) return -1;
+  if (!file->stream.open_duplicate(STDIN_FILENO,
+                                   [this] { messages_.let_out(); })) {
+    messages_.print("Unable to open stdin for reading\n");
+    return -1;
+  }
+  if (read_header(*file) != 0) return -1;
+  place_file(std::move(file), 0);
+  return 0;
+}
+
+int input_list::open(std::span<char* const> operands) {
+  fw_files_ = try_make_array<std::unique_ptr<input_file>>(operands.size());
+  if (!fw_files_) {
+    messages_.perror("calloc");
+    messages_.print("Unable to allocate array of %d files\n",
+                    static_cast<int>(operands.size()));
+    return -1;
+  }
+  fw_nfiles_ = operands.size();
+  if (is_standard_input(operands)) return open_standard_input();
+  raise_descriptor_limit(operands.size());
+  for (std::size_t i = 0; i < operands.size(); ++i) {
+    if (insert_file(operands[i], i) != 0) return -1;
+  }
+  return 0;
 }

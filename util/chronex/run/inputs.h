@@ -11,29 +11,43 @@
 #include <span>
 
 #include "util/chronex/input/input_file.h"
+#include "util/chronex/messages/messages.h"
 
 // The inputs in processing order. All are opened and all headers read before
 // anything is processed, and they stay open until the run ends.
-struct input_list {
-  std::unique_ptr<std::unique_ptr<input_file>[]> fw_files;
-  std::size_t fw_nfiles = 0;
+class input_list {
+ public:
+  // Both are the run's; `charset_id` is fixed by the first header that names
+  // one.
+  input_list(run_messages& messages, int& charset_id)
+      : messages_(messages), charset_id_(charset_id) {}
+
+  // Opens the operands: forward logs come first, by generation and file
+  // sequence, then audit files as given. A single operand "-" is standard
+  // input.
+  int open(std::span<char* const> operands);
 
   std::span<const std::unique_ptr<input_file>> files() const {
-    return {fw_files.get(), fw_nfiles};
+    return {fw_files_.get(), fw_nfiles_};
   }
+
+ private:
+  int insert_file(const char* operand, std::size_t used);
+  int open_standard_input();
+  std::unique_ptr<input_file> new_file(const char* name);
+  int read_header(input_file& file);
+  void place_file(std::unique_ptr<input_file> file, std::size_t used);
+
+  run_messages& messages_;
+  int& charset_id_;
+  std::unique_ptr<std::unique_ptr<input_file>[]> fw_files_;
+  std::size_t fw_nfiles_ = 0;
 };
 
 // Refuses an audit output that is one of the operands: opening it would destroy
 // the input. `output_descriptor` is that of an output that is open already, or
 // -1 when the output is the file `audit_fname`.
 int inputs_check_output(std::span<char* const> operands, int output_descriptor,
-                        const char* audit_fname);
-
-// Opens the operands: forward logs come first, by generation and file sequence,
-// then audit files as given. A single operand "-" is standard input.
-int inputs_open(std::span<char* const> operands, input_list& list);
-
-// Processes one input by its type.
-int inputs_process(input_file& file);
+                        const char* audit_fname, run_messages& messages);
 
 #endif  // CHRONEX_UTIL_CHRONEX_RUN_INPUTS_H

@@ -5,9 +5,11 @@
 
 #include <span>
 
+#include "util/chronex/run/run.h"
+
 struct command_line {
-  // The audit output's name is audit_fname; it is standard output when this is
-  // set.
+  // The audit output's name is the audit stream's; it is standard output when
+  // this is set.
   bool audit_to_stdout = false;
   // The -c argument, or null.
   const char* user_comment = nullptr;
@@ -24,16 +26,15 @@ struct command_line {
   std::span<char* const> operands;
 };
 
-// Parses the command line; filter texts and item names go to their modules.
-// Returns 0, or the exit status that ends the run; the message has been
-// printed.
-int options_parse(int argc, char* argv[], command_line& options);
-
-class report_stream;
+// Parses the command line; filter texts, item names and the name of the audit
+// output go to the run. Returns 0, or the exit status that ends the run; the
+// message has been printed.
+int options_parse(int argc, char* argv[], chronex_run& run,
+                  command_line& options);
 
 // Fixes the report settings. `standard_output` is the stream of the report and
 // outlives the run.
-void options_apply_to_report(const command_line& options,
+void options_apply_to_report(const command_line& options, chronex_run& run,
                              report_stream& standard_output);
 
 #endif  // CHRONEX_UTIL_CHRONEX_RUN_OPTIONS_H

@@ -4,22 +4,13 @@
 #include <cctype>
 #include <new>
 
-#include "common/chained_table.h"
-#include "common/recent_entries.h"
 #include "common/same_text.h"
-#include "util/chronex/report/report.h"
 
 namespace {
-
-constexpr std::size_t INITIAL_BUCKETS = 128;
 
 // A data set's database may itself name a parent. A log that makes a node its
 // own ancestor must not send the name around in circles.
 constexpr int MAX_NAME_LEVELS = 16;
-
-chained_table<node_entry> node_hash(INITIAL_BUCKETS);
-recent_entries<node_entry> recent;
-std::uint64_t names_version = 1;
 
 std::uint32_t hash_of(std::int32_t node_id) {
   return keyed_hash(static_cast<std::uint32_t>(node_id));
@@ -57,7 +48,7 @@ bool upper_case_copy(std::string_view name, std::string& copy) {
 
 void append_name(const node_entry& entry, int levels, std::string& text) {
   if (entry.db_node_id != 0 && levels > 1) {
-    const node_entry* parent = node_get_entry(entry.db_node_id);
+    const node_entry* parent = entry.table->node_get_entry(entry.db_node_id);
     if (parent != nullptr) {
       append_name(*parent, levels - 1, text);
       text += '.';
@@ -68,34 +59,44 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 
 }  // namespace
 
-node_entry* node_get_entry(std::int32_t node_id) {
-  node_entry* const known = recent.find(node_id);
+node_entry* node_table::node_get_entry(std::int32_t node_id) {
+  node_entry* const known = recent_.find(node_id);
   if (known != nullptr) return known;
-  node_entry* found = node_hash.find(
+  node_entry* found = node_hash_.find(
       hash_of(node_id),
       [node_id](const node_entry& entry) { return entry.node_id == node_id; });
-  if (found != nullptr) recent.remember(node_id, found);
+  if (found != nullptr) recent_.remember(node_id, found);
   return found;
 }
 
-void node_add_entry(std::int32_t node_id, int type, std::string_view name,
-                    std::int32_t db_node_id, std::unique_ptr<set_context> set) {
+std::unique_ptr<node_entry> node_table::new_entry(std::int32_t node_id) {
+  std::unique_ptr<node_entry> entry;
+  if (node_hash_.reserve()) entry = try_make<node_entry>();
+  if (!entry) {
+    messages_.perror("malloc");
+    messages_.print("Unable to allocate node entry #%d\n", node_id);
+    return nullptr;
+  }
+  entry->table = this;
+  entry->node_id = node_id;
+  return entry;
+}
+
+node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
+                                       std::string_view name,
+                                       std::int32_t db_node_id,
+                                       std::unique_ptr<set_context> set) {
   name = name.substr(0, name.find('\0'));
   node_entry* entry = node_get_entry(node_id);
   if (entry != nullptr &&
       is_repeat(*entry, type, name, db_node_id, set.get())) {
-    return;
+    return nullptr;
   }
 
   std::unique_ptr<node_entry> created;
   if (entry == nullptr) {
-    if (node_hash.reserve()) created = try_make<node_entry>();
-    if (!created) {
-      message_perror("malloc");
-      message("Unable to allocate node entry #%d\n", node_id);
-      return;
-    }
-    created->node_id = node_id;
+    created = new_entry(node_id);
+    if (!created) return nullptr;
     entry = created.get();
   }
   // A new definition makes what was known before void, even when there is no
@@ -103,17 +104,19 @@ void node_add_entry(std::int32_t node_id, int type, std::string_view name,
   // operations are passed over.
   node_cleanup_data(*entry);
   entry->name.clear();
-  ++names_version;
+  ++names_version_;
   if (!upper_case_copy(name, entry->name)) {
-    message_perror("malloc");
-    message("Unable to allocate node name #%d\n", node_id);
-    return;
+    messages_.perror("malloc");
+    messages_.print("Unable to allocate node name #%d\n", node_id);
+    return nullptr;
   }
   entry->type = type;
   entry->db_node_id = db_node_id;
   entry->set = std::move(set);
+  if (entry->set) entry->set->schema_id = ++last_schema_id_;
   entry->context_pending = true;
-  if (created) node_hash.insert(hash_of(node_id), std::move(created));
+  if (created) node_hash_.insert(hash_of(node_id), std::move(created));
+  return entry;
 }
 
 void node_cleanup_data(node_entry& entry) {
@@ -127,12 +130,12 @@ void node_set_keys(node_entry& entry, db_key_context_ptr keys) {
 }
 
 std::string_view node_name2(const node_entry& entry, bool with_id) {
-  if (entry.printable_version != names_version) {
+  if (entry.printable_version != entry.table->names_version()) {
     entry.printable.clear();
     append_name(entry, MAX_NAME_LEVELS, entry.printable);
     entry.printable_name_length = entry.printable.size();
     entry.printable += " (#" + std::to_string(entry.node_id) + ")";
-    entry.printable_version = names_version;
+    entry.printable_version = entry.table->names_version();
   }
   const std::string_view text = entry.printable;
   return with_id ? text : text.substr(0, entry.printable_name_length);
@@ -141,5 +144,3 @@ std::string_view node_name2(const node_entry& entry, bool with_id) {
 std::string_view node_name(const node_entry& entry) {
   return node_name2(entry, true);
 }
-
-std::uint64_t node_names_version() { return names_version; }

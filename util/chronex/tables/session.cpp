@@ -10,18 +10,10 @@
 #include <string_view>
 
 #include "common/byte_cursor.h"
-#include "common/chained_table.h"
-#include "common/recent_entries.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/trail/session_write.h"
 
 namespace {
 
-constexpr std::size_t INITIAL_BUCKETS = 128;
 constexpr std::string_view CONNTIME_KEY = "conntime";
-
-chained_table<session_entry> session_hash(INITIAL_BUCKETS);
-recent_entries<session_entry> recent;
 
 bool same_bytes(const owned_bytes& a, const owned_bytes& b) {
   return a.size() == b.size() &&
@@ -84,20 +76,9 @@ std::uint32_t sign_on_conntime(const owned_bytes& sign_on) {
                         std::min<std::size_t>(length, rest.size())});
 }
 
-session_entry* new_entry(std::int32_t session_id, std::uint32_t hash) {
-  std::unique_ptr<session_entry> entry;
-  if (session_hash.reserve()) entry = try_make<session_entry>();
-  if (!entry) {
-    message_perror("malloc");
-    message("Unable to allocate session entry #%d\n", session_id);
-    return nullptr;
-  }
-  entry->session_id = session_id;
-  return &session_hash.insert(hash, std::move(entry));
-}
-
 void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
-              std::uint32_t mode, std::uint32_t timestamp) {
+              std::uint32_t mode, std::uint32_t timestamp,
+              const event_place& place) {
   if (size < 1) {
     slot = memo_slot();
     return;
@@ -107,66 +88,69 @@ void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
   slot.mode = mode;
   slot.timestamp = timestamp;
   slot.pending = true;
+  slot.place = place;
 }
 
 }  // namespace
 
-session_entry* session_get_entry(std::int32_t session_id) {
-  session_entry* const known = recent.find(session_id);
+session_entry* session_table::session_get_entry(std::int32_t session_id) {
+  session_entry* const known = recent_.find(session_id);
   if (known != nullptr) return known;
   session_entry* found =
-      session_hash.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
-                        [session_id](const session_entry& entry) {
-                          return entry.session_id == session_id;
-                        });
-  if (found != nullptr) recent.remember(session_id, found);
+      session_hash_.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
+                         [session_id](const session_entry& entry) {
+                           return entry.session_id == session_id;
+                         });
+  if (found != nullptr) recent_.remember(session_id, found);
   return found;
 }
 
-void session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
+session_entry* session_table::new_entry(std::int32_t session_id) {
+  std::unique_ptr<session_entry> entry;
+  if (session_hash_.reserve()) entry = try_make<session_entry>();
+  if (!entry) {
+    messages_.perror("malloc");
+    messages_.print("Unable to allocate session entry #%d\n", session_id);
+    return nullptr;
+  }
+  entry->session_id = session_id;
+  return &session_hash_.insert(
+      keyed_hash(static_cast<std::uint32_t>(session_id)), std::move(entry));
+}
+
+session_entry* session_table::session_add_entry(std::int32_t session_id,
+                                                owned_bytes sign_on) {
   session_entry* entry = session_get_entry(session_id);
   if (entry != nullptr) {
     entry->signed_off = false;
-    if (same_bytes(entry->sign_on, sign_on)) return;
-    entry->conntime = 0;
-    entry->reported = false;
-    entry->written = false;
+    if (same_bytes(entry->sign_on, sign_on)) return nullptr;
+    entry->shown_by = 0;
   } else {
-    entry = new_entry(session_id,
-                      keyed_hash(static_cast<std::uint32_t>(session_id)));
-    if (entry == nullptr) return;
+    entry = new_entry(session_id);
+    if (entry == nullptr) return nullptr;
   }
   entry->looked_up.clear();
   entry->sign_on = std::move(sign_on);
-  entry->sign_on_sz = static_cast<std::uint32_t>(entry->sign_on.size());
+  entry->sign_on_id = ++last_sign_on_id_;
   entry->conntime = sign_on_conntime(entry->sign_on);
+  return entry;
 }
 
-int session_signed_off(std::int32_t session_id) {
-  session_entry* entry = session_get_entry(session_id);
-  if (entry == nullptr) return 0;
-  int result = 0;
-  if (!entry->signed_off && entry->sign_off_due) {
-    result = write_session_sign_off(*entry);
-  }
-  entry->sign_off_due = false;
-  entry->signed_off = true;
-  return result;
+void session_table::session_cleanup() {
+  recent_.forget();
+  session_hash_.remove_if(
+      [](const session_entry& entry) { return entry.signed_off; });
 }
 
 void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
                              std::int32_t size, std::uint32_t mode,
-                             std::uint32_t timestamp) {
-  set_memo(entry.dbbegin_end, std::move(text), size, mode, timestamp);
+                             std::uint32_t timestamp,
+                             const event_place& place) {
+  set_memo(entry.dbbegin_end, std::move(text), size, mode, timestamp, place);
 }
 
 void session_set_dbmemo(session_entry& entry, owned_bytes text,
-                        std::int32_t size, std::uint32_t timestamp) {
-  set_memo(entry.dbmemo, std::move(text), size, MEMO_DBMEMO, timestamp);
-}
-
-void session_cleanup() {
-  recent.forget();
-  session_hash.remove_if(
-      [](const session_entry& entry) { return entry.signed_off; });
+                        std::int32_t size, std::uint32_t timestamp,
+                        const event_place& place) {
+  set_memo(entry.dbmemo, std::move(text), size, MEMO_DBMEMO, timestamp, place);
 }

@@ -3,11 +3,8 @@
 
 // The table of client sessions, from sign-on to sign-off.
 //
-// A session is shown in the report and written to the audit file only once
-// something of it passes the filter, so that a narrow audit trail still names
-// every session that took part, and none that did not. The table lives for the
-// whole run: a session that signs on in one input file and works in the next is
-// the same entry.
+// It lives for the whole run: a session that signs on in one input file and
+// works in the next is the same entry.
 
 #include <cstdint>
 #include <memory>
@@ -16,7 +13,11 @@
 #include <string>
 #include <vector>
 
+#include "common/chained_table.h"
 #include "common/owned_bytes.h"
+#include "common/recent_entries.h"
+#include "util/chronex/messages/messages.h"
+#include "util/chronex/tables/event_place.h"
 
 // Memo modes: character codes of the letters b, e and m.
 inline constexpr std::uint32_t MEMO_DBBEGIN = 98;
@@ -31,8 +32,10 @@ struct memo_slot {
   std::uint32_t mode = 0;
   // Seconds since the epoch.
   std::uint32_t timestamp = 0;
-  // Stored, but not yet reported and written.
+  // Stored, but not yet told to the outputs.
   bool pending = false;
+  // Where it stood in the inputs.
+  event_place place;
 };
 
 // What a filter has found in a session's sign-on data under a name; no value
@@ -52,8 +55,6 @@ struct session_entry {
 
   std::int32_t session_id = 0;
   owned_bytes sign_on;
-  // Size of sign_on in bytes; 0 when there is none.
-  std::uint32_t sign_on_sz = 0;
   // Sign-on data may be large, so each name is looked for once.
   mutable std::vector<looked_up_attribute> looked_up;
   // Connection time in seconds since the epoch; 0 = unknown.
@@ -61,37 +62,54 @@ struct session_entry {
   // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.
   memo_slot dbbegin_end;
   memo_slot dbmemo;
-  // The SIGN-ON line of this sign-on was printed.
-  bool reported = false;
-  // The sign-on record of this sign-on was written to the audit file.
-  bool written = false;
-  // A sign-on was printed or written, so the sign-off must be, too.
+  // Different for every sign-on registered in a run, and never 0: what is
+  // derived from sign-on data can be kept under it.
+  std::uint64_t sign_on_id = 0;
+  // The outputs that have shown this sign-on, a bit each.
+  std::uint32_t shown_by = 0;
+  // Some output has shown a sign-on, so the sign-off must be shown, too.
   bool sign_off_due = false;
   // Signed off: removed at the next session_cleanup.
   bool signed_off = false;
 };
 
-// Returns the entry of a session, which stays the table's, or null.
-session_entry* session_get_entry(std::int32_t session_id);
+class session_table {
+ public:
+  explicit session_table(run_messages& messages) : messages_(messages) {}
 
-// Registers a sign-on and takes over its data (none for a sign-on without
-// data). Changed data for a known session make it be shown and written again.
-// Without memory the sign-on is dropped with a message and the run goes on.
-void session_add_entry(std::int32_t session_id, owned_bytes sign_on);
+  // Returns the entry of a session, which stays the table's, or null.
+  session_entry* session_get_entry(std::int32_t session_id);
 
-// Registers a sign-off; unknown sessions are ignored. Returns 0, or -1 when the
-// sign-off record could not be written (the message has been printed).
-int session_signed_off(std::int32_t session_id);
+  // Registers a sign-on and takes over its data (none for a sign-on without
+  // data). Changed data for a known session make it be shown again. Without
+  // memory the sign-on is dropped with a message and the run goes on. Returns
+  // the entry if it is new or has changed, else null.
+  session_entry* session_add_entry(std::int32_t session_id,
+                                   owned_bytes sign_on);
+
+  // Removes all sessions that have signed off.
+  void session_cleanup();
+
+ private:
+  session_entry* new_entry(std::int32_t session_id);
+
+  static constexpr std::size_t INITIAL_BUCKETS = 128;
+
+  run_messages& messages_;
+  chained_table<session_entry> session_hash_{INITIAL_BUCKETS};
+  recent_entries<session_entry> recent_;
+  std::uint64_t last_sign_on_id_ = 0;
+};
 
 // Store a memo as pending. `text` (taken over) holds `size` bytes and one zero
-// byte more; a size below 1 clears the slot.
+// byte more; a size below 1 clears the slot. Time stamps are seconds since the
+// epoch.
 void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
                              std::int32_t size, std::uint32_t mode,
-                             std::uint32_t timestamp);
+                             std::uint32_t timestamp,
+                             const event_place& place = {});
 void session_set_dbmemo(session_entry& entry, owned_bytes text,
-                        std::int32_t size, std::uint32_t timestamp);
-
-// Removes all sessions that have signed off.
-void session_cleanup();
+                        std::int32_t size, std::uint32_t timestamp,
+                        const event_place& place = {});
 
 #endif  // CHRONEX_UTIL_CHRONEX_TABLES_SESSION_H

@@ -13,23 +13,16 @@
 // return an int return 0, or -1 after a failure that ends the run; the message
 // has been printed.
 
-#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string_view>
 
+#include "util/chronex/tables/event_place.h"
+#include "util/chronex/tables/record_image.h"
+
 struct input_file;
 struct node_entry;
 struct session_entry;
-
-// Where in the inputs something stands.
-struct event_place {
-  // Null: no input is being processed.
-  const input_file* file = nullptr;
-  // Of a forward log the number of the action, of an audit file the number of
-  // the record, from 1; 0 = none yet.
-  std::uint32_t number = 0;
-};
 
 // What asks for a session's sign-on to be shown.
 enum class sign_on_caller { image_operation, memo };
@@ -53,13 +46,12 @@ struct memo_view {
   event_place place{};
 };
 
-// One operation on one record. The images are in clear text, and each as long
-// as the data set's record; null = none.
+// One operation on one record.
 struct image_operation {
   session_entry& session;
   node_entry& node;
-  const std::uint8_t* before = nullptr;
-  const std::uint8_t* after = nullptr;
+  record_image before{};
+  record_image after{};
   // The encrypted items of that image have fill values, for want of a key.
   bool before_sealed = false;
   bool after_sealed = false;
@@ -68,9 +60,6 @@ struct image_operation {
   // OP_UPDATE, OP_PUT or OP_DELETE.
   int op = 0;
   std::uint32_t recno = 0;
-
-  std::span<const std::uint8_t> before_image() const;
-  std::span<const std::uint8_t> after_image() const;
 };
 
 // Something about the inputs that a reader of the trail must know.
@@ -106,12 +95,20 @@ struct trail_notice {
   std::uint32_t found = 0;
   std::uint32_t expected = 0;
   std::uint32_t missing = 0;
-  // What happened, as a sentence without line ends: the message on standard
-  // error without its leading "WARNING: ", or what stands for it.
-  std::string_view text{};
-  // What the later reader of an audit file is told; empty = nothing.
+  // What the later reader of an audit file is told: one of the leads below, and
+  // what happened as a sentence. Empty: nothing.
   std::string_view comment{};
+  // What happened, where there is no comment.
+  std::string_view problem{};
+
+  // The sentence alone.
+  std::string_view text() const;
 };
+
+inline constexpr std::string_view WARNING_LEAD =
+    "WARNING: while the original forward-log was processed, ";
+inline constexpr std::string_view NOTE_LEAD =
+    "NOTE: while the original forward-log was processed, ";
 
 class trail_output {
  public:

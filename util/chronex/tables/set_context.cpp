@@ -1,23 +1,11 @@
-// Schemas of data sets: made from an item list, and shown and written.
+#include "util/chronex/tables/set_context.h"
 
-#include <array>
 #include <climits>
-#include <vector>
+#include <cstring>
 
 #include "common/byte_cursor.h"
-#include "util/chronex/audit_file/audit_format.h"
-#include "util/chronex/audit_file/audit_writer.h"
-#include "util/chronex/report/report.h"
-#include "util/chronex/tables/node.h"
-#include "util/chronex/trail/quiet.h"
 
 namespace {
-
-// What an item takes besides its name, in an item list and in a schema's size
-// as the server counts it; and what a schema takes besides its items.
-constexpr std::size_t LIST_ITEM_SIZE = 10;
-constexpr std::size_t DESCRIPTOR_SIZE = 12;
-constexpr std::size_t CONTEXT_HEAD_SIZE = 8;
 
 // Stored form of a record with encrypted items: key id and initial chaining
 // value stand before the encrypted part, which comes in whole blocks.
@@ -132,74 +120,6 @@ std::unique_ptr<set_context> allocate_set_context(const list_totals& totals) {
   return set;
 }
 
-void report_schema(const node_entry& entry) {
-  print_conditional_newline();
-  report_stream& out = *report.fp;
-  out.put("SCHEMA ");
-  out.put(node_name(entry));
-  out.put(" record size: ");
-  out.put_signed(entry.set->rec_sz);
-  out.put(" bytes\n");
-  if (report.schema_level < 2) return;
-  for (const item_descriptor& item : entry.set->item_list()) {
-    out.put(" '");
-    out.put_c_string(
-        entry.set->names.bytes().subspan(item.name_off, item.name_len));
-    out.put("' type:");
-    out.put(static_cast<char>(item.type));
-    out.put(" count:");
-    out.put_unsigned(item.count);
-    out.put(" size:");
-    out.put_unsigned(item.size);
-    out.put(" fmt:0x");
-    out.put_hex(item.fmt);
-    out.put('\n');
-  }
-}
-
-// Writes one item as it stands in an item list.
-int write_item(const set_context& set, const item_descriptor& item) {
-  std::array<std::uint8_t, 1> head{item.name_len};
-  std::array<std::uint8_t, LIST_ITEM_SIZE - 1> tail{item.type};
-  store_u16(tail.data() + 1, item.count);
-  store_u16(tail.data() + 3, item.size);
-  store_u32(tail.data() + 5, item.fmt);
-  if (audit_write(head) != 0) return -1;
-  if (audit_write(set.names.bytes().subspan(item.name_off, item.name_len)) !=
-      0) {
-    return -1;
-  }
-  return audit_write(tail);
-}
-
-std::span<const std::uint8_t> bytes_of(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-int write_schema(const node_entry& entry) {
-  const set_context& set = *entry.set;
-  // The record has 16 bits for the length of the name.
-  const std::string_view name = node_name2(entry, false).substr(0, UINT16_MAX);
-  std::array<std::uint8_t, audit_node_schema_t::SIZE> head{};
-  audit_node_schema_t{.node_id = static_cast<std::uint32_t>(entry.node_id),
-                      .name_sz = static_cast<std::uint16_t>(name.size()),
-                      .rec_sz = static_cast<std::uint16_t>(set.rec_sz),
-                      .item_cnt = static_cast<std::uint16_t>(set.item_cnt)}
-      .put(head.data());
-  const std::size_t size =
-      head.size() + name.size() + set.names.size() +
-      static_cast<std::size_t>(set.item_cnt) * LIST_ITEM_SIZE;
-  if (audit_write_tag(AUDIT_TAG_SCHEMA, static_cast<std::uint32_t>(size)) !=
-      0) {
-    return -1;
-  }
-  if (audit_write(head) != 0 || audit_write(bytes_of(name)) != 0) return -1;
-  for (const item_descriptor& item : set.item_list()) {
-    if (write_item(set, item) != 0) return -1;
-  }
-  return 0;
-}
-
 }  // namespace
 
 std::string_view set_context::item_name(const item_descriptor& item) const {
@@ -208,20 +128,17 @@ std::string_view set_context::item_name(const item_descriptor& item) const {
 }
 
 std::unique_ptr<set_context> node_create_set_context(
-    std::span<const std::uint8_t> item_list, std::string& problem) {
-  static std::uint64_t last_schema_id = 0;
+    std::span<const std::uint8_t> item_list, std::string& problem,
+    run_messages& messages) {
   list_totals totals;
   if (!measure(item_list, totals, problem)) return nullptr;
   std::unique_ptr<set_context> set = allocate_set_context(totals);
   if (!set) {
-    message_perror("calloc");
-    message("Unable to allocate data set context\n");
+    messages.perror("calloc");
+    messages.print("Unable to allocate data set context\n");
     return nullptr;
   }
   fill_items(item_list, *set);
-  set->schema_id = ++last_schema_id;
-  set->data_sz = static_cast<std::uint32_t>(
-      CONTEXT_HEAD_SIZE + DESCRIPTOR_SIZE * totals.items + totals.name_bytes);
   set->item_cnt = static_cast<std::int16_t>(totals.items);
   set->rec_sz = static_cast<std::int16_t>(totals.record_size());
   set->media_sz = set->rec_sz;
@@ -235,12 +152,4 @@ std::unique_ptr<set_context> node_create_set_context(
         static_cast<std::int32_t>(encrypted + plain + ENCRYPTED_HEAD_SIZE);
   }
   return set;
-}
-
-int write_node_context(node_entry& entry) {
-  if (f_skip_action || !entry.context_pending) return 0;
-  entry.context_pending = false;
-  if (!entry.set) return 0;
-  if (report.fp != nullptr && report.schema_level >= 1) report_schema(entry);
-  return audit_fp != nullptr ? write_schema(entry) : 0;
 }

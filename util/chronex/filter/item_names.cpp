@@ -1,68 +1,43 @@
-#include "util/chronex/report/item_names.h"
+#include "util/chronex/filter/item_names.h"
 
 #include <strings.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <cstdint>
-#include <memory>
 
 #include "common/owned_bytes.h"
-#include "util/chronex/report/report.h"
-
-int has_item_name_list = 0;
 
 namespace {
 
-constexpr std::size_t MAX_ITEM_NAME = 16;
 constexpr std::uint32_t BUCKETS = 17;
-
-struct item_name_entry {
-  std::unique_ptr<item_name_entry> next;
-  // Not terminated: the first `length` bytes count.
-  std::array<char, MAX_ITEM_NAME> name{};
-  int length = 0;
-};
-
-// A chain of any length is taken apart link by link: a chain of owners would
-// otherwise be released by recursion.
-struct name_bucket {
-  std::unique_ptr<item_name_entry> head;
-
-  ~name_bucket() {
-    while (head) head = std::move(head->next);
-  }
-};
-
-std::array<name_bucket, BUCKETS> item_name_hash;
 
 bool is_separator(char character) {
   return character == ',' ||
          std::isspace(static_cast<unsigned char>(character)) != 0;
 }
 
-bool add_name(std::string_view name) {
+}  // namespace
+
+bool item_name_list::add_name(std::string_view name) {
   std::unique_ptr<item_name_entry> entry = try_make<item_name_entry>();
   if (!entry) {
-    message_perror("malloc");
-    message("Unable to allocate item name entry\n");
+    messages_.perror("malloc");
+    messages_.print("Unable to allocate item name entry\n");
     return false;
   }
-  name = name.substr(0, MAX_ITEM_NAME);
+  name = name.substr(0, item_name_entry::MAX_LENGTH);
   std::copy(name.begin(), name.end(), entry->name.begin());
   entry->length = static_cast<int>(name.size());
   ++has_item_name_list;
   std::unique_ptr<item_name_entry>& head =
-      item_name_hash[static_cast<std::size_t>(item_name_key(name))].head;
+      item_name_hash_[static_cast<std::size_t>(item_name_key(name))].head;
   entry->next = std::move(head);
   head = std::move(entry);
   return true;
 }
 
-}  // namespace
-
-bool item_names_add_list(std::string_view list) {
+bool item_name_list::add(std::string_view list) {
   while (!list.empty()) {
     const auto begin = std::find_if_not(list.begin(), list.end(), is_separator);
     const auto end = std::find_if(begin, list.end(), is_separator);
@@ -81,10 +56,10 @@ int item_name_key(std::string_view name) {
   return static_cast<int>(hash % BUCKETS);
 }
 
-int item_name_in_list(std::string_view name) {
+int item_name_list::item_name_in_list(std::string_view name) const {
   if (has_item_name_list == 0) return -1;
   const auto bucket = static_cast<std::size_t>(item_name_key(name));
-  for (const item_name_entry* entry = item_name_hash[bucket].head.get();
+  for (const item_name_entry* entry = item_name_hash_[bucket].head.get();
        entry != nullptr; entry = entry->next.get()) {
     if (static_cast<std::size_t>(entry->length) == name.size() &&
         strncasecmp(entry->name.data(), name.data(), name.size()) == 0) {

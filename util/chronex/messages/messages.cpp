@@ -1,0 +1,33 @@
+#include "util/chronex/messages/messages.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+
+void run_messages::print(const char* format, ...) {
+  let_out();
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vfprintf(stderr, format, arguments);
+  va_end(arguments);
+}
+
+void run_messages::perror(const char* name) {
+  const int error = errno;
+  let_out();
+  errno = error;
+  std::perror(name);
+}
+
+std::string format_text(const char* format, ...) {
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::va_list again;
+  va_copy(again, arguments);
+  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  va_end(arguments);
+  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  return text;
+}

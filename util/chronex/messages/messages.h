@@ -1,0 +1,44 @@
+#ifndef CHRONEX_UTIL_CHRONEX_MESSAGES_MESSAGES_H
+#define CHRONEX_UTIL_CHRONEX_MESSAGES_MESSAGES_H
+
+// The messages of a run on standard error.
+//
+// They must keep their place beside what the run reports on standard output, so
+// whatever was reported before a message is handed to the system first.
+
+#include <functional>
+#include <string>
+#include <utility>
+
+class run_messages {
+ public:
+  run_messages() = default;
+  run_messages(const run_messages&) = delete;
+  run_messages& operator=(const run_messages&) = delete;
+
+  // `let_out` hands out what the run's outputs hold back. It is called before
+  // each message, and by whoever is about to wait or to print a message by
+  // other means.
+  void set_let_out(std::function<void()> let_out) {
+    let_out_ = std::move(let_out);
+  }
+  void let_out() const {
+    if (let_out_) let_out_();
+  }
+
+  // Prints a formatted text as it is.
+  [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
+  // Prints the system error of errno with the name of a file or call before it.
+  void perror(const char* name);
+
+  // The number of -v options.
+  int verbose = 0;
+
+ private:
+  std::function<void()> let_out_;
+};
+
+// A text formatted like printf.
+[[gnu::format(printf, 1, 2)]] std::string format_text(const char* format, ...);
+
+#endif  // CHRONEX_UTIL_CHRONEX_MESSAGES_MESSAGES_H

@@ -1,0 +1,47 @@
+#ifndef CHRONEX_UTIL_CHRONEX_RUN_RUN_H
+#define CHRONEX_UTIL_CHRONEX_RUN_RUN_H
+
+// A run: everything that lives from the command line to the closing of the
+// outputs. Whoever makes one finds every table empty.
+
+#include "util/chronex/audit_file/audit_output.h"
+#include "util/chronex/audit_file/audit_reader.h"
+#include "util/chronex/filter/filter.h"
+#include "util/chronex/filter/item_names.h"
+#include "util/chronex/forward_log/fwlog.h"
+#include "util/chronex/input/charset.h"
+#include "util/chronex/input/scratch.h"
+#include "util/chronex/messages/messages.h"
+#include "util/chronex/report/clear_text_report.h"
+#include "util/chronex/run/inputs.h"
+#include "util/chronex/trail/trail.h"
+
+struct chronex_run {
+  // The outputs are told in this order: the report stands in front.
+  chronex_run() {
+    events.add_output(report);
+    events.add_output(audit);
+    messages.set_let_out([this] { report.report_flush(); });
+  }
+
+  run_messages messages;
+  run_filter filter{messages};
+  item_name_list item_names{messages};
+  trail events{messages, filter};
+  clear_text_report report{messages, item_names};
+  audit_output audit{messages};
+
+  scratch_buffer scratch{messages};
+  fwlog_reader forward_logs{events, scratch};
+  audit_reader audit_files{events, scratch};
+  // The run's character set id, NO_CHARSET until an input header fixes it.
+  int charset_id = NO_CHARSET;
+  // Inputs stay open until the run ends.
+  input_list inputs{messages, charset_id};
+};
+
+// Processes one input by its type. Returns 0, or -1 after a failure that ends
+// the run; its message has been printed.
+int process_input(chronex_run& run, input_file& file);
+
+#endif  // CHRONEX_UTIL_CHRONEX_RUN_RUN_H

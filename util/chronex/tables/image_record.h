@@ -1,0 +1,84 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TABLES_IMAGE_RECORD_H
+#define CHRONEX_UTIL_CHRONEX_TABLES_IMAGE_RECORD_H
+
+// The before-images and markers that wait for the operation they belong to.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "common/chained_table.h"
+#include "common/owned_bytes.h"
+#include "util/chronex/messages/messages.h"
+
+// Operation codes of the forward log.
+inline constexpr int OP_UPDATE = 1;
+inline constexpr int OP_PUT = 3;
+inline constexpr int OP_NEW_RECORD = 4;
+inline constexpr int OP_DELETE = 5;
+
+// The first part of an operation, kept until the operation itself arrives.
+struct image_record {
+  std::unique_ptr<image_record> next;
+  std::uint32_t hash = 0;
+
+  // The key: the value that the forward log gives operation and before-image,
+  // the data set, and the record number.
+  std::uint32_t image_key = 0;
+  std::int32_t node_id = 0;
+  std::uint32_t recno = 0;
+  // The record before the operation, in clear text, as far as the log has it:
+  // the first `before_size` bytes of the buffer. Without `has_before` they are
+  // of no meaning.
+  owned_bytes before;
+  std::size_t before_size = 0;
+  bool has_before = false;
+  // Its encrypted items have fill values, for want of a key.
+  bool sealed = false;
+  // The stored image was too short, as reported.
+  bool known_short = false;
+  // Operation code and time stamp (seconds since the epoch) of this part.
+  int op = 0;
+  std::uint32_t timestamp = 0;
+};
+
+class image_table {
+ public:
+  explicit image_table(run_messages& messages) : messages_(messages) {}
+  image_table(const image_table&) = delete;
+  image_table& operator=(const image_table&) = delete;
+  ~image_table();
+
+  // Finds the record that is pending under this key; it stays the table's. Null
+  // when there is none.
+  image_record* get_image_record(std::uint32_t image_key, std::int32_t node_id,
+                                 std::uint32_t recno);
+
+  // Returns the record pending under this key, or a new one without
+  // before-image. Null, with a message on standard error, when there is no
+  // memory.
+  image_record* add_image_record(std::uint32_t image_key, std::int32_t node_id,
+                                 std::uint32_t recno);
+
+  // Takes the record pending under this key out of the table and hands it over.
+  // Null when there is none.
+  std::unique_ptr<image_record> fetch_image_record(std::uint32_t image_key,
+                                                   std::int32_t node_id,
+                                                   std::uint32_t recno);
+
+  // Gives back a fetched record; its memory serves the next one.
+  void release_image_record(std::unique_ptr<image_record> record);
+
+ private:
+  std::unique_ptr<image_record> new_record();
+
+  static constexpr std::size_t INITIAL_BUCKETS = 1024;
+
+  run_messages& messages_;
+  chained_table<image_record> record_hash_{INITIAL_BUCKETS};
+  // Released records, for the next before-images.
+  std::unique_ptr<image_record> spare_records_;
+  int spare_count_ = 0;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TABLES_IMAGE_RECORD_H

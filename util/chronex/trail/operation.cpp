@@ -1,0 +1,54 @@
+// Record operations on their way to the outputs.
+
+#include "util/chronex/trail/operation.h"
+
+#include <cassert>
+
+#include "util/chronex/trail/trail.h"
+
+char audit_op_of(int op) {
+  switch (op) {
+    case OP_UPDATE:
+      return '1';
+    case OP_PUT:
+      return '2';
+    case OP_DELETE:
+      return '3';
+    default:
+      assert(!"unexpected op");
+      return '\0';
+  }
+}
+
+int trail::write_node_context(node_entry& entry) {
+  if (f_skip_action || !entry.context_pending) return 0;
+  entry.context_pending = false;
+  if (!entry.set) return 0;
+  for (trail_output* output : outputs()) {
+    if (output->schema(entry, place) != 0) return -1;
+  }
+  return 0;
+}
+
+int trail::write_image_op(const image_operation& operation) {
+  if (f_skip_action || !operation.node.set) return 0;
+  const int selected =
+      filter_.select_event({.session = &operation.session,
+                            .node = &operation.node,
+                            .timestamp = operation.timestamp,
+                            .operation = audit_op_of(operation.op),
+                            .record_number = operation.recno,
+                            .before_image = operation.before,
+                            .after_image = operation.after});
+  if (selected != EVENT_SELECTED) return selected;
+  if (write_session_sign_on(operation.session,
+                            sign_on_caller::image_operation) != 0) {
+    return -1;
+  }
+  if (write_node_context(operation.node) != 0) return -1;
+  if (write_pending_session_memo(operation.session) != 0) return -1;
+  for (trail_output* output : outputs()) {
+    if (output->operation(operation, place) != 0) return -1;
+  }
+  return 0;
+}

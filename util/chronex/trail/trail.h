@@ -1,0 +1,117 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_TRAIL_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_TRAIL_H
+
+// What a run knows, and what it does with what happens.
+//
+// The readers register sessions, data sets and pending images in the tables and
+// hand over what happens: sign-offs, memos, operations, notices. The trail
+// filters it and tells the outputs. A session or data set is told only once
+// something of it passes the filter, so that a narrow trail still names every
+// session that took part, and none that did not.
+//
+// Operations that return an int return 0, or -1 after a failure that ends the
+// input file; its message has been printed.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "common/owned_bytes.h"
+#include "util/chronex/filter/filter.h"
+#include "util/chronex/messages/messages.h"
+#include "util/chronex/tables/image_record.h"
+#include "util/chronex/tables/node.h"
+#include "util/chronex/tables/session.h"
+#include "util/chronex/trail/output.h"
+
+// A memo on its way from an input into its session.
+struct memo_event {
+  // The text, followed by one zero byte that `size` does not count; none when
+  // size is 0.
+  owned_bytes text{};
+  std::int32_t size = 0;
+  std::uint32_t mode = 0;
+  // Seconds since the epoch.
+  std::uint32_t timestamp = 0;
+};
+
+class trail {
+ public:
+  // Both are the run's and outlive the trail.
+  trail(run_messages& run_messages, run_filter& filter)
+      : messages(run_messages), filter_(filter) {}
+  trail(const trail&) = delete;
+  trail& operator=(const trail&) = delete;
+
+  run_messages& messages;
+  session_table sessions{messages};
+  node_table nodes{messages};
+  image_table images{messages};
+  // Quiet mode: set while the forward-log reader passes over actions that it
+  // has already processed. Tables are kept up to date as usual, but sign-ons,
+  // sign-offs, schemas and operations go to no output.
+  bool f_skip_action = false;
+  // Where what happens stands.
+  event_place place;
+
+  // Adds an output (at most MAX_OUTPUTS), which stays the caller's and is told
+  // everything from now on, after those that were added before.
+  static constexpr std::size_t MAX_OUTPUTS = 32;
+  void add_output(trail_output& output);
+
+  // The turn of an input begins and ends.
+  int file_begins(const input_file& file);
+  int file_accepted(const input_file& file);
+  void file_ends();
+  // An action or record has been dealt with, whatever came of it.
+  void action_done();
+
+  // Registers a sign-off; unknown sessions are ignored.
+  int session_signed_off(std::int32_t session_id);
+
+  // Makes the memo its session's latest of its kind, whatever the filter says
+  // of it, then filters it and tells it with the session's sign-on. Memos of
+  // other modes than the three are only shown.
+  int process_memo(session_entry& session, memo_event memo);
+
+  // Filters an operation and, if it is selected, tells it after what must come
+  // first: the session's sign-on, the data set's schema, and the session's
+  // memos that were held back.
+  int write_image_op(const image_operation& operation);
+
+  // Tell the outputs what they have not shown yet.
+  int write_session_sign_on(session_entry& entry, sign_on_caller caller);
+  int write_session_sign_off(const session_entry& entry);
+  // One memo if it is pending. A held-back memo is one that an operation
+  // releases.
+  int write_session_memo(const session_entry& entry, memo_slot& slot,
+                         bool held_back);
+  int write_session_dbbegin_end(session_entry& entry);
+  int write_session_dbmemo(session_entry& entry);
+  // Both slots, DBBEGIN/DBEND first, as held back.
+  int write_pending_session_memo(session_entry& entry);
+  // A node's schema if that is still due.
+  int write_node_context(node_entry& entry);
+
+  // Tells the outputs of something about the inputs, at the present place. An
+  // output that cannot take it ends the run (run_failed).
+  void notice(trail_notice what);
+  // The same for a notice that is no more than its audit comment.
+  void notice(notice_kind kind, const std::string& comment);
+  // Hands on the comment of an audit file.
+  int comment(std::string_view text);
+
+ private:
+  std::span<trail_output* const> outputs() const {
+    return std::span(output_slots_).first(output_count_);
+  }
+  int tell_memo(const memo_view& memo);
+
+  run_filter& filter_;
+  std::array<trail_output*, MAX_OUTPUTS> output_slots_{};
+  std::size_t output_count_ = 0;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_TRAIL_H
