@@ -129,6 +129,7 @@ bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
   if ((settings & RUN_NO_AUDIT) == 0) {
     fuzz_check(run->audit.stream.audit_open(false, 0) == 0,
                "the audit file can be opened");
+    run->events.add_output(run->audit);
   }
 
   std::array<char*, FUZZ_MAX_FILES> operands{};

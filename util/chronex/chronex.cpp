@@ -58,7 +58,11 @@ int open_audit_output(chronex_run& run, const command_line& options) {
                           run.messages) != 0) {
     return -1;
   }
-  return audit.audit_open(options.audit_to_stdout, options.compress_count);
+  if (audit.audit_open(options.audit_to_stdout, options.compress_count) != 0) {
+    return -1;
+  }
+  run.events.add_output(run.audit);
+  return 0;
 }
 
 int process_files(chronex_run& run) {
@@ -78,6 +82,7 @@ int run_steps(int argc, char* argv[], chronex_run& run,
   if (options.crypt_flag && ko_mkey_init() != 0) return EXIT_ERROR;
   if (open_audit_output(run, options) != 0) return EXIT_ERROR;
   options_apply_to_report(options, run, standard_output);
+  run.events.watched = isatty(STDOUT_FILENO) == 1;
 
   if (run.inputs.open(options.operands) != 0) return EXIT_ERROR;
   if (run.audit.stream.audit_fp != nullptr &&

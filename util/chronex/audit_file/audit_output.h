@@ -1,8 +1,7 @@
 #ifndef CHRONEX_UTIL_CHRONEX_AUDIT_FILE_AUDIT_OUTPUT_H
 #define CHRONEX_UTIL_CHRONEX_AUDIT_FILE_AUDIT_OUTPUT_H
 
-// The audit file, as an output of the trail. While its stream is not open,
-// nothing is written.
+// The audit file, as an output of the trail. Its stream must be open.
 
 #include "util/chronex/audit_file/audit_stream.h"
 #include "util/chronex/messages/messages.h"
@@ -33,7 +32,6 @@ class audit_output final : public trail_output {
   int notice(const trail_notice& notice) override;
 
  private:
-  bool is_open() const { return stream.audit_fp != nullptr; }
   int write_item(const set_context& set, const item_descriptor& item);
   int audit_write_comment(std::string_view text);
 

@@ -53,8 +53,7 @@ int run_filter::setup_filter_expr() {
   return 0;
 }
 
-int run_filter::select_event(const filter_context& context) {
-  if (!has_filter_expr) return EVENT_SELECTED;
+int run_filter::evaluate(const filter_context& context) {
   const int result = expr_eval(&filter_expr, context);
   if (result == EXPR_HOLDS) return EVENT_SELECTED;
   if (result == EXPR_FAILS) return EVENT_REJECTED;

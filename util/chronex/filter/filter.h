@@ -33,13 +33,16 @@ class run_filter {
   // Applies the filter to an event: EVENT_SELECTED (also when there is no
   // filter), EVENT_REJECTED, or -1 when it could not be evaluated; the message
   // has been printed.
-  int select_event(const filter_context& context);
+  int select_event(const filter_context& context) {
+    return has_filter_expr ? evaluate(context) : EVENT_SELECTED;
+  }
 
   // The compiled expression, to be evaluated only if the flag is set.
   compiled_expr filter_expr;
   bool has_filter_expr = false;
 
  private:
+  int evaluate(const filter_context& context);
   int store_text(const char* text);
   void print_no_memory(const char* call);
 

@@ -76,10 +76,8 @@ int dispatch(std::uint8_t fw_tag, const fw_action& action) {
   }
 }
 
-}  // namespace
-
-int fwlog_reader::process_action(input_file& file) {
-  fw_action action{.reader = *this, .file = file};
+int process_action(fwlog_reader& reader, input_file& file) {
+  fw_action action{.reader = reader, .file = file};
   const std::uint8_t* tag = file.stream.take(1);
   if (tag == nullptr) return fw_short_read(action, "next tag opcode");
   const std::uint8_t fw_tag = *tag;
@@ -87,10 +85,12 @@ int fwlog_reader::process_action(input_file& file) {
   if (fw_pfx == nullptr) return fw_short_read(action, "next tag header");
   action.number = load_u32(fw_pfx);
   action.timestamp = load_u32(fw_pfx + 4);
-  events.place.number = action.number;
-  numbers.check_action(file, action.number);
+  reader.events.place.number = action.number;
+  reader.numbers.check_action(file, action.number);
   return dispatch(fw_tag, action);
 }
+
+}  // namespace
 
 int fwlog_reader::fwlog_process_file(input_file& file) {
   if (events.file_begins(file) != 0) return FILE_FAILED;
@@ -99,7 +99,7 @@ int fwlog_reader::fwlog_process_file(input_file& file) {
   if (!numbers.accept_file(file)) return FILE_DONE;
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
-    result = process_action(file);
+    result = process_action(*this, file);
     events.action_done();
   }
   // What follows this file is no repeat of it.

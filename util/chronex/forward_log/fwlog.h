@@ -24,9 +24,6 @@ class fwlog_reader {
   trail& events;
   scratch_buffer& scratch;
   continuity numbers;
-
- private:
-  int process_action(input_file& file);
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H

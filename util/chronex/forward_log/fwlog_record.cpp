@@ -58,36 +58,31 @@ const node_entry* database_of(const node_entry& node) {
   return node.table->node_get_entry(node.db_node_id);
 }
 
-// The record after an operation, in clear text.
-struct after_image {
-  // The operation can be shown; otherwise it is passed over.
-  bool usable = false;
-  record_image image{};
-  // Its encrypted items have fill values.
-  bool sealed = false;
-};
-
-after_image decode_after_image(const fw_action& action, const node_entry& node,
-                               byte_run stored) {
-  const set_context& set = *node.set;
+// Gives the operation the record after it, in clear text. False when that is
+// not to be had; the operation is then passed over.
+bool decode_after_image(const fw_action& action, byte_run stored,
+                        image_operation& operation) {
+  const set_context& set = *operation.node.set;
   const auto expected = static_cast<std::size_t>(set.media_sz);
   const node_entry* database = nullptr;
   if (is_encrypted(set)) {
-    database = database_of(node);
-    if (database == nullptr) return {};
+    database = database_of(operation.node);
+    if (database == nullptr) return false;
   }
   if (stored.size() < expected) {
     action.reader.numbers.report_short_image(action.file, "record image",
                                              stored.size(), expected);
-    return {};
+    return false;
   }
   const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
-  if (!is_encrypted(set)) return {true, stored.first(rec_sz)};
+  operation.after = stored.first(rec_sz);
+  if (!is_encrypted(set)) return true;
   const std::span<std::uint8_t> plain =
       action.reader.scratch.get_buffer(static_cast<std::uint32_t>(rec_sz));
-  const bool deciphered =
-      node_decrypt_record(database->keys.get(), set, plain, stored);
-  return {true, plain, !deciphered};
+  operation.after_sealed =
+      !node_decrypt_record(database->keys.get(), set, plain, stored);
+  operation.after = plain;
+  return true;
 }
 
 // The operation that is reported when a first part was waiting for it.
@@ -122,24 +117,17 @@ bool fit_before_image(const fw_action& action, image_record& pending,
   return true;
 }
 
+// Joins the operation with its first part, if one is waiting, and hands it on.
 int write_operation(const fw_action& action, const record_header& header,
-                    session_entry& session, node_entry& node,
-                    std::uint32_t recno, int op, const after_image& after) {
+                    image_operation& operation) {
   trail& events = action.events();
-  std::unique_ptr<image_record> pending =
-      events.images.fetch_image_record(header.image_key, header.node_id, recno);
-  image_operation operation{.session = session,
-                            .node = node,
-                            .after = after.image,
-                            .after_sealed = after.sealed,
-                            .timestamp = action.timestamp,
-                            .op = op,
-                            .recno = recno};
+  std::unique_ptr<image_record> pending = events.images.fetch_image_record(
+      header.image_key, header.node_id, operation.recno);
   if (!pending) return events.write_image_op(operation);
   operation.timestamp = pending->timestamp;
-  operation.op = reported_op(*pending, op);
+  operation.op = reported_op(*pending, operation.op);
   if (pending->has_before) {
-    const auto rec_sz = static_cast<std::size_t>(node.set->rec_sz);
+    const auto rec_sz = static_cast<std::size_t>(operation.node.set->rec_sz);
     if (!fit_before_image(action, *pending, rec_sz)) return FILE_FAILED;
     operation.before = pending->before.bytes().first(rec_sz);
     operation.before_sealed = pending->sealed;
@@ -172,24 +160,27 @@ int process_operation(const fw_action& action, const record_header& header,
         action.file, "record operation", data.size(), FW_OPERATION_HEAD_SIZE);
     return ACTION_DONE;
   }
-  const std::uint32_t recno = load_u32(data.data() + 8);
-  const int op = data[16];
-  after_image after;
-  switch (op) {
+  image_operation operation{.session = *session,
+                            .node = *node,
+                            .timestamp = action.timestamp,
+                            .op = data[16],
+                            .recno = load_u32(data.data() + 8)};
+  switch (operation.op) {
     case OP_UPDATE:
     case OP_PUT:
-      after = decode_after_image(action, *node,
-                                 data.subspan(FW_OPERATION_HEAD_SIZE));
-      if (!after.usable) return ACTION_DONE;
+      if (!decode_after_image(action, data.subspan(FW_OPERATION_HEAD_SIZE),
+                              operation)) {
+        return ACTION_DONE;
+      }
       break;
     case OP_NEW_RECORD:
-      return mark_new_record(action, header, recno);
+      return mark_new_record(action, header, operation.recno);
     case OP_DELETE:
       break;
     default:
       return ACTION_DONE;
   }
-  return write_operation(action, header, *session, *node, recno, op, after);
+  return write_operation(action, header, operation);
 }
 
 // Deciphers a stored before-image into `plain` (the record size). What is

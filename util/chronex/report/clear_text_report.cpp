@@ -1,7 +1,5 @@
 #include "util/chronex/report/clear_text_report.h"
 
-#include <unistd.h>
-
 #include "util/chronex/input/charset.h"
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/report/hexdump.h"
@@ -37,11 +35,7 @@ void clear_text_report::report_flush() {
   if (report.fp != nullptr) report.fp->flush();
 }
 
-void clear_text_report::action_done() {
-  if (!watched_known_) watched_ = isatty(STDOUT_FILENO) == 1;
-  watched_known_ = true;
-  if (watched_) report_flush();
-}
+void clear_text_report::action_done() { report_flush(); }
 
 void clear_text_report::file_ends() { report_flush(); }
 

@@ -58,9 +58,6 @@ class clear_text_report final : public trail_output {
   record_dump dump_;
   local_time local_time_;
   bool first_entry_ = true;
-  // Someone watches: standard output is a terminal.
-  bool watched_known_ = false;
-  bool watched_ = false;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_REPORT_CLEAR_TEXT_REPORT_H

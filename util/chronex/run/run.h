@@ -17,10 +17,9 @@
 #include "util/chronex/trail/trail.h"
 
 struct chronex_run {
-  // The outputs are told in this order: the report stands in front.
+  // The report stands in front of all other outputs.
   chronex_run() {
     events.add_output(report);
-    events.add_output(audit);
     messages.set_let_out([this] { report.report_flush(); });
   }
 

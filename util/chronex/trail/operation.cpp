@@ -30,6 +30,22 @@ int trail::write_node_context(node_entry& entry) {
   return 0;
 }
 
+// Most operations find that all of it was told before.
+int trail::write_prerequisites(const image_operation& operation) {
+  session_entry& session = operation.session;
+  const std::uint32_t all = (std::uint32_t{1} << output_count_) - 1;
+  if (session.shown_by != all &&
+      write_session_sign_on(session, sign_on_caller::image_operation) != 0) {
+    return -1;
+  }
+  if (operation.node.context_pending &&
+      write_node_context(operation.node) != 0) {
+    return -1;
+  }
+  if (!session.dbbegin_end.pending && !session.dbmemo.pending) return 0;
+  return write_pending_session_memo(session);
+}
+
 int trail::write_image_op(const image_operation& operation) {
   if (f_skip_action || !operation.node.set) return 0;
   const int selected =
@@ -41,12 +57,7 @@ int trail::write_image_op(const image_operation& operation) {
                             .before_image = operation.before,
                             .after_image = operation.after});
   if (selected != EVENT_SELECTED) return selected;
-  if (write_session_sign_on(operation.session,
-                            sign_on_caller::image_operation) != 0) {
-    return -1;
-  }
-  if (write_node_context(operation.node) != 0) return -1;
-  if (write_pending_session_memo(operation.session) != 0) return -1;
+  if (write_prerequisites(operation) != 0) return -1;
   for (trail_output* output : outputs()) {
     if (output->operation(operation, place) != 0) return -1;
   }

@@ -148,7 +148,8 @@ class trail_output {
   virtual int comment(std::string_view /*text*/, const event_place& /*place*/) {
     return 0;
   }
-  // An action or record has been dealt with, whatever came of it.
+  // An action or record has been dealt with, whatever came of it. Told only
+  // where someone watches the outputs as they grow.
   virtual void action_done() {}
   // An input has been processed as far as it goes.
   virtual void file_ends() {}

@@ -29,7 +29,7 @@ void trail::file_ends() {
   for (trail_output* output : outputs()) output->file_ends();
 }
 
-void trail::action_done() {
+void trail::tell_action_done() {
   for (trail_output* output : outputs()) output->action_done();
 }
 

@@ -58,15 +58,19 @@ class trail {
 
   // Adds an output (at most MAX_OUTPUTS), which stays the caller's and is told
   // everything from now on, after those that were added before.
-  static constexpr std::size_t MAX_OUTPUTS = 32;
+  static constexpr std::size_t MAX_OUTPUTS = 31;
   void add_output(trail_output& output);
 
   // The turn of an input begins and ends.
   int file_begins(const input_file& file);
   int file_accepted(const input_file& file);
   void file_ends();
-  // An action or record has been dealt with, whatever came of it.
-  void action_done();
+  // An action or record has been dealt with, whatever came of it. The outputs
+  // are told only while someone watches them.
+  bool watched = false;
+  void action_done() {
+    if (watched) tell_action_done();
+  }
 
   // Registers a sign-off; unknown sessions are ignored.
   int session_signed_off(std::int32_t session_id);
@@ -107,7 +111,9 @@ class trail {
   std::span<trail_output* const> outputs() const {
     return std::span(output_slots_).first(output_count_);
   }
+  void tell_action_done();
   int tell_memo(const memo_view& memo);
+  int write_prerequisites(const image_operation& operation);
 
   run_filter& filter_;
   std::array<trail_output*, MAX_OUTPUTS> output_slots_{};
