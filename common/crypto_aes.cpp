@@ -4,7 +4,7 @@
 
 #include "common/crypto_api.h"
 #include "common/crypto_map.h"
-#include "common/owned_bytes.h"
+#include "common/key_memory.h"
 #include "common/wipe.h"
 
 namespace {
@@ -62,14 +62,14 @@ const aes_schedule_t* decryption_schedule(const aes_key_t* aes_key_p) {
 
 void aes_key_releaser::operator()(aes_key_t* aes_key_p) const noexcept {
   ko_enc__unset_aes_key(aes_key_p);
-  std::default_delete<aes_key_t>()(aes_key_p);
+  key_memory_releaser<aes_key_t>()(aes_key_p);
 }
 
 aes_key_ptr ko_enc__set_aes_key(std::span<const std::uint8_t> key,
                                 std::uint32_t mode) {
   // Silent when a load was attempted before; what is missing shows below.
   static_cast<void>(ko_enc__load(nullptr));
-  aes_key_ptr aes_key(try_make<aes_key_t>().release());
+  aes_key_ptr aes_key(try_make_key<aes_key_t>().release());
   if (aes_key == nullptr) {
     std::fprintf(stderr, "Failed to allocate AES key (%d bytes)\n",
                  static_cast<int>(sizeof(aes_key_t)));

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "common/crypto_map.h"
-#include "common/wipe.h"
 
 namespace {
 
@@ -271,7 +270,5 @@ void ko_enc__cleanup() {
 
 void ko_enc__cleanup_key_data(std::unique_ptr<key_data_t>* key_data_pp) {
   if (key_data_pp == nullptr || *key_data_pp == nullptr) return;
-  owned_bytes& data = (*key_data_pp)->data;
-  wipe(data.data(), data.size());
   key_data_pp->reset();
 }

@@ -21,7 +21,7 @@
 #include <memory>
 #include <span>
 
-#include "common/owned_bytes.h"
+#include "common/key_memory.h"
 
 // ---------------------------------------------------------------- the library
 
@@ -69,7 +69,7 @@ struct aes_key_t {
   aes_schedule_t second;  // for encryption if `mode` is 3, else all zero
 };
 
-// Wipes and frees an AES key.
+// Wipes and frees an AES key, which lies in key memory.
 struct aes_key_releaser {
   void operator()(aes_key_t* aes_key_p) const noexcept;
 };
@@ -109,7 +109,7 @@ void ko_enc__aes_decrypt(const aes_key_t* aes_key_p,
 // Key bytes of any kind, for example an encoded private key.
 struct key_data_t {
   std::uint32_t size = 0;  // bytes of `data` in use
-  owned_bytes data;
+  key_bytes data;
 };
 
 // Wipes the key bytes, frees the record and leaves the pointer null. Both the

@@ -14,17 +14,18 @@ inline constexpr std::uint8_t WIPE_BYTE = 0x55;
 void wipe(void* memory, std::size_t size,
           std::uint8_t fill = WIPE_BYTE) noexcept;
 
-// Wipes the unused part of the stack, where calls that handled key material may
-// have left copies of registers. To be called from a function that stays on the
-// stack when those calls have returned.
-void wipe_unused_stack() noexcept;
+// Wipes what calls that handled key material may have left behind: the unused
+// part of the stack, where registers were saved, and the vector registers,
+// which copies of keys pass through. To be called from a function that stays on
+// the stack when those calls have returned.
+void wipe_traces() noexcept;
 
 // Does that at the end of the enclosing block.
-struct unused_stack_guard {
-  unused_stack_guard() = default;
-  ~unused_stack_guard() { wipe_unused_stack(); }
-  unused_stack_guard(const unused_stack_guard&) = delete;
-  unused_stack_guard& operator=(const unused_stack_guard&) = delete;
+struct trace_guard {
+  trace_guard() = default;
+  ~trace_guard() { wipe_traces(); }
+  trace_guard(const trace_guard&) = delete;
+  trace_guard& operator=(const trace_guard&) = delete;
 };
 
 // Wipes a piece of memory at the end of the enclosing block, whichever way the

@@ -7,7 +7,7 @@
 #include "common/crypto_api.h"
 #include "common/ko_log.h"
 #include "common/md5.h"
-#include "common/wipe.h"
+#include "common/owned_bytes.h"
 
 namespace {
 
@@ -223,14 +223,11 @@ key_buffer::key_buffer(key_buffer&& other) noexcept
 
 key_buffer& key_buffer::operator=(key_buffer&& other) noexcept {
   if (this == &other) return *this;
-  wipe(data.data(), data.size());
   type = std::exchange(other.type, MKEY_TYPE_CHECK);
   sz = std::exchange(other.sz, 0);
   data = std::move(other.data);
   return *this;
 }
-
-key_buffer::~key_buffer() { wipe(data.data(), data.size()); }
 
 bool key_buffer::assign(std::uint32_t key_type,
                         std::span<const std::uint8_t> key_bytes) noexcept {

@@ -18,7 +18,7 @@
 #include <memory>
 #include <span>
 
-#include "common/owned_bytes.h"
+#include "common/key_memory.h"
 
 inline constexpr std::size_t MKEY_CHECK_SIZE = 16;
 
@@ -32,19 +32,19 @@ inline constexpr std::uint32_t MKEY_TYPE_AES = 2;
 inline constexpr std::uint32_t MKEY_ACTIVE = 0;
 inline constexpr std::uint32_t MKEY_INCOMPLETE = 1;
 
-// A check value, a master key or a part of one. It owns its bytes and wipes
-// them when it lets go of them.
+// A check value, a master key or a part of one. It owns its bytes, which lie in
+// key memory and are wiped when it lets go of them.
 struct key_buffer {
   std::uint32_t type = MKEY_TYPE_CHECK;
   std::uint32_t sz = 0;  // bytes in `data`
-  owned_bytes data;
+  key_bytes data;
 
   key_buffer() = default;
   key_buffer(key_buffer&& other) noexcept;
   key_buffer& operator=(key_buffer&& other) noexcept;
   key_buffer(const key_buffer&) = delete;
   key_buffer& operator=(const key_buffer&) = delete;
-  ~key_buffer();
+  ~key_buffer() = default;
 
   // Replaces the contents by a copy of `key_bytes` (less than 4 GiB). Returns
   // false when there is no memory; the buffer is then empty, with type 0.

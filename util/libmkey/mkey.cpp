@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/crypto_api.h"
+#include "common/key_memory.h"
 #include "common/same_text.h"
 #include "common/wipe.h"
 #include "server/misc/keyutil.h"
@@ -30,16 +31,16 @@ constexpr std::size_t MAX_KEY_IDS = 6;
 // after everything that holds key material has been left and wiped.
 enum class outcome { DONE, FAILED, ENDED };
 
-// A decrypted master key or part of one, and the room to decrypt it in.
-struct plain_key {
+// A passphrase, and the master key or part of one that it decrypts. To be made
+// in key memory.
+struct unlock_secrets {
+  passphrase_text passphrase{};
   std::array<std::uint8_t, 48 + MAX_CIPHER_BLOCK> buffer{};
-  std::size_t size = 0;
+  std::size_t size = 0;  // bytes of `buffer` in use
 
-  plain_key() = default;
-  plain_key(const plain_key&) = delete;
-  plain_key& operator=(const plain_key&) = delete;
-  ~plain_key() { wipe(buffer.data(), buffer.size()); }
-  std::span<const std::uint8_t> bytes() const { return {buffer.data(), size}; }
+  std::span<const std::uint8_t> plain_key() const {
+    return {buffer.data(), size};
+  }
 };
 
 // Splits a list of names. Each name begins at a character other than a blank
@@ -81,19 +82,18 @@ outcome report_key_size(std::size_t size) {
 // Asks for the passphrase until it decrypts the key.
 outcome decrypt_with_passphrase(const std::string& id, const key_data& k,
                                 const cipher_settings& k_ctx, bool use_stdio,
-                                plain_key& plain) {
+                                unlock_secrets& secrets) {
   while (true) {
-    passphrase_text passphrase{};
-    const wipe_guard passphrase_guard(passphrase.data(), passphrase.size());
-    if (!tty_ask_passphrase(id.c_str(), use_stdio, passphrase) ||
-        !decrypt_key(k_ctx, passphrase.data(), k.encrypted(), plain.buffer,
-                     plain.size)) {
+    if (!tty_ask_passphrase(id.c_str(), use_stdio, secrets.passphrase) ||
+        !decrypt_key(k_ctx, secrets.passphrase.data(), k.encrypted(),
+                     secrets.buffer, secrets.size)) {
       return outcome::ENDED;
     }
-    if (!is_key_size(plain.size)) return report_key_size(plain.size);
-    if (verify_key(k, plain.bytes())) return outcome::DONE;
+    if (!is_key_size(secrets.size)) return report_key_size(secrets.size);
+    if (verify_key(k, secrets.plain_key())) return outcome::DONE;
     std::fputs("Bad passphrase -- failed\n", stderr);
-    wipe(plain.buffer.data(), plain.buffer.size());
+    wipe(&secrets, sizeof secrets);
+    wipe_traces();
   }
 }
 
@@ -133,11 +133,15 @@ outcome unlock_key(const std::vector<std::string>& files, const std::string& id,
     std::fprintf(stderr, "%s: Unsupported cipher argument\n", cipher.data());
     return outcome::ENDED;
   }
-  plain_key plain;
+  const key_ptr<unlock_secrets> secrets = try_make_key<unlock_secrets>();
+  if (secrets == nullptr) {
+    std::fputs("Memory allocation failed\n", stderr);
+    return outcome::FAILED;
+  }
   const outcome decrypted =
-      decrypt_with_passphrase(id, k, k_ctx, use_stdio, plain);
+      decrypt_with_passphrase(id, k, k_ctx, use_stdio, *secrets);
   if (decrypted != outcome::DONE) return decrypted;
-  return add_key(id, k, plain.bytes());
+  return add_key(id, k, secrets->plain_key());
 }
 
 outcome unlock_keys(const char* file_list, const char* id_list,
@@ -160,6 +164,7 @@ outcome unlock_keys(const char* file_list, const char* id_list,
   }
   for (const std::string& id : *ids) {
     const outcome result = unlock_key(*files, id, use_stdio);
+    wipe_traces();
     if (result != outcome::DONE) return result;
   }
   return outcome::DONE;
@@ -185,7 +190,6 @@ int ko_mkey_enable(const char* files, const char* ids, bool use_stdio) {
   }
   const outcome result =
       unlock_keys(files != nullptr ? files : DEFAULT_KEY_FILE, ids, use_stdio);
-  wipe_unused_stack();
   if (result == outcome::ENDED) std::exit(EXIT_FAILURE);
   return result == outcome::DONE ? 0 : -1;
 }

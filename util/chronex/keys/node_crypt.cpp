@@ -9,6 +9,7 @@
 
 #include "common/byte_cursor.h"
 #include "common/crypto_api.h"
+#include "common/key_memory.h"
 #include "common/md5.h"
 #include "common/owned_bytes.h"
 #include "common/wipe.h"
@@ -37,7 +38,7 @@ struct key_entry {
   std::uint16_t type = 0;
   std::uint16_t key_len = 0;
   // The usable key: plain bytes for XOR, a key object for AES.
-  owned_bytes xor_key;
+  key_bytes xor_key;
   aes_key_ptr aes_key;
 };
 
@@ -345,7 +346,7 @@ db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
   }
   db_key_context_ptr context = allocate_context(entry_count, trail.messages);
   if (!context) return context;
-  const unused_stack_guard stack_guard;
+  const trace_guard traces;
   // The crypto layer prints its messages itself.
   trail.messages.let_out();
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
@@ -363,12 +364,8 @@ db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
 }
 
 void node_cleanup_db_key_context(db_key_context* context) {
-  const std::unique_ptr<db_key_context> released(context);
-  if (!released) return;
-  // An AES key object wipes itself when it is released.
-  for (key_entry& entry : std::span(released->entries.get(), released->count)) {
-    if (entry.xor_key) wipe(entry.xor_key.data(), entry.xor_key.size());
-  }
+  // The keys wipe themselves when they are released.
+  std::default_delete<db_key_context>()(context);
 }
 
 bool node_decrypt_record(const db_key_context* context, const set_context& set,

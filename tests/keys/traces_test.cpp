@@ -1,0 +1,73 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+
+#include "common/wipe.h"
+
+namespace {
+
+#if defined(__x86_64__)
+
+// Fills both halves of a vector register, as a copied key does.
+[[gnu::noinline]] void fill_wide_register() {
+  asm("movabs $0x5ec2e7b175da11e5, %rax\n"
+      "movq %rax, %xmm7\n"
+      "vinserti128 $1, %xmm7, %ymm7, %ymm7\n");
+}
+[[gnu::noinline]] void fill_register() {
+  asm("movabs $0x5ec2e7b175da11e5, %rax\n"
+      "movq %rax, %xmm7\n");
+}
+
+std::array<std::uint8_t, std::size_t{1} << 16U> signal_stack;
+volatile int found = 0;
+
+// The system has saved all registers on the signal's stack.
+void count_pattern(int /*signal_number*/) {
+  constexpr std::array<std::uint8_t, 8> REVERSED = {0x5e, 0xc2, 0xe7, 0xb1,
+                                                    0x75, 0xda, 0x11, 0xe5};
+  int count = 0;
+  for (auto place = signal_stack.begin();
+       place + REVERSED.size() <= signal_stack.end(); ++place) {
+    if (std::equal(REVERSED.rbegin(), REVERSED.rend(), place)) ++count;
+  }
+  found = count;
+}
+
+// How often the pattern is in the vector registers; the general ones have been
+// used for something else in between.
+int count_in_registers() {
+  std::raise(SIGUSR1);
+  return found;
+}
+
+TEST(traces, vector_registers_are_cleared_in_their_full_width) {
+  const stack_t stack{.ss_sp = signal_stack.data(),
+                      .ss_flags = 0,
+                      .ss_size = signal_stack.size()};
+  ASSERT_EQ(sigaltstack(&stack, nullptr), 0);
+  struct sigaction action {};
+  action.sa_handler = count_pattern;
+  action.sa_flags = SA_ONSTACK;
+  ASSERT_EQ(sigaction(SIGUSR1, &action, nullptr), 0);
+  const bool is_wide = __builtin_cpu_supports("avx2");
+  for (const bool wiped : {false, true}) {
+    signal_stack.fill(0);
+    if (is_wide) {
+      fill_wide_register();
+    } else {
+      fill_register();
+    }
+    if (wiped) wipe_traces();
+    const int expected = is_wide ? 2 : 1;
+    EXPECT_EQ(count_in_registers(), wiped ? 0 : expected) << wiped;
+  }
+}
+
+#endif
+
+}  // namespace
