@@ -9,7 +9,7 @@ gtest_discover_tests(ini_test)
 add_executable(mkey_probe mkey_probe.cpp)
 target_link_libraries(mkey_probe PRIVATE mkey keyutil common)
 
-add_executable(mkey_test mkey_test.cpp)
+add_executable(mkey_test mkey_test.cpp prompt_test.cpp)
 target_compile_definitions(mkey_test PRIVATE
   MKEY_PROBE="$<TARGET_FILE:mkey_probe>"
   MAKE_KEY_FILE="${CMAKE_CURRENT_SOURCE_DIR}/make_key_file.sh")
