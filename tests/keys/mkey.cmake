@@ -6,8 +6,10 @@ add_executable(ini_test ini_test.cpp)
 target_link_libraries(ini_test PRIVATE mkey run_program GTest::gtest_main)
 gtest_discover_tests(ini_test)
 
-add_executable(mkey_probe mkey_probe.cpp)
+add_executable(mkey_probe mkey_probe.cpp memory_scan.cpp)
 target_link_libraries(mkey_probe PRIVATE mkey keyutil common)
+# As the program is linked.
+target_link_options(mkey_probe PRIVATE -Wl,-z,relro,-z,now)
 
 add_executable(mkey_test mkey_test.cpp prompt_test.cpp)
 target_compile_definitions(mkey_test PRIVATE

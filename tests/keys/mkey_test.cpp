@@ -1,20 +1,16 @@
 // The unlock as a user meets it: a probe program on a pseudo-terminal, with the
 // keys of a key file that the openssl command has made.
 
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
 
-#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "tests/keys/terminal.h"
 #include "tests/support/run_program.h"
 
 namespace {
@@ -34,27 +30,6 @@ struct outcome {
   int status = -1;
 };
 
-bool echo_is_on(int terminal) {
-  termios settings{};
-  EXPECT_EQ(tcgetattr(terminal, &settings), 0);
-  return (settings.c_lflag & ECHO) != 0;
-}
-
-// Reads what the terminal shows up to a line that asks for a reply.
-bool await_prompt(int terminal, std::string& shown) {
-  std::string text;
-  pollfd wait{.fd = terminal, .events = POLLIN, .revents = 0};
-  while (!text.ends_with(":\r\n") && !text.ends_with("again\r\n")) {
-    std::array<char, 512> buffer{};
-    if (poll(&wait, 1, 20000) <= 0) return false;
-    const ssize_t size = read(terminal, buffer.data(), buffer.size());
-    if (size <= 0) return false;
-    text.append(buffer.data(), static_cast<std::size_t>(size));
-  }
-  shown += text;
-  return true;
-}
-
 class mkey : public testing::Test {
  protected:
   mkey() { EXPECT_EQ(shell(MAKE_KEY_FILE " >kodb.key"), 0); }
@@ -65,10 +40,10 @@ class mkey : public testing::Test {
   }
 
   // Runs the probe on a terminal of its own. A prompt is answered by a text, or
-  // by SIGTERM when the text is empty. Echo must be off at every prompt and on
-  // in the end.
+  // by SIGTERM when the text is empty, or by SIGUSR1 and a text when it begins
+  // with '!'. Echo must be off at every prompt and on in the end.
   outcome run(const char* ids, const std::vector<std::string>& replies,
-              const char* files = nullptr) const {
+              const char* files = nullptr, const char* option = "") const {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
@@ -76,17 +51,22 @@ class mkey : public testing::Test {
       for (const char* name : {"KO_MKEYID", "KO_MKEYFILE"}) unsetenv(name);
       if (ids != nullptr) setenv("KO_MKEYID", ids, 1);
       if (files != nullptr) setenv("KO_MKEYFILE", files, 1);
-      const std::string command =
-          "cd " + dir_.path("") + " && exec " MKEY_PROBE " >stdout 2>stderr";
+      const std::string command = "cd " + dir_.path("") +
+                                  " && exec " MKEY_PROBE " " + option +
+                                  " >stdout 2>stderr";
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
       _exit(99);
     }
     outcome result;
-    for (const std::string& reply : replies) {
+    for (std::string reply : replies) {
       if (!await_prompt(terminal, result.tty)) break;
       EXPECT_FALSE(echo_is_on(terminal));
       if (reply.empty()) kill(child, SIGTERM);
-      EXPECT_GE(write(terminal, reply.data(), reply.size()), 0);
+      if (reply.starts_with('!')) {
+        kill(child, SIGUSR1);
+        reply.erase(0, 1);
+      }
+      type(terminal, reply);
     }
     int status = 0;
     EXPECT_EQ(waitpid(child, &status, 0), child);
@@ -159,6 +139,27 @@ TEST_F(mkey, end_of_input_and_signals) {
              BAD + "Trapped signal #2 -- exiting\n");
   expect_run("compat", {"wrong\n", ""}, 128 + SIGTERM,
              BAD + "Trapped signal #15 -- exiting\n");
+}
+
+// "found" is how often in guarded memory, and elsewhere: the halves of the
+// master key, a passphrase, and the key made from one.
+TEST_F(mkey, secrets_are_in_guarded_memory_only_and_no_longer_than_needed) {
+  const outcome result =
+      run("aes:aes256:compat",
+          {"!wrong\n", "!secret of aes\n", "!secret of aes256\n"}, nullptr,
+          "-scan");
+  EXPECT_EQ(result.text,
+            "found 0/0 0/0 0/0 0/0\n" + BAD +
+                "found 0/0 0/0 0/0 0/0\n"
+                "aes: Master key activated\n"
+                "found 1/0 1/0 0/0 0/0\n"
+                "aes256: Master key already present\n"
+                "Failed to add master key aes256\n"
+                "found 1/0 1/0 0/0 0/0\n"
+                "core 0 0 dumpable 0\n"
+                "1 state=0 type=2 crypt=1:"
+                "dd64fb99a60dffb7750175f7f12bf49accd2ab6f18f4e61e911bec19df3cd8"
+                "a2\nresult 1\n");
 }
 
 TEST_F(mkey, key_files_are_opened_for_each_id_in_turn) {

@@ -19,6 +19,7 @@
 #include "server/misc/keyutil.h"
 #include "util/libmkey/cipher_spec.h"
 #include "util/libmkey/keyfile.h"
+#include "util/libmkey/protect.h"
 #include "util/libmkey/tty.h"
 
 namespace {
@@ -173,6 +174,7 @@ outcome unlock_keys(const char* file_list, const char* id_list,
 }  // namespace
 
 int ko_mkey_init() {
+  protect_process();
   if (ko_enc__load(nullptr) != 0) return 1;
   ko_enc_mkey_init();
   if (ko_mkey_enable(std::getenv("KO_MKEYFILE"), std::getenv("KO_MKEYID"),

@@ -7,13 +7,15 @@
 // All messages go to standard error. A wrong passphrase is asked again; most
 // other problems, such as a key file that cannot be read, end the program with
 // status 1. An interrupt at the prompt ends it with status 128 plus the
-// signal's number. Passphrases and keys are wiped on every way out; only a
-// signal leaves the master keys that are already in the store to the system.
+// signal's number. Passphrases and keys are in key memory (key_memory.h) and
+// wiped on every way out; only a signal leaves the master keys that are already
+// in the store to the system.
 
-// Loads the crypto library, empties the master key store and unlocks the master
-// keys that the environment names: KO_MKEYID holds their ids, KO_MKEYFILE the
-// key files. Master keys that lack parts at the end are dropped. Returns 0, or
-// 1 on failure; the keys unlocked before a failure stay.
+// Protects the process (protect.h), loads the crypto library, empties the
+// master key store and unlocks the master keys that the environment names:
+// KO_MKEYID holds their ids, KO_MKEYFILE the key files. Master keys that lack
+// parts at the end are dropped. Returns 0, or 1 on failure; the keys unlocked
+// before a failure stay.
 int ko_mkey_init();
 
 // Unlocks the master keys of the list `ids` in order, each from the first of
