@@ -1,52 +1,150 @@
-# What is installed besides the program, and the Debian package. To be included
-# after the subdirectories.
+# What is installed, and the Debian package made of it. To be included after the
+# subdirectories.
 
 include(GNUInstallDirs)
+include(cmake/version.cmake)
 
-install(FILES ${CMAKE_SOURCE_DIR}/doc/chronex.1
-        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-
-# The places where Debian's shells look.
-install(FILES ${CMAKE_SOURCE_DIR}/completion/chronex.bash
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-        RENAME chronex)
-install(FILES ${CMAKE_SOURCE_DIR}/completion/_chronex
-        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
-
-install(FILES
-          ${CMAKE_SOURCE_DIR}/doc/audit-file-format.md
-          ${CMAKE_SOURCE_DIR}/doc/filter-language.md
-          ${CMAKE_SOURCE_DIR}/doc/forward-log-format.md
-          ${CMAKE_SOURCE_DIR}/doc/key-file.md
-          ${CMAKE_SOURCE_DIR}/doc/performance.md
-          ${CMAKE_SOURCE_DIR}/doc/robustness.md
-        DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc)
-install(DIRECTORY ${CMAKE_SOURCE_DIR}/examples/
-        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples
-        FILES_MATCHING PATTERN "*.filter" PATTERN "README.md")
-
+# Each program has a manual doc/NAME.1 and completions completion/NAME.bash and
+# completion/_NAME.
+set(PROGRAMS chronex)
+# Of doc, what users need; the other documents are for developers.
+set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
+              key-file.md performance.md robustness.md)
+file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
+     examples/*.filter examples/*.awk)
 # The sample logs that the examples are about, where their maker is built.
+set(SAMPLES shop.7-1 shop.7-2 shop.8-1 shop.8-3)
+
+set(MADE_DIR ${CMAKE_BINARY_DIR}/installation)
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+    WORLD_READ WORLD_EXECUTE)
+
+# Goes first: it fails as long as nothing has been copied, and it notes for
+# uninstall what will be. It also sets ZSH_FUNCTIONS.
+install(SCRIPT ${CMAKE_BINARY_DIR}/prepare_install.cmake)
+
+# Installs a file under another name. Both lists go into prepare_install.cmake.
+function(install_as source directory name)
+  install(FILES ${source} DESTINATION ${directory} RENAME ${name})
+  set_property(GLOBAL APPEND PROPERTY INSTALL_SOURCES ${source})
+  set_property(GLOBAL APPEND PROPERTY INSTALL_FILES ${directory}/${name})
+endfunction()
+
+# Installs a file compressed.
+function(install_compressed source directory name)
+  set(made ${MADE_DIR}/${name}.gz)
+  add_custom_command(
+    OUTPUT ${made}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${MADE_DIR}
+    COMMAND gzip -9nc ${source} > ${made}
+    DEPENDS ${source})
+  set_property(GLOBAL APPEND PROPERTY INSTALL_MADE ${made})
+  install_as(${made} ${directory} ${name}.gz)
+endfunction()
+
+# Installs a document without what speaks of the source tree, and with links
+# that fit the place: documents are not in a directory doc there.
+function(install_document source directory)
+  cmake_path(GET source FILENAME name)
+  cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${CMAKE_SOURCE_DIR}
+             OUTPUT_VARIABLE path)
+  set(made ${MADE_DIR}/${path})
+  cmake_path(GET made PARENT_PATH made_dir)
+  add_custom_command(
+    OUTPUT ${made}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${made_dir}
+    COMMAND sed -f ${CMAKE_SOURCE_DIR}/cmake/installed_document.sed
+            ${source} > ${made}
+    DEPENDS ${source} ${CMAKE_SOURCE_DIR}/cmake/installed_document.sed
+    VERBATIM)
+  set_property(GLOBAL APPEND PROPERTY INSTALL_MADE ${made})
+  install_as(${made} ${directory} ${name})
+endfunction()
+
+foreach(program ${PROGRAMS})
+  install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set_property(GLOBAL APPEND PROPERTY INSTALL_SOURCES $<TARGET_FILE:${program}>)
+  set_property(GLOBAL APPEND PROPERTY INSTALL_FILES
+               ${CMAKE_INSTALL_BINDIR}/${program})
+  install_compressed(${CMAKE_SOURCE_DIR}/doc/${program}.1
+                     ${CMAKE_INSTALL_MANDIR}/man1 ${program}.1)
+  # The places where Debian's shells look.
+  install_as(${CMAKE_SOURCE_DIR}/completion/${program}.bash
+             ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${program})
+  install_as(${CMAKE_SOURCE_DIR}/completion/_${program}
+             "${CMAKE_INSTALL_DATADIR}/zsh/\${ZSH_FUNCTIONS}" _${program})
+endforeach()
+
+install_document(${CMAKE_SOURCE_DIR}/README.md ${CMAKE_INSTALL_DOCDIR})
+foreach(document ${DOCUMENTS})
+  install_document(${CMAKE_SOURCE_DIR}/doc/${document} ${CMAKE_INSTALL_DOCDIR})
+endforeach()
+install_as(${CMAKE_SOURCE_DIR}/packaging/copyright ${CMAKE_INSTALL_DOCDIR}
+           copyright)
+install_compressed(${CMAKE_SOURCE_DIR}/packaging/changelog
+                   ${CMAKE_INSTALL_DOCDIR} changelog.Debian)
+
+install_document(${CMAKE_SOURCE_DIR}/examples/README.md
+                 ${CMAKE_INSTALL_DOCDIR}/examples)
+foreach(example ${EXAMPLES})
+  install_as(${CMAKE_SOURCE_DIR}/examples/${example}
+             ${CMAKE_INSTALL_DOCDIR}/examples ${example})
+endforeach()
 if(TARGET make_samples)
   set(SAMPLE_DIR ${CMAKE_BINARY_DIR}/sample)
-  set(SAMPLE_LOGS ${SAMPLE_DIR}/shop.7-1 ${SAMPLE_DIR}/shop.7-2
-                  ${SAMPLE_DIR}/shop.8-1 ${SAMPLE_DIR}/shop.8-3)
+  list(TRANSFORM SAMPLES PREPEND ${SAMPLE_DIR}/ OUTPUT_VARIABLE SAMPLE_LOGS)
   add_custom_command(
     OUTPUT ${SAMPLE_LOGS}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${SAMPLE_DIR}
     COMMAND make_samples ${SAMPLE_DIR}
     DEPENDS make_samples)
-  add_custom_target(sample_logs ALL DEPENDS ${SAMPLE_LOGS})
-  install(FILES ${SAMPLE_LOGS} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+  set_property(GLOBAL APPEND PROPERTY INSTALL_MADE ${SAMPLE_LOGS})
+  foreach(sample ${SAMPLES})
+    install_as(${SAMPLE_DIR}/${sample} ${CMAKE_INSTALL_DOCDIR}/examples
+               ${sample})
+  endforeach()
+endif()
+
+get_property(INSTALL_SOURCES GLOBAL PROPERTY INSTALL_SOURCES)
+get_property(INSTALL_FILES GLOBAL PROPERTY INSTALL_FILES)
+get_property(INSTALL_MADE GLOBAL PROPERTY INSTALL_MADE)
+configure_file(cmake/prepare_install.cmake.in
+               ${CMAKE_BINARY_DIR}/prepare_install.cmake.in @ONLY)
+file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/prepare_install.cmake
+     INPUT ${CMAKE_BINARY_DIR}/prepare_install.cmake.in)
+
+# Everything that is installed.
+add_custom_target(installation ALL DEPENDS ${PROGRAMS} ${INSTALL_MADE})
+add_custom_target(uninstall
+  COMMAND ${CMAKE_COMMAND} -DLIST=${CMAKE_BINARY_DIR}/installed_files.txt
+          -P ${CMAKE_SOURCE_DIR}/cmake/uninstall.cmake
+  VERBATIM)
+
+# The first line of the changelog counts the packages of one version.
+file(STRINGS packaging/changelog CHANGELOG_TOP LIMIT_COUNT 1)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+             ${CMAKE_SOURCE_DIR}/packaging/changelog)
+if(NOT CHANGELOG_TOP MATCHES "^chronex \\(([^()]+)-([0-9]+)\\)" OR
+   NOT CMAKE_MATCH_1 STREQUAL CHRONEX_VERSION)
+  message(FATAL_ERROR "packaging/changelog begins with \"${CHANGELOG_TOP}\", "
+                      "but the program's version is ${CHRONEX_VERSION}")
 endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME chronex)
 set(CPACK_PACKAGE_VENDOR KORVALINE)
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_VERSION ${CHRONEX_VERSION})
+set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_2})
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY
     "audit trail from the forward logs of a KORVALINE database")
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/package)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+# Without some tools cpack would make a package without dependencies.
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_SOURCE_DIR}/cmake/package_tools.cmake)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER
