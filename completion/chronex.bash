@@ -1,14 +1,14 @@
 # bash completion for chronex(1)
 
-# Completes the last word of a filter expression. The shell takes the whole
-# expression for one word, quote included; the answers repeat what comes before
-# the word that is completed.
+# Completes the last word of a filter expression. The shell takes all that stands
+# between the quote and the cursor for one word, which is the first argument; the
+# answers repeat what comes before the word that is completed. The second argument
+# is the word as it is on the command line, quote included.
 _chronex_filter() {
-  local text=${1#[\"\']} keyword
-  local word=${text##*[[:space:]\(\)]}
-  local before=${text%"$word"}
-  local keywords='AND OR NOT BETWEEN RECNO TIMESTAMP DBPUT DBUPDATE DBDELETE
-    id conntime dbbegin dbend dbmemo'
+  local word=${1##*[[:space:]\(\)]}
+  local before=${1%"$word"}
+  local keyword keywords='AND OR NOT BETWEEN RECNO TIMESTAMP DBPUT DBUPDATE
+    DBDELETE id conntime dbbegin dbend dbmemo'
 
   compopt -o nospace 2>/dev/null
   COMPREPLY=()
@@ -16,6 +16,26 @@ _chronex_filter() {
     if [[ ${keyword^^} == "${word^^}"* ]]; then
       COMPREPLY+=("$before$keyword")
     fi
+  done
+  if ((${#COMPREPLY[@]} > 1)); then
+    _chronex_same_case "$before" "$word"
+  elif [[ ${#COMPREPLY[@]} == 1 && $2 == *[\"\']* ]]; then
+    # The shell would take a single answer for the end of the expression and
+    # close the quote.
+    COMPREPLY+=("${COMPREPLY[0]} ")
+  fi
+}
+
+# Of several answers the shell keeps what they have in common, which must not be
+# less than what was typed.
+_chronex_same_case() {
+  local i answer
+  for i in "${!COMPREPLY[@]}"; do
+    answer=${COMPREPLY[i]#"$1"}
+    case $2 in
+      *[[:lower:]]*) COMPREPLY[i]=$1${answer,,} ;;
+      ?*) COMPREPLY[i]=$1${answer^^} ;;
+    esac
   done
 }
 
@@ -37,7 +57,7 @@ _chronex() {
 
   case $previous in
     e)
-      _chronex_filter "$current"
+      _chronex_filter "$2" "$current"
       return
       ;;
     c | I | i)
@@ -53,7 +73,9 @@ _chronex() {
   esac
 
   COMPREPLY=()
-  if [[ $current == -* ]]; then
+  if [[ $current =~ ^-[MmrvxZ]*e[\"\'] ]]; then
+    _chronex_filter "$2" "$current"
+  elif [[ $current == -* ]]; then
     if ((COMP_CWORD == 1)); then options+=' -help -version'; fi
     mapfile -t COMPREPLY < <(compgen -W "$options" -- "$current")
   fi
