@@ -11,9 +11,9 @@ set(PROGRAMS chronex)
 set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
               key-file.md performance.md robustness.md)
 file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
-     examples/*.filter examples/*.awk)
+     examples/*.filter examples/*.awk examples/*.sh)
 # The sample logs that the examples are about, where their maker is built.
-set(SAMPLES shop.7-1 shop.7-2 shop.8-1 shop.8-3)
+set(SAMPLES shop.7-1 shop.7-2 shop.8-1 shop.8-3 depot.1-1 old-depot.1-1)
 
 set(MADE_DIR ${CMAKE_BINARY_DIR}/installation)
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS

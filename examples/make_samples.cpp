@@ -4,7 +4,8 @@
 //   make_samples DIRECTORY
 //
 // writes shop.7-1, shop.7-2, shop.8-1 and shop.8-3. Generation 8 begins after a
-// backup; its second file is missing, as if it had been lost.
+// backup; its second file is missing, as if it had been lost. depot.1-1 and
+// old-depot.1-1 hold letters with accents, in ISO 8859-1 and in HP Roman8.
 //
 //   make_samples DIRECTORY DATA_KEY ENCIPHERED_DATA_KEY CHECK_VALUE
 //
@@ -144,6 +145,24 @@ std::string segment_8_3() {
   return log.end().take();
 }
 
+// The depot buys from firms whose names are not ASCII. The names are in the
+// character set of the log.
+std::string segment_depot(std::uint16_t charset, const char* mueller,
+                          const char* cafe) {
+  log_builder log({.charset = charset});
+  log.time(MONDAY_9_00).pace(30);
+  log.database(SHOP, "depot")
+      .data_set(CUSTOMER, SHOP, "supplier", CUSTOMER_ITEMS);
+  log.sign_on(ALICE, attributes("ALICE", "purchase", MONDAY_9_00));
+  log.put(ALICE, CUSTOMER, 1, customer(7001, mueller, "Hamburg", 8000, "01"));
+  log.put(ALICE, CUSTOMER, 2, customer(7002, cafe, "Lyon", 300, "01"));
+  log.put(ALICE, CUSTOMER, 3, customer(7003, "Moss", "Leeds", 900, "01"));
+  return log.sign_off(ALICE).end().take();
+}
+
+constexpr std::uint16_t HP_ROMAN8 = 0;
+constexpr std::uint16_t ISO_8859_1 = 1;
+
 constexpr std::uint32_t DATA_KEY_ID = 11;
 constexpr std::uint16_t AES_KEY = 2;
 constexpr std::size_t CHAIN_SIZE = 4;
@@ -233,5 +252,9 @@ int main(int argc, char* argv[]) {
   write_file(directory + "shop.7-2", segment_7_2());
   write_file(directory + "shop.8-1", segment_8_1());
   write_file(directory + "shop.8-3", segment_8_3());
+  write_file(directory + "depot.1-1",
+             segment_depot(ISO_8859_1, "M\xfcller & Co", "Caf\xe9 Noir"));
+  write_file(directory + "old-depot.1-1",
+             segment_depot(HP_ROMAN8, "M\xcfller & Co", "Caf\xc5 Noir"));
   return 0;
 }

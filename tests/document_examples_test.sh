@@ -8,8 +8,8 @@
 # in a man page, with lines that begin with "$ ". What follows such a line is
 # the rest of the command as long as it begins with "> ", and then what the
 # command prints on standard output and standard error. The examples of a
-# document run one after another in a directory that holds the sample logs and
-# the filter files.
+# document run one after another in a directory that holds the sample logs, the
+# filter files and the programs of the examples.
 #
 # Behind "console" may stand:
 #   needs=NAME       skip the block where there is no such command
@@ -81,7 +81,7 @@ check_example() {
 # What a man page's source shows.
 unescape_man() {
   sed -e 's/^\\&//' -e 's/\\(aq/'\''/g' -e 's/\\(dq/"/g' -e 's/\\-/-/g' \
-    -e 's/\\(ha/^/g' -e 's/\\(ti/~/g' -e 's/\\e/\\/g'
+    -e 's/\\(ha/^/g' -e 's/\\(ti/~/g' -e 's/\\(:u/ü/g' -e 's/\\e/\\/g'
 }
 
 # Prints a document with its examples between lines of "```console" and "```".
@@ -105,7 +105,7 @@ check_document() {
   documents=$((documents + 1))
   directory=$work/run.$documents
   mkdir "$directory" && "$make_samples" "$directory" || exit 2
-  cp "$root"/examples/*.filter "$directory" || exit 2
+  cp "$root"/examples/*.{filter,awk,sh} "$directory" || exit 2
   while IFS= read -r line <&3; do
     number=$((number + 1))
     if [[ $inside && $line == '```' ]]; then
