@@ -154,7 +154,7 @@ void free(void* block) {
 }
 
 ssize_t read(int fd, void* buffer, std::size_t size) {
-  if (size > 0 && fails("read", fd)) {
+  if (size > 0 && fails("read")) {
     if (how != SHORT) return -1;
     size = 1;
   }

@@ -155,7 +155,7 @@ bool take_terminal() {
   return tty_echo(tty_fp.get(), true) == 0;
 }
 
-enum class reply { COMPLETE, NONE, INTERRUPTED };
+enum class reply { COMPLETE, ENDED, FAILED, INTERRUPTED };
 
 // Reads a character. Signals that stop the program take effect only here, while
 // there is none to read.
@@ -167,7 +167,8 @@ reply read_character(int fd, char& c) {
     if (ready < 0 && errno == EINTR) continue;
     const ssize_t size = read(fd, &c, 1);
     if (size == 1) return reply::COMPLETE;
-    if (size == 0 || errno != EINTR) return reply::NONE;
+    if (size == 0) return reply::ENDED;
+    if (errno != EINTR) return reply::FAILED;
   }
 }
 
@@ -179,7 +180,7 @@ reply read_line(int fd, bool whole, passphrase_text& text) {
   char c = '\0';
   while (c != '\n' && (whole || size + 1 < text.size())) {
     const reply result = read_character(fd, c);
-    if (result == reply::NONE && size > 0) return reply::COMPLETE;
+    if (result == reply::ENDED && size > 0) return reply::COMPLETE;
     if (result != reply::COMPLETE) return result;
     if (size + 1 < text.size()) text[size++] = c;
   }
@@ -189,7 +190,7 @@ reply read_line(int fd, bool whole, passphrase_text& text) {
 // Reads the reply, once more after the end of input or an error.
 reply read_reply(int fd, std::FILE* prompt, bool whole, passphrase_text& text) {
   const reply result = read_line(fd, whole, text);
-  if (result != reply::NONE) return result;
+  if (result == reply::COMPLETE || result == reply::INTERRUPTED) return result;
   std::fputs("Unable to read passphrase -- try again\n", prompt);
   std::fflush(prompt);
   return read_line(fd, whole, text);
@@ -239,7 +240,7 @@ bool tty_ask_passphrase(const char* id, bool use_stdio,
     std::fputs("Unable to open tty -- failed\n", stderr);
     return false;
   }
-  if (*result == reply::NONE) {
+  if (*result != reply::COMPLETE) {
     std::fputs("Unable to read passphrase -- giving up\n", stderr);
     return false;
   }
