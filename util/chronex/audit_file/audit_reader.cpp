@@ -6,6 +6,7 @@
 #include "common/byte_cursor.h"
 #include "common/owned_bytes.h"
 #include "util/chronex/audit_file/audit_format.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 namespace {
 
@@ -21,19 +22,6 @@ bool copy_terminated(byte_run text, owned_bytes& copy) {
   if (!text.empty()) std::memcpy(copy.data(), text.data(), text.size());
   copy.data()[text.size()] = 0;
   return true;
-}
-
-// Whether count and lengths of sign-on strings fill `data` exactly.
-bool is_sign_on_data(byte_run data) {
-  byte_cursor cursor(data);
-  std::uint16_t count = 0;
-  if (!cursor.u16(count)) return false;
-  for (std::uint16_t i = 0; i < count; ++i) {
-    std::uint16_t length = 0;
-    byte_run text;
-    if (!cursor.u16(length) || !cursor.bytes(length, text)) return false;
-  }
-  return cursor.remaining() == 0;
 }
 
 // The operation code of an operation byte; 0 when there is no such operation.
@@ -88,7 +76,7 @@ int audit_reader::decode_session_sign_on(const input_file& file,
   const std::uint32_t session_id =
       session_sign_on_t::get(payload.data()).session_id;
   const byte_run data = payload.subspan(session_sign_on_t::SIZE);
-  if (!data.empty() && !is_sign_on_data(data)) {
+  if (!sign_on_is_exact(data)) {
     return report_malformed(file, "sign-on", payload);
   }
   owned_bytes copy;

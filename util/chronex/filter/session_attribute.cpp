@@ -12,10 +12,10 @@
 #include <string>
 #include <string_view>
 
-#include "common/byte_cursor.h"
 #include "util/chronex/filter/date_time.h"
 #include "util/chronex/filter/match.h"
 #include "util/chronex/tables/session.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 namespace {
 
@@ -32,7 +32,7 @@ constexpr attribute_name ATTRIBUTE_NAMES[] = {
     {"dbmemo", session_attribute::dbmemo},
 };
 
-// The value of the sign-on attribute that was looked up last.
+// The value of the sign-on attribute that was looked up last, and a zero byte.
 std::array<char, 4096> attribute_value;
 
 session_attribute attribute_of(const std::string& name) {
@@ -88,52 +88,28 @@ int test_memo(expr_token code, const memo_slot& slot, std::uint32_t mode,
   return test_text(code, {text, static_cast<std::size_t>(slot.size)}, value);
 }
 
-// Copies the value that begins at `at` to attribute_value. Returns the position
-// behind its closing brace, or npos when it has none.
-std::size_t copy_value(std::string_view text, std::size_t at) {
-  std::size_t length = 0;
-  for (; at < text.size(); ++at) {
-    if (text[at] == '}') {
-      attribute_value[length] = '\0';
-      return at + 1;
-    }
-    if (text[at] == '\\' && ++at == text.size()) break;
-    if (length < attribute_value.size() - 1) {
-      attribute_value[length] = text[at];
-      ++length;
-    }
-  }
-  return std::string_view::npos;
-}
-
 // Leaves the value of the first pair that matches in attribute_value.
 bool find_pair(std::string_view text, const char* name) {
-  std::size_t at = 0;
-  while (true) {
-    const std::size_t brace = text.find('{', at);
-    if (brace == text.npos) return false;
-    const std::string_view key = text.substr(at, brace - at);
-    at = copy_value(text, brace + 1);
-    if (at == text.npos) return false;
+  sign_on_pairs pairs(text);
+  std::string_view key;
+  std::string_view value;
+  while (pairs.next(key, value)) {
     // The name must begin with the key, not the other way round.
-    if (strncasecmp(name, key.data(), key.size()) == 0) return true;
+    if (strncasecmp(name, key.data(), key.size()) != 0) continue;
+    const auto room = std::span(attribute_value).first<4095>();
+    attribute_value[sign_on_copy_value(value, room)] = '\0';
+    return true;
   }
+  return false;
 }
 
 // Leaves the value of the first pair of all strings that matches in
 // attribute_value.
 bool find_attribute(const session_entry& session, const char* name) {
-  byte_cursor cursor(session.sign_on.bytes());
-  std::uint16_t count = 0;
-  if (!cursor.u16(count)) return false;
-  for (; count > 0; --count) {
-    std::uint16_t length = 0;
-    std::span<const std::uint8_t> text;
-    if (!cursor.u16(length) || !cursor.bytes(length, text)) return false;
-    if (find_pair({reinterpret_cast<const char*>(text.data()), text.size()},
-                  name)) {
-      return true;
-    }
+  sign_on_strings strings(session.sign_on.bytes());
+  std::string_view text;
+  while (strings.next(text)) {
+    if (find_pair(text, name)) return true;
   }
   return false;
 }

@@ -1,9 +1,13 @@
 // What the report shows of sessions.
 
-#include "common/byte_cursor.h"
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
 #include "util/chronex/report/clear_text_report.h"
 #include "util/chronex/report/hexdump.h"
 #include "util/chronex/tables/session.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 namespace {
 
@@ -28,24 +32,17 @@ void put_memo_mode(report_stream& out, std::uint32_t mode) {
 
 }  // namespace
 
-// Prints every string of the sign-on data on a line of its own. What lies about
-// its length ends the list.
+// Prints every string of the sign-on data on a line of its own.
 void clear_text_report::report_sign_on_strings(const session_entry& session) {
   report_stream& out = *report.fp;
-  byte_cursor cursor(session.sign_on.bytes());
-  std::uint16_t count = 0;
-  if (!cursor.u16(count)) return;
-  for (std::uint16_t i = 0; i < count; ++i) {
-    std::uint16_t length = 0;
-    std::span<const std::uint8_t> text;
-    if (!cursor.u16(length) || !cursor.bytes(length, text)) return;
+  sign_on_strings strings(session.sign_on.bytes());
+  std::string_view text;
+  while (strings.next(text)) {
+    const std::size_t shown =
+        strnlen(text.data(), std::min(text.size(), SHOWN_STRING_SIZE));
     out.put(' ');
-    if (text.size() <= SHOWN_STRING_SIZE) {
-      out.put_c_string(text);
-    } else {
-      out.put_c_string(text.first(SHOWN_STRING_SIZE));
-      out.put(" ...");
-    }
+    out.put(text.substr(0, shown));
+    if (text.size() > SHOWN_STRING_SIZE) out.put(" ...");
     out.put('\n');
   }
 }

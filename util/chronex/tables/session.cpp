@@ -1,7 +1,5 @@
 #include "util/chronex/tables/session.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
@@ -9,7 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "common/byte_cursor.h"
+#include "common/same_text.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 namespace {
 
@@ -18,18 +17,6 @@ constexpr std::string_view CONNTIME_KEY = "conntime";
 bool same_bytes(const owned_bytes& a, const owned_bytes& b) {
   return a.size() == b.size() &&
          (a.size() == 0 || std::memcmp(a.data(), b.data(), a.size()) == 0);
-}
-
-// The position of the "}" that closes a value beginning at `begin`, or npos.
-std::size_t closing_brace(std::string_view text, std::size_t begin) {
-  for (std::size_t i = begin; i < text.size(); ++i) {
-    if (text[i] == '\\') {
-      ++i;
-    } else if (text[i] == '}') {
-      return i;
-    }
-  }
-  return std::string_view::npos;
 }
 
 // A connection time: a whole decimal number that begins with a digit.
@@ -45,35 +32,24 @@ bool parse_conntime(std::string_view value, std::uint32_t& conntime) {
   return true;
 }
 
-// Looks for conntime among the key{value} pairs of a sign-on string. A key
-// counts as conntime when it is the beginning of that word.
-std::uint32_t find_conntime(std::string_view text) {
-  std::uint32_t conntime = 0;
-  std::size_t position = 0;
-  for (;;) {
-    const std::size_t brace = text.find('{', position);
-    if (brace == std::string_view::npos) return conntime;
-    const std::string_view key = text.substr(position, brace - position);
-    const std::size_t close = closing_brace(text, brace + 1);
-    if (close == std::string_view::npos) return conntime;
-    if (key.size() <= CONNTIME_KEY.size() &&
-        strncasecmp(key.data(), CONNTIME_KEY.data(), key.size()) == 0) {
-      parse_conntime(text.substr(brace + 1, close - brace - 1), conntime);
-      return conntime;
-    }
-    position = close + 1;
-  }
-}
-
-// The connection time that the first sign-on string gives; 0 = none.
+// The connection time that the first sign-on string gives; 0 = none. A key
+// counts as conntime when it is the beginning of that word; the first that
+// does decides.
 std::uint32_t sign_on_conntime(const owned_bytes& sign_on) {
-  byte_cursor cursor(sign_on.bytes());
-  std::uint16_t count = 0;
-  std::uint16_t length = 0;
-  if (!cursor.u16(count) || count == 0 || !cursor.u16(length)) return 0;
-  const auto rest = cursor.rest();
-  return find_conntime({reinterpret_cast<const char*>(rest.data()),
-                        std::min<std::size_t>(length, rest.size())});
+  sign_on_strings strings(sign_on.bytes());
+  std::string_view text;
+  if (!strings.next(text)) return 0;
+  sign_on_pairs pairs(text);
+  std::string_view key;
+  std::string_view value;
+  std::uint32_t conntime = 0;
+  while (pairs.next(key, value)) {
+    if (same_text(key, CONNTIME_KEY.substr(0, key.size()))) {
+      parse_conntime(value, conntime);
+      break;
+    }
+  }
+  return conntime;
 }
 
 void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
