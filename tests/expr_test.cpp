@@ -74,6 +74,7 @@ TEST(expr_compile, makes_postfix_entries) {
       {"q = 'it\\'s \\\\ \\n'", "[q] 'it's \\ n' ="},
       {"user = {a\\}b}", "[user] {a}b} ="},
       {"q BETWEEN +0x1F 12.50", "[q] +0x1F 12.50 BETWEEN"},
+      {"RECNO = -0", "RECNO #0 ="},
       {"RECNO = 4294967295", "RECNO #4294967295 ="},
       // Dates.
       {"TIMESTAMP >= 2024-01-15 10:30", "TIMESTAMP @1705314600 >="},
@@ -113,8 +114,8 @@ TEST(expr_compile, first_error_in_reading_order) {
       "numeric value out of range",
       {"(DBPUT 2039-01-01", "RECNO = 1 2039-01-01", "q = 1e999", "q = 1e-999",
        "RECNO = 1.5", "RECNO = 4294967296", "RECNO = 99999999999999999999",
-       "RECNO = -1", "TIMESTAMP > 69-12-31", "TIMESTAMP > 24-13-01",
-       "TIMESTAMP > 2024-01-15 24:00"});
+       "RECNO = -1", "RECNO = -18446744073709551615", "TIMESTAMP > 69-12-31",
+       "TIMESTAMP > 24-13-01", "TIMESTAMP > 2024-01-15 24:00"});
 }
 
 TEST(expr_compile, size_limits) {
@@ -139,6 +140,40 @@ TEST(scan_date_time, follows_the_local_zone) {
   const date_time_literal eve = scan_date_time("1970-01-01 00:59:59");
   EXPECT_EQ(eve.status, date_time_status::found);
   EXPECT_EQ(eve.time, -1);
+}
+
+// One instant each, whatever was asked before: both orders give the same.
+TEST(scan_date_time, repeated_and_missing_times) {
+  const struct {
+    const char* zone;
+    const char* text;
+    std::int64_t time;
+  } cases[] = {
+      // 02:00 to 03:00 comes twice, the first time in summer time.
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-10-29 01:59:59", 1698537599},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-10-29 02:00", 1698537600},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-10-29 02:30", 1698539400},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-10-29 03:00", 1698544800},
+      // 02:00 to 03:00 does not come.
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-03-26 01:59:59", 1679792399},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-03-26 02:30", 1679794200},
+      {"CET-1CEST,M3.5.0,M10.5.0/3", "2023-03-26 03:00", 1679792400},
+      {"EST5EDT,M3.2.0,M11.1.0", "2024-11-03 01:30", 1730611800},
+      {"EST5EDT,M3.2.0,M11.1.0", "2024-03-10 02:30", 1710055800},
+      // Half an hour, south of the equator.
+      {"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", "2024-04-07 01:45", 1712414700},
+      {"<+1030>-10:30<+11>-11,M10.1.0,M4.1.0", "2024-10-06 02:15", 1728143100},
+      // At the limits of zones and years.
+      {"FAR24:59:59", "1970-01-01", 89999},
+      {"FAR-24:59:59", "2038-12-31 23:59:59", 2177362800},
+  };
+  for (const bool after_winter : {false, true}) {
+    for (const auto& [zone, text, time] : cases) {
+      setenv("TZ", zone, 1);
+      scan_date_time(after_winter ? "2023-01-01" : "2023-07-01");
+      EXPECT_EQ(scan_date_time(text).time, time) << zone << ' ' << text;
+    }
+  }
 }
 
 TEST(scan_date_time, tells_where_the_literal_ends) {

@@ -1,5 +1,6 @@
 #include "util/chronex/filter/date_time.h"
 
+#include <chrono>
 #include <ctime>
 #include <optional>
 
@@ -98,22 +99,53 @@ bool in_range(const date_fields& date, const clock_fields& clock) {
          clock.hour <= 23 && clock.minute <= 59 && clock.second <= 59;
 }
 
-std::optional<std::int64_t> to_seconds(const date_fields& date,
-                                       const clock_fields& clock) {
+// The seconds from the epoch to this date and time on a clock that shows UTC. A
+// day that the month does not have counts on into the next.
+std::int64_t utc_seconds(const date_fields& date, const clock_fields& clock) {
+  using namespace std::chrono;
+  const sys_days first =
+      year(date.year) / month(static_cast<unsigned>(date.month)) / 1;
+  const sys_days day = first + days(date.day - 1);
+  return duration_cast<seconds>(day.time_since_epoch() + hours(clock.hour) +
+                                minutes(clock.minute) + seconds(clock.second))
+      .count();
+}
+
+// What local clocks show at an instant, less that instant: the local time's
+// distance from UTC in seconds, positive in the east.
+std::int64_t utc_offset(std::int64_t instant) {
+  const std::time_t seconds = instant;
   std::tm fields = {};
-  fields.tm_year = date.year - 1900;
-  fields.tm_mon = date.month - 1;
-  fields.tm_mday = date.day;
-  fields.tm_hour = clock.hour;
-  fields.tm_min = clock.minute;
-  fields.tm_sec = clock.second;
-  fields.tm_isdst = -1;
-  // -1 is also the second before the epoch, which the first day of 1970 holds
-  // east of Greenwich; only a conversion that worked sets the day of the week.
-  fields.tm_wday = -1;
-  const std::time_t seconds = std::mktime(&fields);
-  if (seconds == -1 && fields.tm_wday == -1) return std::nullopt;
-  return seconds;
+  if (localtime_r(&seconds, &fields) == nullptr) return 0;
+  return utc_seconds({fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday},
+                     {fields.tm_hour, fields.tm_min, fields.tm_sec}) -
+         instant;
+}
+
+// The first instant at which local clocks show `shown`, given in seconds as if
+// they showed UTC. Clocks that are put forward pass over times: of such a time
+// it is the instant at which a clock that was not put forward shows it.
+//
+// mktime is no help here: which of the two instants of a repeated hour it
+// takes depends on what it was asked before.
+std::int64_t first_instant(std::int64_t shown) {
+  // No local time is farther from UTC than this, and no two changes of it are
+  // within one step.
+  constexpr std::int64_t FARTHEST = std::int64_t{26} * 3600;
+  constexpr std::int64_t STEP = 3600;
+  std::optional<std::int64_t> found;
+  std::int64_t passed_over = 0;
+  bool is_before = true;
+  for (std::int64_t at = shown - FARTHEST; at <= shown + FARTHEST; at += STEP) {
+    const std::int64_t offset = utc_offset(at);
+    const std::int64_t candidate = shown - offset;
+    is_before = is_before && at < candidate;
+    if (is_before) passed_over = candidate;
+    if (utc_offset(candidate) == offset && (!found || candidate < *found)) {
+      found = candidate;
+    }
+  }
+  return found.value_or(passed_over);
 }
 
 }  // namespace
@@ -132,7 +164,7 @@ date_time_literal scan_date_time(std::string_view text) {
   if (!in_range(*date, time_of_day)) {
     return {date_time_status::out_of_range, 0, 0};
   }
-  const std::optional<std::int64_t> seconds = to_seconds(*date, time_of_day);
-  if (!seconds) return {date_time_status::out_of_range, 0, 0};
-  return {date_time_status::found, *seconds, cursor.position()};
+  tzset();
+  return {date_time_status::found,
+          first_instant(utc_seconds(*date, time_of_day)), cursor.position()};
 }

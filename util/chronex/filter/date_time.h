@@ -27,7 +27,9 @@ struct date_time_literal {
 
 // Reads the date/time literal that `text` begins with; what follows it is not
 // looked at. The fields are local time. A day that its month does not have is
-// carried into the next month.
+// carried into the next month. A time that clocks show twice is the earlier
+// instant; a time that they pass over when they are put forward is the instant
+// at which a clock that was not put forward shows it.
 date_time_literal scan_date_time(std::string_view text);
 
 #endif  // CHRONEX_UTIL_CHRONEX_FILTER_DATE_TIME_H

@@ -173,13 +173,14 @@ int parser::relation_push_value(expr_token left) {
   return push_current();
 }
 
-// Record numbers are unsigned 32-bit. strtoul wraps a negative number round to
-// a large one, which the limit then refuses.
+// Record numbers are unsigned 32-bit. strtoul takes a minus sign and wraps the
+// number round, the most negative ones to small numbers.
 int parser::convert_recno() {
   char* end = nullptr;
   errno = 0;
   const unsigned long number = std::strtoul(token_.text.c_str(), &end, 10);
-  if (errno != 0 || *end != '\0' ||
+  const bool is_negative = token_.text.front() == '-' && number != 0;
+  if (errno != 0 || *end != '\0' || is_negative ||
       number > std::numeric_limits<std::uint32_t>::max()) {
     return EXPR_ERROR_RANGE;
   }
