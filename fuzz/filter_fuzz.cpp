@@ -83,10 +83,11 @@ int evaluate(const std::string& text, const filter_context& context) {
   const int compiled = expr_compile(&expr, text.c_str());
   fuzz_check(compiled <= 0, "the compiler returns 0 or an error");
   if (compiled != 0) return compiled;
-  const int result = expr_eval(&expr, context);
+  expr_evaluator evaluator(&expr);
+  const int result = evaluator.expr_eval(context);
   fuzz_check(result == EXPR_HOLDS || result == EXPR_FAILS || result < 0,
              "an expression holds, fails, or has an error");
-  fuzz_check(expr_eval(&expr, context) == result,
+  fuzz_check(evaluator.expr_eval(context) == result,
              "what is learned of an event does not change its result");
   return result;
 }

@@ -6,9 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tests/support/log_builder.h"
@@ -18,6 +20,27 @@
 #include "util/chronex/filter/session_attribute.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex/tables/session.h"
+
+namespace {
+
+std::size_t allocations = 0;
+
+}  // namespace
+
+// Inlined, they would look like a pair that does not match.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  ++allocations;
+  void* const block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+  std::free(block);
+}
+[[gnu::noinline]] void operator delete(void* block,
+                                       std::size_t /*size*/) noexcept {
+  std::free(block);
+}
 
 namespace {
 
@@ -88,7 +111,7 @@ class event {
 
   void sign_on(const std::vector<std::string>& strings) {
     EXPECT_TRUE(session.sign_on.copy_from(bytes_of(sign_on_bytes(strings))));
-    session.looked_up.clear();
+    session.verdicts = {};
   }
 
   run_messages messages;
@@ -115,8 +138,9 @@ void expect_result(int result, const event& e,
   for (const std::string& text : texts) {
     compiled_expr expr;
     ASSERT_EQ(expr_compile(&expr, text.c_str()), 0) << text;
-    EXPECT_EQ(expr_eval(&expr, e.context), result) << text;
-    EXPECT_EQ(expr_eval(&expr, e.context), result) << "again: " << text;
+    expr_evaluator evaluator(&expr);
+    EXPECT_EQ(evaluator.expr_eval(e.context), result) << text;
+    EXPECT_EQ(evaluator.expr_eval(e.context), result) << "again: " << text;
   }
 }
 
@@ -202,16 +226,17 @@ TEST(filter_eval, character_items) {
 TEST(filter_eval, redefined_data_set) {
   compiled_expr expr;
   ASSERT_EQ(expr_compile(&expr, "QTY = 7"), 0);
+  expr_evaluator qty(&expr);
   event e("D.S", '2');
-  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+  EXPECT_EQ(qty.expr_eval(e.context), EXPR_HOLDS);
   // As many definitions as it takes to meet an old one's slot again.
-  for (std::size_t i = 0; i < EXPR_CACHE_SLOTS; ++i) {
+  for (std::size_t i = 0; i < FILTER_SLOTS; ++i) {
     e.define(
         {{{"PAD", 'X', 1, 4}, "", "    "}, {{"QTY", 'K', 1, 2}, "", "\7\0"sv}});
   }
-  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+  EXPECT_EQ(qty.expr_eval(e.context), EXPR_HOLDS);
   e.define({{{"QTY", 'K', 2, 2}, "", "\7\0\7\0"sv}});
-  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
+  EXPECT_EQ(qty.expr_eval(e.context), EXPR_FAILS);
   e.define({});
   expect_fails(e, {"QTY <> 1"});
   e.define({{{"", 'K', 2, 2}, "", "\7\0\7\0"sv}});
@@ -221,12 +246,13 @@ TEST(filter_eval, redefined_data_set) {
 
   // A database's new name is its data sets' new name.
   ASSERT_EQ(expr_compile(&expr, "SALES.*"), 0);
+  expr_evaluator sales(&expr);
   e.nodes.node_add_entry(1, NODE_DATABASE, "stock", 0, nullptr);
   e.nodes.node_add_entry(2, NODE_DATA_SET, "parts", 1, nullptr);
   e.context.node = e.nodes.node_get_entry(2);
-  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_FAILS);
+  EXPECT_EQ(sales.expr_eval(e.context), EXPR_FAILS);
   e.nodes.node_add_entry(1, NODE_DATABASE, "sales", 0, nullptr);
-  EXPECT_EQ(expr_eval(&expr, e.context), EXPR_HOLDS);
+  EXPECT_EQ(sales.expr_eval(e.context), EXPR_HOLDS);
 }
 
 TEST(filter_eval, session_id_and_connection_time) {
@@ -271,8 +297,68 @@ TEST(filter_eval, sign_on_attributes) {
                    "us < {shorter} AND us >= {SHORT}"});
   expect_fails(e, {"us <> {short}", "host <= {a}"});
   e.sign_on({"user{" + std::string(5000, 'u') + "}"});
-  EXPECT_EQ(std::strlen(expr_get_session_entry(e.context, "user")), 4095u);
-  EXPECT_EQ(expr_get_session_entry(e.context, "use"), nullptr);
+  attribute_text text;
+  EXPECT_EQ(std::strlen(expr_get_session_entry(e.context, "user", text)),
+            4095u);
+  EXPECT_EQ(expr_get_session_entry(e.context, "use", text), nullptr);
+}
+
+void sign_on(session_table& sessions, std::int32_t session_id,
+             const std::string& user) {
+  owned_bytes data;
+  const std::string text = sign_on_bytes({"user{" + user + "}"});
+  ASSERT_TRUE(data.copy_from(bytes_of(text)));
+  sessions.session_add_entry(session_id, std::move(data));
+}
+
+// What is kept of a session belongs to one filter and one sign-on.
+TEST(filter_eval, kept_sign_on_results) {
+  run_messages messages;
+  session_table sessions(messages);
+  sign_on(sessions, 1, "ann");
+  sign_on(sessions, 2, "bob");
+  filter_context ann{.session = sessions.session_get_entry(1)};
+  filter_context bob{.session = sessions.session_get_entry(2)};
+  std::string tests = "user = {bob}";
+  // The last of these are more than are kept.
+  for (int i = 1; i < EXPR_KEPT_ATTRIBUTES + 2; ++i) tests += " OR user = {x}";
+  compiled_expr expr;
+  compiled_expr other;
+  ASSERT_EQ(expr_compile(&expr, (tests + " OR user = {cy}").c_str()), 0);
+  ASSERT_EQ(expr_compile(&other, "user BETWEEN {aa} AND {bb}"), 0);
+  expr_evaluator evaluator(&expr);
+  expr_evaluator other_evaluator(&other);
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(evaluator.expr_eval(ann), EXPR_FAILS);
+    EXPECT_EQ(other_evaluator.expr_eval(ann), EXPR_HOLDS);
+    EXPECT_EQ(evaluator.expr_eval(bob), EXPR_HOLDS);
+    EXPECT_EQ(other_evaluator.expr_eval(bob), EXPR_FAILS);
+  }
+  sign_on(sessions, 1, "bob");
+  sign_on(sessions, 2, "cy");
+  EXPECT_EQ(evaluator.expr_eval(ann), EXPR_HOLDS);
+  EXPECT_EQ(evaluator.expr_eval(bob), EXPR_HOLDS);
+  sign_on(sessions, 2, "di");
+  EXPECT_EQ(evaluator.expr_eval(bob), EXPR_FAILS);
+}
+
+// From the first event on, whatever the expression meets.
+TEST(filter_eval, allocates_nothing) {
+  event e("D.S", '1');
+  e.sign_on({"user{" + std::string(5000, 'u') + "}"});
+  set_memo(e.session.dbmemo, MEMO_DBMEMO, std::string(500, 'm'));
+  compiled_expr expr;
+  ASSERT_EQ(expr_compile(&expr,
+                         "user = {*u?} AND host = {x} OR dbmemo <> {m} "
+                         "OR D.* AND WIDE = 7 OR NAME = '*H' OR QTY > 5 "
+                         "OR conntime > {2024-01-01} OR NOT id = {7}"),
+            0);
+  expr_evaluator evaluator(&expr);
+  // The printable name is the data set's.
+  node_name2(e.node, false);
+  const std::size_t before = allocations;
+  EXPECT_EQ(evaluator.expr_eval(e.context), EXPR_HOLDS);
+  EXPECT_EQ(allocations, before);
 }
 
 TEST(filter_eval, stack) {
@@ -284,6 +370,11 @@ TEST(filter_eval, stack) {
   expect_result(EXPR_ERROR_COMPLEX, event(),
                 {"DBPUT AND (" + deep + ")",
                  std::string(deep).replace(deep.find("RECNO"), 9, range)});
+  // What comes first in the text fails first.
+  expect_result(EXPR_ERROR_NUMBER, event(),
+                {"id = {x} AND (DBPUT AND (" + deep + "))"});
+  expect_result(EXPR_ERROR_COMPLEX, event(),
+                {"(DBPUT AND (" + deep + ")) AND id = {x}"});
 }
 
 // The texts of the command line make one filter.
@@ -295,13 +386,13 @@ TEST(filter, texts_are_joined_by_and) {
     ASSERT_EQ(filter.append_filter_expr(text), 0);
   }
   ASSERT_EQ(filter.setup_filter_expr(), 0);
-  EXPECT_TRUE(filter.has_filter_expr);
+  EXPECT_TRUE(filter.has_filter_expr());
   event e("D.S", '1');
-  EXPECT_EQ(expr_eval(&filter.filter_expr, e.context), EXPR_HOLDS);
+  EXPECT_EQ(filter.select_event(e.context), event_selection::selected);
   e.context.record_number = 1;
-  EXPECT_EQ(expr_eval(&filter.filter_expr, e.context), EXPR_FAILS);
-  EXPECT_EQ(expr_eval(&filter.filter_expr, event("D.T", '1').context),
-            EXPR_FAILS);
+  EXPECT_EQ(filter.select_event(e.context), event_selection::rejected);
+  EXPECT_EQ(filter.select_event(event("D.T", '1').context),
+            event_selection::rejected);
 }
 
 }  // namespace

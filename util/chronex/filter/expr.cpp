@@ -1,21 +1,21 @@
 #include "util/chronex/filter/expr.h"
 
-int expr_compare(expr_token code, std::int64_t difference) {
+bool expr_compare(expr_token code, std::int64_t difference) {
   switch (code) {
     case EXPR_TOKEN_LESS:
-      return difference < 0 ? 1 : 0;
+      return difference < 0;
     case EXPR_TOKEN_LESS_EQUAL:
-      return difference <= 0 ? 1 : 0;
+      return difference <= 0;
     case EXPR_TOKEN_EQUAL:
-      return difference == 0 ? 1 : 0;
+      return difference == 0;
     case EXPR_TOKEN_NOT_EQUAL:
-      return difference != 0 ? 1 : 0;
+      return difference != 0;
     case EXPR_TOKEN_GREATER_EQUAL:
-      return difference >= 0 ? 1 : 0;
+      return difference >= 0;
     case EXPR_TOKEN_GREATER:
-      return difference > 0 ? 1 : 0;
+      return difference > 0;
     default:
-      return -1;
+      return false;
   }
 }
 

@@ -5,16 +5,13 @@
 //
 // An expression is compiled once (expr_compile.h) into a list of entries in
 // postfix order and evaluated for every event (expr_eval.h). An entry is a
-// token with its value: `RECNO > 10` becomes RECNO, 10, >.
+// token with its value: `RECNO > 10` becomes RECNO, 10, >. Once compiled it
+// never changes; what evaluation learns is the evaluator's.
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
-
-struct item_type;
-struct node_entry;
 
 enum expr_token : int {
   EXPR_TOKEN_END = -1,
@@ -66,42 +63,6 @@ inline constexpr int EXPR_ERROR_ARGUMENT = -9;
 // The most entries that a compiled expression may hold.
 inline constexpr std::size_t EXPR_MAX_ENTRIES = 1000;
 
-// An evaluation runs for every record of the log, while a database has some
-// hundred data sets at most. So an entry keeps what it has learned of the
-// latest ones, each in the slot that its number falls into.
-inline constexpr std::size_t EXPR_CACHE_SLOTS = 256;
-
-// An item relation seen from one schema.
-struct item_place {
-  std::uint64_t schema_id = 0;  // 0: nothing learned yet
-  // Null: the relation does not hold for any record of this data set.
-  const item_type* type = nullptr;
-  std::uint16_t offset = 0;  // of the item or its element in the record
-  std::uint16_t size = 0;
-  // The literal in the stored form of a numeric item, in the first `size`
-  // bytes; items that are wider than this have it scanned for every event.
-  std::array<std::uint8_t, 40> value = {};
-};
-
-// The result of a data set pattern for one data set, good as long as
-// names_version() of its table stays the same.
-struct set_match {
-  const node_entry* node = nullptr;  // null: nothing learned yet
-  std::uint64_t names_version = 0;
-  int result = 0;
-};
-
-// What the name of a session attribute relation stands for.
-enum class session_attribute {
-  unresolved,
-  id,
-  conntime,
-  dbbegin,
-  dbend,
-  dbmemo,
-  sign_on,  // any other name: among the sign-on data
-};
-
 // The number is 64 bits wide so that differences to unsigned 32-bit record
 // numbers and times are exact.
 struct expr_entry {
@@ -109,14 +70,6 @@ struct expr_entry {
   expr_kind kind = EXPR_KIND_NONE;
   std::int64_t number = 0;
   std::string text;
-
-  // What evaluation learns. The compiler makes the slots, EXPR_CACHE_SLOTS of
-  // them, since evaluation must not allocate: `places` in the value of an item
-  // relation, `set_matches` in a data set pattern. In brace text `attribute` is
-  // filled in at the first evaluation, `number` then being the id or time.
-  std::vector<item_place> places;
-  std::vector<set_match> set_matches;
-  session_attribute attribute = session_attribute::unresolved;
 };
 
 struct compiled_expr {
@@ -124,9 +77,8 @@ struct compiled_expr {
 };
 
 // Tells whether the operator, EXPR_TOKEN_LESS to EXPR_TOKEN_GREATER, holds for
-// a left operand that exceeds its value by `difference`: 1 or 0, or -1 when the
-// token is no such operator.
-int expr_compare(expr_token code, std::int64_t difference);
+// a left operand that exceeds its value by `difference`.
+bool expr_compare(expr_token code, std::int64_t difference);
 
 // The fixed message text of an error code; "syntax error" for an unknown one.
 const char* verbose_expr_rc(int code);

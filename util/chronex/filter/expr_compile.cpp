@@ -106,8 +106,6 @@ int parser::primary() {
     case EXPR_TOKEN_LEFT_PARENTHESIS:
       return parenthesis();
     case EXPR_TOKEN_SET_PATTERN:
-      token_.set_matches.resize(EXPR_CACHE_SLOTS);
-      return push_current();
     case EXPR_TOKEN_DBPUT:
     case EXPR_TOKEN_DBUPDATE:
     case EXPR_TOKEN_DBDELETE:
@@ -158,9 +156,8 @@ int parser::relation_between(expr_token left) {
 
 int parser::relation_push_value(expr_token left) {
   if (token_.token != EXPR_TOKEN_VALUE) return EXPR_ERROR_SYNTAX;
-  if (left == EXPR_TOKEN_NAME) {
-    if (token_.kind == EXPR_KIND_TIME) return EXPR_ERROR_SYNTAX;
-    if (token_.kind != EXPR_KIND_BRACE) token_.places.resize(EXPR_CACHE_SLOTS);
+  if (left == EXPR_TOKEN_NAME && token_.kind == EXPR_KIND_TIME) {
+    return EXPR_ERROR_SYNTAX;
   }
   if (left == EXPR_TOKEN_TIMESTAMP && token_.kind != EXPR_KIND_TIME) {
     return EXPR_ERROR_TIME;

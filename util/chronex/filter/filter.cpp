@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "util/chronex/filter/expr_compile.h"
-#include "util/chronex/filter/expr_eval.h"
 
 void run_filter::print_no_memory(const char* call) {
   errno = ENOMEM;
@@ -19,6 +18,7 @@ int run_filter::store_text(const char* text) {
     filter_expr_str_ = text;
     return 0;
   } catch (const std::bad_alloc&) {
+    filter_expr_str_.reset();
     print_no_memory("strdup");
     messages_.print("Unable to allocate %u bytes\n",
                     static_cast<unsigned>(std::strlen(text) + 1));
@@ -42,22 +42,26 @@ int run_filter::append_filter_expr(const char* text) {
 }
 
 int run_filter::setup_filter_expr() {
-  assert(!has_filter_expr);
+  assert(!has_filter_expr());
   if (!filter_expr_str_) return 0;
-  const int rc = expr_compile(&filter_expr, filter_expr_str_->c_str());
-  if (rc != 0) {
-    messages_.print("Error in filter expression: %s\n", verbose_expr_rc(rc));
-    return -1;
+  int rc = expr_compile(&filter_expr_, filter_expr_str_->c_str());
+  if (rc == 0) {
+    try {
+      evaluator_.emplace(&filter_expr_);
+    } catch (const std::bad_alloc&) {
+      rc = EXPR_ERROR_MEMORY;
+    }
   }
-  has_filter_expr = true;
-  return 0;
+  if (rc == 0) return 0;
+  messages_.print("Error in filter expression: %s\n", verbose_expr_rc(rc));
+  return -1;
 }
 
-int run_filter::evaluate(const filter_context& context) {
-  const int result = expr_eval(&filter_expr, context);
-  if (result == EXPR_HOLDS) return EVENT_SELECTED;
-  if (result == EXPR_FAILS) return EVENT_REJECTED;
+event_selection run_filter::evaluate(const filter_context& context) {
+  const int result = evaluator_->expr_eval(context);
+  if (result == EXPR_HOLDS) return event_selection::selected;
+  if (result == EXPR_FAILS) return event_selection::rejected;
   messages_.print("Failed to evaluate filter expression: %s\n",
                   verbose_expr_rc(result));
-  return -1;
+  return event_selection::failed;
 }

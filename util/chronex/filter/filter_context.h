@@ -4,7 +4,8 @@
 // The event that a filter expression is evaluated for.
 
 #include <cstdint>
-#include <span>
+
+#include "util/chronex/tables/record_image.h"
 
 struct node_entry;
 struct session_entry;
@@ -17,10 +18,8 @@ struct filter_context {
   std::uint32_t timestamp = 0;             // seconds since the epoch
   char operation = '\0';  // '2' a put, '1' an update, '3' a delete
   std::uint32_t record_number = 0;
-  // The record's contents in clear text; a span without data stands for none,
-  // as the first does for a put and the second for a delete.
-  std::span<const std::uint8_t> before_image{};
-  std::span<const std::uint8_t> after_image{};
+  record_image before_image{};
+  record_image after_image{};
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FILTER_FILTER_CONTEXT_H

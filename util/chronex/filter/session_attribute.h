@@ -15,19 +15,52 @@
 // and otherwise up to their first zero byte. What is missing makes a relation
 // false, whatever its operator.
 
+#include <array>
+#include <cstdint>
+#include <string>
+
 #include "util/chronex/filter/expr.h"
 #include "util/chronex/filter/filter_context.h"
 
-// Whether the relation `name code value` holds for the event's session: 1 or 0,
-// or a negative EXPR_ERROR_ code.
-int expr_filter_session_attribute(const filter_context& context,
-                                  expr_token code, const expr_entry& name,
-                                  expr_entry& value);
+// What the name of a session attribute relation stands for.
+enum class session_attribute {
+  id,
+  conntime,
+  dbbegin,
+  dbend,
+  dbmemo,
+  sign_on,  // any other name: among the sign-on data
+};
+
+session_attribute session_attribute_of(const std::string& name);
+
+// A pair of name and value, read once for all events.
+struct attribute_value {
+  session_attribute attribute = session_attribute::sign_on;
+  // The EXPR_ERROR_ code of a value that cannot be read. It counts only when
+  // the relation is evaluated.
+  int error = 0;
+  // The value of an id or a connection time.
+  std::int64_t number = 0;
+};
+
+attribute_value expr_read_attribute_value(const expr_entry& name,
+                                          const expr_entry& value);
+
+// Whether the relation `name code value` holds for the event's session. `read`
+// is what expr_read_attribute_value gives for name and value, without error.
+bool expr_filter_session_attribute(const filter_context& context,
+                                   expr_token code, const expr_entry& name,
+                                   const expr_entry& value,
+                                   const attribute_value& read);
+
+// Room for the text of one attribute; longer ones are cut.
+using attribute_text = std::array<char, 4096>;
 
 // Returns the value of the first attribute of the sign-on data whose key `name`
-// begins with, cut to 4095 characters, or null when there is none. The text is
-// zero-terminated, the module's, and valid until the next call.
+// begins with, cut to 4095 characters and zero-terminated, in `text`; or null
+// when there is none.
 const char* expr_get_session_entry(const filter_context& context,
-                                   const char* name);
+                                   const char* name, attribute_text& text);
 
 #endif  // CHRONEX_UTIL_CHRONEX_FILTER_SESSION_ATTRIBUTE_H

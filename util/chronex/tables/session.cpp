@@ -1,6 +1,5 @@
 #include "util/chronex/tables/session.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -105,7 +104,7 @@ session_entry* session_table::session_add_entry(std::int32_t session_id,
     entry = new_entry(session_id);
     if (entry == nullptr) return nullptr;
   }
-  entry->looked_up.clear();
+  entry->verdicts = {};
   entry->sign_on = std::move(sign_on);
   entry->sign_on_id = ++last_sign_on_id_;
   entry->conntime = sign_on_conntime(entry->sign_on);

@@ -8,10 +8,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
-#include <string>
-#include <vector>
 
 #include "common/chained_table.h"
 #include "common/owned_bytes.h"
@@ -38,25 +35,26 @@ struct memo_slot {
   event_place place;
 };
 
-// What a filter has found in a session's sign-on data under a name; no value
-// when there is no such attribute.
-struct looked_up_attribute {
-  std::string name;
-  std::optional<std::string> value;
+// What a filter has found out about a session's sign-on data, one bit for each
+// of its tests on them. Sign-on data may be large, and neither they nor the
+// filter change, so each test is made once.
+struct sign_on_verdicts {
+  // The filter whose tests these are, null: none's. It is held so that no other
+  // filter can come to have its address.
+  std::shared_ptr<const void> filter;
+  std::uint64_t known = 0;  // the tests that were made
+  std::uint64_t holds = 0;  // those of them that hold
 };
 
-// Sign-on data as it stands in the forward log, in memory and in the audit
-// file: a u16 number of strings, then for each a u16 length and that many
-// bytes. The strings hold session attributes in the form key{value}; inside the
-// braces a backslash makes the next character literal.
 struct session_entry {
   std::unique_ptr<session_entry> next;
   std::uint32_t hash = 0;
 
   std::int32_t session_id = 0;
+  // See sign_on_data.h.
   owned_bytes sign_on;
-  // Sign-on data may be large, so each name is looked for once.
-  mutable std::vector<looked_up_attribute> looked_up;
+  // Emptied when the sign-on data change.
+  mutable sign_on_verdicts verdicts;
   // Connection time in seconds since the epoch; 0 = unknown.
   std::uint32_t conntime = 0;
   // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.

@@ -96,9 +96,10 @@ int trail::process_memo(session_entry& session, memo_event memo) {
                        place);
   }
 
-  const int selected =
+  const event_selection selection =
       filter_.select_event({.session = &session, .timestamp = memo.timestamp});
-  if (selected != EVENT_SELECTED) return selected;
+  if (selection == event_selection::failed) return -1;
+  if (selection == event_selection::rejected) return 0;
   if (write_session_sign_on(session, sign_on_caller::memo) != 0) return -1;
   if (is_transaction) return write_session_dbbegin_end(session);
   if (memo.mode == MEMO_DBMEMO) return write_session_dbmemo(session);
