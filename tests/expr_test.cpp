@@ -118,6 +118,43 @@ TEST(expr_compile, first_error_in_reading_order) {
        "TIMESTAMP > 24-13-01", "TIMESTAMP > 2024-01-15 24:00"});
 }
 
+// The text with a caret before the token that could not be used, and the
+// beginning of what could have stood there.
+TEST(expr_compile, tells_the_place_of_an_error) {
+  const struct {
+    const char* text;
+    const char* place;
+    const char* expected;
+  } cases[] = {
+      {"", "^", "a test, NOT"},
+      {"DBPUT OR  # all\n", "DBPUT OR  # all\n^", "a test, NOT"},
+      {"NOT NOT DBPUT", "NOT ^NOT DBPUT", "a test or"},
+      {"CUSTOMER AND DBPUT", "CUSTOMER ^AND DBPUT", "an operator"},
+      {"q = (1)", "q = ^(1)", "a number, a text"},
+      {"q = 2024-01-15", "q = ^2024-01-15", "a number, a text"},
+      {"RECNO = -1", "RECNO = ^-1", "a whole number"},
+      {"RECNO BETWEEN 1 OR 2", "RECNO BETWEEN 1 ^OR 2", "AND or the upper"},
+      {"RECNO BETWEEN 1 AND x", "RECNO BETWEEN 1 AND ^x", "a whole number"},
+      {"TIMESTAMP > 5", "TIMESTAMP > ^5", "a date"},
+      {"TIMESTAMP > 2039-01-01", "TIMESTAMP > ^2039-01-01", "a date from 1970"},
+      {"q = 1 DBPUT", "q = 1 ^DBPUT", "AND, OR or the end"},
+      {"(DBPUT DBPUT)", "(DBPUT ^DBPUT)", "AND, OR or \")\""},
+      {"((DBPUT) OR a.b) c.d", "((DBPUT) OR a.b) ^c.d", "AND, OR or the end"},
+      {"q = 'abc", "q = ^'abc", "a closing quote"},
+      {"[abc = 1", "^[abc = 1", "a \"]\""},
+      {"q = {abc", "q = ^{abc", "a \"}\""},
+      {"q = $", "q = ^$", "a number, a text"},
+  };
+  for (const auto& [text, place, expected] : cases) {
+    compiled_expr expr;
+    expr_error_place error;
+    EXPECT_NE(expr_compile(&expr, text, &error), 0) << text;
+    EXPECT_EQ(std::string(text).insert(error.offset, "^"), place);
+    EXPECT_TRUE(std::string_view(error.expected).starts_with(expected))
+        << text << ": " << error.expected;
+  }
+}
+
 TEST(expr_compile, size_limits) {
   // 500 tests and 499 operators: one entry is left.
   const std::string fits = "DBPUT" + repeated(" OR DBPUT", 499);

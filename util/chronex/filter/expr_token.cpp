@@ -45,19 +45,6 @@ bool ends_word(char c) {
          c == ')';
 }
 
-void skip_to_token(std::string_view& rest) {
-  while (!rest.empty()) {
-    if (is_space(rest.front())) {
-      rest.remove_prefix(1);
-    } else if (rest.front() == '#') {
-      const std::size_t end = rest.find_first_of("\r\n");
-      rest.remove_prefix(end == rest.npos ? rest.size() : end);
-    } else {
-      return;
-    }
-  }
-}
-
 void set_token(expr_entry& token, expr_token code, expr_kind kind,
                std::string text = {}) {
   token.token = code;
@@ -171,6 +158,19 @@ int read_other(std::string_view& rest, expr_entry& token) {
 }
 
 }  // namespace
+
+void skip_to_token(std::string_view& rest) {
+  while (!rest.empty()) {
+    if (is_space(rest.front())) {
+      rest.remove_prefix(1);
+    } else if (rest.front() == '#') {
+      const std::size_t end = rest.find_first_of("\r\n");
+      rest.remove_prefix(end == rest.npos ? rest.size() : end);
+    } else {
+      return;
+    }
+  }
+}
 
 int next_token(std::string_view& rest, expr_entry& token) {
   skip_to_token(rest);

@@ -7,6 +7,9 @@
 
 #include "util/chronex/filter/expr.h"
 
+// Moves the start of `rest` to the next token, behind white space and comments.
+void skip_to_token(std::string_view& rest);
+
 // Reads the token that `rest` begins with, white space and comments skipped,
 // into `token`, and moves the start of `rest` behind it. Returns 0 or a
 // negative EXPR_ERROR_ code, with `token` then undefined. The text must end in
