@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "util/chronex/filter/expr.h"
 #include "util/chronex/filter/expr_eval.h"
@@ -40,6 +41,10 @@ class run_filter {
     return evaluator_ ? evaluate(context) : event_selection::selected;
   }
 
+  // All texts added so far, as one expression.
+  std::string_view filter_expr_str() const {
+    return filter_expr_str_ ? *filter_expr_str_ : std::string_view();
+  }
   bool has_filter_expr() const { return evaluator_.has_value(); }
   // Empty when there is no filter.
   const compiled_expr& filter_expr() const { return filter_expr_; }
@@ -50,7 +55,7 @@ class run_filter {
   void print_no_memory(const char* call);
 
   run_messages& messages_;
-  // All texts added so far, as one expression.
+  // Unset until there is a text.
   std::optional<std::string> filter_expr_str_;
   compiled_expr filter_expr_;
   // Set as soon as there is an expression to be evaluated.

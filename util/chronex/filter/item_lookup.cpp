@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "common/same_text.h"
-#include "util/chronex/tables/node.h"
+#include "util/chronex/tables/set_context.h"
 
 namespace {
 
@@ -49,4 +49,13 @@ item_element find_item(const set_context& set, std::string_view name) {
     }
   }
   return {};
+}
+
+const item_descriptor* find_item_with_elements(const set_context& set,
+                                               std::string_view name) {
+  if (name.ends_with(']')) name = name.substr(0, name.rfind('['));
+  for (const item_descriptor& item : set.item_list()) {
+    if (item.count != 1 && same_text(name, set.item_name(item))) return &item;
+  }
+  return nullptr;
 }

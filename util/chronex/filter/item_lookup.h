@@ -28,4 +28,10 @@ struct item_element {
 // Finds what `name`, without sign, stands for: the first item in schema order.
 item_element find_item(const set_context& set, std::string_view name);
 
+// The same for a name that asks for an item with several elements without a
+// subscript, or with one that is none of its elements: the item; null: not
+// found.
+const item_descriptor* find_item_with_elements(const set_context& set,
+                                               std::string_view name);
+
 #endif  // CHRONEX_UTIL_CHRONEX_FILTER_ITEM_LOOKUP_H

@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
-#include <span>
-#include <string_view>
 
 #include "util/chronex/filter/date_time.h"
 #include "util/chronex/filter/match.h"
@@ -64,18 +62,6 @@ bool test_memo(expr_token code, const memo_slot& slot, std::uint32_t mode,
   return test_text(code, {text, static_cast<std::size_t>(slot.size)}, value);
 }
 
-// Gives the value of the first pair that matches, with its backslashes.
-bool find_pair(std::string_view text, const char* name,
-               std::string_view& value) {
-  sign_on_pairs pairs(text);
-  std::string_view key;
-  while (pairs.next(key, value)) {
-    // The name must begin with the key, not the other way round.
-    if (strncasecmp(name, key.data(), key.size()) == 0) return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 session_attribute session_attribute_of(const std::string& name) {
@@ -97,18 +83,30 @@ attribute_value expr_read_attribute_value(const expr_entry& name,
   return read;
 }
 
+std::optional<std::string_view> find_sign_on_attribute(
+    std::span<const std::uint8_t> sign_on, const char* name) {
+  sign_on_strings strings(sign_on);
+  std::string_view text;
+  while (strings.next(text)) {
+    sign_on_pairs pairs(text);
+    std::string_view key;
+    std::string_view value;
+    while (pairs.next(key, value)) {
+      // The name must begin with the key, not the other way round.
+      if (strncasecmp(name, key.data(), key.size()) == 0) return value;
+    }
+  }
+  return std::nullopt;
+}
+
 const char* expr_get_session_entry(const filter_context& context,
                                    const char* name, attribute_text& text) {
-  sign_on_strings strings(context.session->sign_on.bytes());
-  std::string_view pairs;
-  std::string_view value;
-  while (strings.next(pairs)) {
-    if (!find_pair(pairs, name, value)) continue;
-    const auto room = std::span(text).first(text.size() - 1);
-    text[sign_on_copy_value(value, room)] = '\0';
-    return text.data();
-  }
-  return nullptr;
+  const std::optional<std::string_view> value =
+      find_sign_on_attribute(context.session->sign_on.bytes(), name);
+  if (!value) return nullptr;
+  const auto room = std::span(text).first(text.size() - 1);
+  text[sign_on_copy_value(*value, room)] = '\0';
+  return text.data();
 }
 
 bool expr_filter_session_attribute(const filter_context& context,

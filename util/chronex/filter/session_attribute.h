@@ -17,7 +17,10 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
+#include <string_view>
 
 #include "util/chronex/filter/expr.h"
 #include "util/chronex/filter/filter_context.h"
@@ -54,12 +57,16 @@ bool expr_filter_session_attribute(const filter_context& context,
                                    const expr_entry& value,
                                    const attribute_value& read);
 
+// Returns the value of the first attribute of the sign-on data whose key `name`
+// begins with, as it stands there, with its backslashes.
+std::optional<std::string_view> find_sign_on_attribute(
+    std::span<const std::uint8_t> sign_on, const char* name);
+
 // Room for the text of one attribute; longer ones are cut.
 using attribute_text = std::array<char, 4096>;
 
-// Returns the value of the first attribute of the sign-on data whose key `name`
-// begins with, cut to 4095 characters and zero-terminated, in `text`; or null
-// when there is none.
+// The same for the event's session, in `text`, without the backslashes, cut to
+// 4095 characters and zero-terminated; null when there is none.
 const char* expr_get_session_entry(const filter_context& context,
                                    const char* name, attribute_text& text);
 
