@@ -89,6 +89,17 @@ class chained_table {
     return nullptr;
   }
 
+  // Calls `visit` with every entry.
+  template <typename Visit>
+  void for_each(Visit visit) {
+    for (std::size_t i = 0; i < bucket_count_; ++i) {
+      for (Entry* entry = buckets_[i].get(); entry != nullptr;
+           entry = entry->next.get()) {
+        visit(*entry);
+      }
+    }
+  }
+
   // Releases every entry for which `matches` holds.
   template <typename Matches>
   void remove_if(Matches matches) {

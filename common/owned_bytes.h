@@ -61,8 +61,8 @@ class owned_bytes {
 template <typename T, typename... Arguments>
 std::unique_ptr<T> try_make(Arguments&&... arguments) noexcept {
   static_assert(noexcept(T(std::forward<Arguments>(arguments)...)));
-  return std::unique_ptr<T>(
-      new (std::nothrow) T(std::forward<Arguments>(arguments)...));
+  return std::unique_ptr<T>(new (std::nothrow)
+                                T(std::forward<Arguments>(arguments)...));
 }
 
 // The same for an array of `count` elements.

@@ -83,13 +83,17 @@ int run_steps(int argc, char* argv[], chronex_run& run,
   if (open_audit_output(run, options) != 0) return EXIT_ERROR;
   options_apply_to_report(options, run, standard_output);
   run.events.watched = isatty(STDOUT_FILENO) == 1;
+  // In a pipe or a file nothing is added to what the inputs give rise to.
+  if (isatty(STDERR_FILENO) == 1) watch_names(run);
 
   if (run.inputs.open(options.operands) != 0) return EXIT_ERROR;
   if (run.audit.stream.audit_fp != nullptr &&
       run.audit.audit_write_header(run.charset_id, options.user_comment) != 0) {
     return EXIT_ERROR;
   }
-  return process_files(run) == 0 ? 0 : EXIT_ERROR;
+  if (process_files(run) != 0) return EXIT_ERROR;
+  tell_unknown_names(run);
+  return 0;
 }
 
 // The run, with whatever ends it early turned into an exit status.

@@ -87,8 +87,8 @@ int audit_reader::decode_session_sign_on(const input_file& file,
         data.size(), session_id);
     return FILE_FAILED;
   }
-  trail_.sessions.session_add_entry(static_cast<std::int32_t>(session_id),
-                                    std::move(copy));
+  trail_.session_add_entry(static_cast<std::int32_t>(session_id),
+                           std::move(copy));
   return RECORD_DONE;
 }
 
@@ -126,9 +126,9 @@ int audit_reader::decode_node_schema(const input_file& file, byte_run payload) {
     if (!problem.empty()) bad_format(file, problem);
     return FILE_FAILED;
   }
-  trail_.nodes.node_add_entry(
-      static_cast<std::int32_t>(head.node_id), NODE_DATA_SET,
-      reinterpret_cast<const char*>(name.data()), 0, std::move(set));
+  trail_.node_add_entry(static_cast<std::int32_t>(head.node_id), NODE_DATA_SET,
+                        reinterpret_cast<const char*>(name.data()), 0,
+                        std::move(set));
   return RECORD_DONE;
 }
 

@@ -31,6 +31,18 @@ class item_name_list {
   // The number of names added; 0 means that no list was given.
   int has_item_name_list = 0;
 
+  // Calls `visit` with every name, as it is kept.
+  template <typename Visit>
+  void for_each(Visit visit) const {
+    for (const chain& names : item_name_hash_) {
+      for (const item_name_entry* entry = names.head.get(); entry != nullptr;
+           entry = entry->next.get()) {
+        visit(std::string_view(entry->name.data(),
+                               static_cast<std::size_t>(entry->length)));
+      }
+    }
+  }
+
   // -1 when there is no list, 1 when the name is in it (ignoring case), else 0.
   int item_name_in_list(std::string_view name) const;
 

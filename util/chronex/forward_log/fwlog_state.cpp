@@ -40,7 +40,7 @@ int process_sign_on(const fw_action& action, const state_header& header) {
       return fw_short_read(action, "audit sign-on data");
     }
   }
-  action.events().sessions.session_add_entry(header.id, std::move(data));
+  action.events().session_add_entry(header.id, std::move(data));
   return ACTION_DONE;
 }
 
@@ -83,7 +83,7 @@ int process_database(const fw_action& action, const state_header& header) {
   }
   const std::uint8_t* name = action.stream().take(header.size);
   if (name == nullptr) return fw_short_read(action, "context_db name");
-  action.events().nodes.node_add_entry(
+  action.events().node_add_entry(
       header.id, NODE_DATABASE,
       {reinterpret_cast<const char*>(name), header.size}, 0, nullptr);
   return ACTION_DONE;
@@ -146,8 +146,8 @@ int process_data_set(const fw_action& action, const state_header& header) {
   std::unique_ptr<set_context> set =
       node_create_set_context({list, left}, problem, action.messages());
   if (!set) return fw_malformed(action, problem);
-  action.events().nodes.node_add_entry(header.id, NODE_DATA_SET, name.view(),
-                                       db_node_id, std::move(set));
+  action.events().node_add_entry(header.id, NODE_DATA_SET, name.view(),
+                                 db_node_id, std::move(set));
   return ACTION_DONE;
 }
 

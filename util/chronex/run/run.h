@@ -4,10 +4,13 @@
 // A run: everything that lives from the command line to the closing of the
 // outputs. Whoever makes one finds every table empty.
 
+#include <optional>
+
 #include "util/chronex/audit_file/audit_output.h"
 #include "util/chronex/audit_file/audit_reader.h"
 #include "util/chronex/filter/filter.h"
 #include "util/chronex/filter/item_names.h"
+#include "util/chronex/filter/name_check.h"
 #include "util/chronex/forward_log/fwlog.h"
 #include "util/chronex/input/charset.h"
 #include "util/chronex/input/scratch.h"
@@ -26,6 +29,7 @@ struct chronex_run {
   run_messages messages;
   run_filter filter{messages};
   item_name_list item_names{messages};
+  std::optional<name_check> names;
   trail events{messages, filter};
   clear_text_report report{messages, item_names};
   audit_output audit{messages};
@@ -38,6 +42,13 @@ struct chronex_run {
   // Inputs stay open until the run ends.
   input_list inputs{messages, charset_id};
 };
+
+// Begins to look for names of the filter and of -I that no input has. Throws
+// std::bad_alloc.
+void watch_names(chronex_run& run);
+
+// Says on standard error which they are, if they were watched.
+void tell_unknown_names(chronex_run& run);
 
 // Processes one input by its type. Returns 0, or -1 after a failure that ends
 // the run; its message has been printed.

@@ -64,6 +64,14 @@ class node_table {
                              std::string_view name, std::int32_t db_node_id,
                              std::unique_ptr<set_context> set);
 
+  // Calls `visit` with every data set of a database that has a schema.
+  template <typename Visit>
+  void for_each_set(std::int32_t db_node_id, Visit visit) {
+    node_hash_.for_each([&](const node_entry& entry) {
+      if (entry.db_node_id == db_node_id && entry.set) visit(entry);
+    });
+  }
+
   // A number that changes whenever a node is registered or redefined, and with
   // it possibly the printable name of any node.
   std::uint64_t names_version() const { return names_version_; }

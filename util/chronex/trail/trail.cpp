@@ -1,6 +1,7 @@
 #include "util/chronex/trail/trail.h"
 
 #include <cassert>
+#include <utility>
 
 #include "util/chronex/messages/run_failed.h"
 
@@ -8,6 +9,28 @@ void trail::add_output(trail_output& output) {
   assert(output_count_ < MAX_OUTPUTS);
   output_slots_[output_count_] = &output;
   ++output_count_;
+}
+
+void trail::session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
+  const session_entry* entry =
+      sessions.session_add_entry(session_id, std::move(sign_on));
+  if (entry != nullptr && names != nullptr) {
+    names->sign_on(entry->sign_on.bytes());
+  }
+}
+
+void trail::node_add_entry(std::int32_t node_id, int type,
+                           std::string_view name, std::int32_t db_node_id,
+                           std::unique_ptr<set_context> set) {
+  const node_entry* entry =
+      nodes.node_add_entry(node_id, type, name, db_node_id, std::move(set));
+  if (entry == nullptr || names == nullptr) return;
+  const auto check = [this](const node_entry& data_set) {
+    names->data_set(node_name2(data_set, false), *data_set.set);
+  };
+  if (entry->set) check(*entry);
+  // A database's new name is its data sets' new name.
+  if (type == NODE_DATABASE) nodes.for_each_set(node_id, check);
 }
 
 int trail::file_begins(const input_file& file) {

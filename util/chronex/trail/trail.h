@@ -15,11 +15,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "common/owned_bytes.h"
 #include "util/chronex/filter/filter.h"
+#include "util/chronex/filter/name_check.h"
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex/tables/node.h"
@@ -71,6 +74,16 @@ class trail {
   void action_done() {
     if (watched) tell_action_done();
   }
+
+  // Register sessions and nodes in the tables, as these do, and let the check
+  // of names see them.
+  void session_add_entry(std::int32_t session_id, owned_bytes sign_on);
+  void node_add_entry(std::int32_t node_id, int type, std::string_view name,
+                      std::int32_t db_node_id,
+                      std::unique_ptr<set_context> set);
+
+  // What looks for names that no input has; null: nothing does.
+  name_check* names = nullptr;
 
   // Registers a sign-off; unknown sessions are ignored.
   int session_signed_off(std::int32_t session_id);
