@@ -3,12 +3,12 @@
 #
 #   sh trails.sh shop.*-*
 #
-# Of logs NAME-1, NAME-2, ... the audit file is NAME.audit. It is replaced only
-# by a whole one: what a failed run has written stays in NAME.new. The exit
-# status is not 0 if a run failed, and standard error says which.
+# Of logs NAME-1, NAME-2, ... the audit file is trail.NAME. It is replaced only by
+# a whole one: what a failed run has written stays in new.NAME. The exit status
+# is not 0 if a run failed, and standard error says which.
 
 printf '%s\n' "$@" | sed 's/-[0-9]*\(\.gz\)\{0,1\}$//' | sort -u |
   xargs -d '\n' -P "$(nproc)" -I % sh -c '
-    chronex -o "$1.new" "$1"-* && mv "$1.new" "$1.audit" && exit 0
+    chronex -o "new.$1" "$1"-* && mv "new.$1" "trail.$1" && exit 0
     echo "$1: failed" >&2
     exit 1' sh %
