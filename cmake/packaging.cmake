@@ -15,6 +15,8 @@ file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
 # The sample logs that the examples are about, where their maker is built.
 set(SAMPLES shop.7-1 shop.7-2 shop.8-1 shop.8-3 depot.1-1 old-depot.1-1)
 
+# cpack would build the tests as well.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(MADE_DIR ${CMAKE_BINARY_DIR}/installation)
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
