@@ -48,5 +48,5 @@ try "removal" cmake --build $build --target uninstall
 tree /usr/local | diff /tmp/before - || fail "removal left or took something"
 
 try "tools for the package" install_tools lintian
-try "lintian" lintian --fail-on error $build/package/*.deb
+try "lintian" env LC_ALL=C.UTF-8 lintian --fail-on error $build/package/*.deb
 cat /tmp/tried
