@@ -1,0 +1,125 @@
+// The event of an operation on a record.
+
+#include <string_view>
+
+#include "util/chronex/tables/node.h"
+#include "util/chronex/tables/session.h"
+#include "util/chronex/trail/image.h"
+#include "util/chronex_trail/json/field_note.h"
+#include "util/chronex_trail/json/guarded.h"
+#include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/values/text_origin.h"
+
+namespace {
+
+std::string_view op_letter(int op) {
+  switch (op) {
+    case OP_PUT:
+      return "c";
+    case OP_UPDATE:
+      return "u";
+    default:
+      return "d";
+  }
+}
+
+// The text of a session's memo slot, the key that it has in an event, and the
+// field that a note names.
+struct slot_member {
+  const memo_slot& slot;
+  std::string_view key;
+  std::string_view field;
+
+  bool is_there() const { return slot.size > 0; }
+  std::string_view text() const {
+    return {reinterpret_cast<const char*>(slot.data.data()),
+            static_cast<std::size_t>(slot.size)};
+  }
+};
+
+slot_member transaction_member(const session_entry& session) {
+  const memo_slot& slot = session.dbbegin_end;
+  if (slot.mode == MEMO_DBBEGIN) return {slot, R"("begin":)", "memo.begin"};
+  return {slot, R"("end":)", "memo.end"};
+}
+
+}  // namespace
+
+// What the session last said of its transaction.
+void json_output::put_slots(const session_entry& session,
+                            const event_place& place) {
+  const slot_member members[] = {
+      transaction_member(session),
+      {session.dbmemo, R"("text":)", "memo.text"},
+  };
+  const character_table& characters = character_table_of(charset_at(place));
+  std::string_view before = R"(,"memo":{)";
+  for (const slot_member& member : members) {
+    if (!member.is_there()) continue;
+    const decoded_text text = decode_text(member.text(), characters, scratch_);
+    if (text.undecodable) {
+      append_field_note(line_.notes(), member.field, member.text());
+    }
+    line_.out().put(before);
+    line_.out().put(member.key);
+    line_.out().put_string(text.utf8);
+    before = ",";
+  }
+  if (before == ",") line_.out().put('}');
+}
+
+void json_output::note_missing(std::string_view image) {
+  line_.notes() += ",{\"image\":\"";
+  line_.notes() += image;
+  line_.notes() += "\",\"why\":\"no_";
+  line_.notes() += image;
+  line_.notes() += "_image\"}";
+}
+
+void json_output::put_images(const image_operation& operation,
+                             const set_piece& set, const event_place& place) {
+  const bool may_be_sealed = is_in_audit_file(place);
+  const record_image before{.name = "before",
+                            .bytes = operation.before_image(),
+                            .sealed = operation.before_sealed,
+                            .may_be_sealed = may_be_sealed};
+  const record_image after{.name = "after",
+                           .bytes = operation.after_image(),
+                           .sealed = operation.after_sealed,
+                           .may_be_sealed = may_be_sealed};
+  if (!before.exists() && operation.op != OP_PUT) note_missing(before.name);
+  if (!after.exists() && operation.op != OP_DELETE) note_missing(after.name);
+  line_.out().put(R"(,"before":)");
+  record_.put(set, before);
+  line_.out().put(R"(,"after":)");
+  record_.put(set, after);
+  if (operation.op != OP_UPDATE || !before.exists() || !after.exists()) return;
+  line_.out().put(R"(,"changed":)");
+  record_.put_changed(set, before, after);
+}
+
+void json_output::put_operation(const image_operation& operation,
+                                const event_place& place) {
+  line_.out().put(R"(,"op":")");
+  line_.out().put(op_letter(operation.op));
+  line_.out().put('"');
+  line_.put_time(operation.timestamp);
+  line_.put_source(place);
+  const set_piece& set = sets_.of(operation.node, charset_at(place), place);
+  line_.out().put(set.head);
+  line_.notes() += set.notes;
+  line_.put_number("recno", operation.recno);
+  put_session(operation.session, place);
+  put_slots(operation.session, place);
+  put_images(operation, set, place);
+}
+
+int json_output::operation(const image_operation& operation,
+                           const event_place& place) {
+  ++changes_;
+  return guarded(line_, [&] {
+    line_.begin("change");
+    put_operation(operation, place);
+    return line_.end();
+  });
+}

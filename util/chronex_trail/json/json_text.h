@@ -1,0 +1,30 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_JSON_JSON_TEXT_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_JSON_JSON_TEXT_H
+
+// Texts as JSON strings have them.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// The most characters that one byte of a text becomes: \u001f.
+inline constexpr std::size_t LONGEST_ESCAPE = 6;
+
+// Writes well-formed UTF-8 with quotes, backslashes and control characters
+// escaped, and without the quotes around it. `out` has room for LONGEST_ESCAPE
+// characters for each byte of `utf8`, and 8 more. Returns the end.
+char* put_json_text(std::string_view utf8, char* out);
+
+// Appends a whole JSON string, quotes included.
+void append_json_string(std::string& out, std::string_view utf8);
+
+// Appends `,"KEY":"TEXT"`, for objects that already have a member. The key
+// needs no escapes.
+void append_json_member(std::string& out, std::string_view key,
+                        std::string_view utf8);
+// The same with a whole number.
+void append_json_member(std::string& out, std::string_view key,
+                        std::int64_t number);
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_JSON_TEXT_H

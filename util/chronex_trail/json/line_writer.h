@@ -1,0 +1,98 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_JSON_LINE_WRITER_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_JSON_LINE_WRITER_H
+
+// Collects the text of events in one buffer, without a formatting library in
+// between, and hands it to a sink in large pieces. A failed write is
+// remembered; what follows is dropped.
+
+#include <array>
+#include <cassert>
+#include <charconv>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "util/chronex_trail/json/line_sink.h"
+
+class line_writer {
+ public:
+  // The sink stays the caller's.
+  explicit line_writer(line_sink& sink) : sink_(sink) {}
+  line_writer(const line_writer&) = delete;
+  line_writer& operator=(const line_writer&) = delete;
+
+  // Room for `size` characters; what is written there counts once the end of it
+  // is claimed.
+  static constexpr std::size_t MAX_ROOM = std::size_t{32} * 1024;
+  char* room(std::size_t size) {
+    assert(size <= MAX_ROOM);
+    if (size > buffer_.size() - used_) flush();
+    return buffer_.data() + used_;
+  }
+  void claim(const char* end) {
+    used_ = static_cast<std::size_t>(end - buffer_.data());
+  }
+
+  void put(char character) {
+    char* const out = room(1);
+    *out = character;
+    claim(out + 1);
+  }
+  void put(std::string_view text) {
+    if (text.size() > MAX_ROOM) {
+      put_large(text);
+      return;
+    }
+    char* const out = room(text.size());
+    if (!text.empty()) std::memcpy(out, text.data(), text.size());
+    claim(out + text.size());
+  }
+  template <typename number>
+  requires std::integral<number> || std::floating_point<number>
+  void put_number(number value) {
+    char* const out = room(LONGEST_NUMBER);
+    claim(std::to_chars(out, out + LONGEST_NUMBER, value).ptr);
+  }
+  // Well-formed UTF-8 as a JSON string, quotes included.
+  void put_string(std::string_view utf8);
+  // Two hex digits a byte.
+  void put_hex(std::span<const std::uint8_t> bytes);
+
+  // Ends a line. Returns 0, or -1 when a write has failed.
+  int end_line() {
+    put('\n');
+    line_begin_ = used_;
+    line_is_cut_ = false;
+    if (used_ >= HANDED_OVER) flush();
+    return failed_ ? -1 : 0;
+  }
+  // Drops the line that was begun. When parts of it are gone already, nothing
+  // may follow them: then all that comes is dropped, too.
+  void abandon_line() {
+    if (line_is_cut_) failed_ = true;
+    used_ = line_begin_;
+  }
+  // Hands over all there is. Returns 0, or -1 when a write has failed.
+  int flush();
+
+ private:
+  // A double takes at most 24 characters.
+  static constexpr std::size_t LONGEST_NUMBER = 32;
+  static constexpr std::size_t HANDED_OVER = std::size_t{64} * 1024;
+
+  void put_large(std::string_view text);
+
+  line_sink& sink_;
+  bool failed_ = false;
+  std::size_t used_ = 0;
+  // Where the line begins; when parts of it were handed over, where the rest
+  // does.
+  std::size_t line_begin_ = 0;
+  bool line_is_cut_ = false;
+  std::array<char, HANDED_OVER + MAX_ROOM> buffer_;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_LINE_WRITER_H

@@ -1,0 +1,48 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SESSION_PIECE_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SESSION_PIECE_H
+
+// What the events of a session have in common.
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "util/chronex/tables/session.h"
+#include "util/chronex_trail/json/piece_cache.h"
+
+struct session_piece {
+  // The sign-on that it was made of.
+  std::int32_t session_id = 0;
+  int charset = 0;
+  std::vector<std::uint8_t> sign_on;
+
+  // `,"session":{"id":4,...` without the last brace.
+  std::string object;
+  // What could not be decoded in it; each note begins with a comma.
+  std::string notes;
+
+  std::size_t footprint() const {
+    return sizeof *this + sign_on.capacity() + object.capacity() +
+           notes.capacity();
+  }
+};
+
+class session_pieces {
+ public:
+  // The piece of a session whose texts have that character set; valid until the
+  // next call.
+  const session_piece& of(const session_entry& session, int charset);
+
+ private:
+  static constexpr std::size_t KEPT_BYTES = std::size_t{4} << 20;
+
+  piece_cache<session_piece> kept_{KEPT_BYTES};
+};
+
+// Appends `,"attributes":[["user","BOB"],...]`, the pairs of the sign-on data
+// in their order, to `object`, and what could not be decoded to `notes`.
+void append_session_attributes(const session_entry& session, int charset,
+                               std::string& object, std::string& notes);
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SESSION_PIECE_H

@@ -1,0 +1,76 @@
+#include "util/chronex_trail/json/set_piece.h"
+
+#include <utility>
+
+#include "util/chronex_trail/json/field_note.h"
+#include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/values/data_set_name.h"
+#include "util/chronex_trail/values/text_origin.h"
+
+namespace {
+
+std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
+                                      item_choice choice) {
+  auto piece = std::make_unique<set_piece>();
+  piece->schema_id = set.schema_id;
+  piece->charset = charset;
+  for (item_view& item : items_of(set, character_table_of(charset), choice)) {
+    if (!item.chosen) continue;
+    const std::size_t begin = piece->keys.size();
+    piece->keys += ',';
+    append_json_string(piece->keys, item.name);
+    piece->keys += ':';
+    const std::size_t length = piece->keys.size() - begin;
+    piece->items.push_back({.item = std::move(item),
+                            .key_begin = static_cast<std::uint32_t>(begin),
+                            .key_length = static_cast<std::uint32_t>(length)});
+  }
+  return piece;
+}
+
+void make_head(const node_entry& node, set_piece& piece) {
+  const data_set_name name = data_set_name_of(node, piece.from_audit_file);
+  piece.notes.clear();
+  field_decoder decoder(character_table_of(piece.charset), piece.notes);
+  piece.head.clear();
+  if (name.database) {
+    append_json_member(piece.head, "database",
+                       decoder.decode("database", *name.database));
+  } else {
+    piece.head += ",\"database\":null";
+  }
+  append_json_member(piece.head, "dataset",
+                     decoder.decode("dataset", name.data_set));
+  append_json_member(piece.head, "node", std::int64_t{node.node_id});
+}
+
+}  // namespace
+
+std::size_t set_piece::footprint() const {
+  std::size_t size = sizeof *this + head.capacity() + notes.capacity() +
+                     keys.capacity() + items.capacity() * sizeof(keyed_item);
+  for (const keyed_item& item : items) size += item.item.name.capacity();
+  return size;
+}
+
+set_piece& set_pieces::items_of_schema(const set_context& set, int charset) {
+  set_piece* const kept = kept_.at(set.schema_id);
+  if (kept != nullptr && kept->schema_id == set.schema_id &&
+      kept->charset == charset) {
+    return *kept;
+  }
+  return kept_.put(set.schema_id, make_piece(set, charset, choice_));
+}
+
+const set_piece& set_pieces::of(const node_entry& node, int charset,
+                                const event_place& place) {
+  set_piece& piece = items_of_schema(*node.set, charset);
+  const bool from_audit_file = is_in_audit_file(place);
+  if (piece.names_version != node_names_version() ||
+      piece.from_audit_file != from_audit_file) {
+    piece.names_version = node_names_version();
+    piece.from_audit_file = from_audit_file;
+    make_head(node, piece);
+  }
+  return piece;
+}

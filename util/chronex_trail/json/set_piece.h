@@ -1,0 +1,73 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SET_PIECE_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SET_PIECE_H
+
+// What the events of a data set have in common.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "util/chronex/tables/node.h"
+#include "util/chronex/trail/output.h"
+#include "util/chronex_trail/json/piece_cache.h"
+#include "util/chronex_trail/values/item_view.h"
+
+// A chosen item, and its name as an object's key.
+struct keyed_item {
+  item_view item;
+  // Place of `,"NAME":` in set_piece::keys.
+  std::uint32_t key_begin = 0;
+  std::uint32_t key_length = 0;
+};
+
+struct set_piece {
+  // The schema that it was made of.
+  std::uint64_t schema_id = 0;
+  int charset = 0;
+
+  // The node's name as it was at this node_names_version(), in one file.
+  std::uint64_t names_version = 0;
+  bool from_audit_file = false;
+  // `,"database":"SHOP","dataset":"CUSTOMER","node":2`, and what could not be
+  // decoded in it; each note begins with a comma.
+  std::string head;
+  std::string notes;
+
+  std::vector<keyed_item> items;
+  std::string keys;
+
+  // `,"NAME":`
+  std::string_view key(const keyed_item& item) const {
+    return {keys.data() + item.key_begin, item.key_length};
+  }
+  // `"NAME"`
+  std::string_view quoted_name(const keyed_item& item) const {
+    return {keys.data() + item.key_begin + 1, item.key_length - 2};
+  }
+
+  std::size_t footprint() const;
+};
+
+class set_pieces {
+ public:
+  // `choice` may be null: all items are chosen.
+  explicit set_pieces(item_choice choice) : choice_(choice) {}
+
+  // The piece of a data set, whose schema is there, in an event at that place;
+  // valid until the next call.
+  const set_piece& of(const node_entry& node, int charset,
+                      const event_place& place);
+
+ private:
+  static constexpr std::size_t KEPT_BYTES = std::size_t{8} << 20;
+
+  set_piece& items_of_schema(const set_context& set, int charset);
+
+  item_choice choice_;
+  piece_cache<set_piece> kept_{KEPT_BYTES};
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SET_PIECE_H

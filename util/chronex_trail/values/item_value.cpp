@@ -1,0 +1,173 @@
+#include "util/chronex_trail/values/item_value.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "util/chronex_trail/values/decimal_digits.h"
+
+namespace {
+
+using byte_run = std::span<const std::uint8_t>;
+
+constexpr char HEX_DIGITS[] = "0123456789abcdef";
+
+template <typename number>
+number load(byte_run bytes) {
+  number value;
+  std::memcpy(&value, bytes.data(), sizeof value);
+  return value;
+}
+
+std::int64_t load_integer(byte_run bytes) {
+  switch (bytes.size()) {
+    case 1:
+      return load<std::int8_t>(bytes);
+    case 2:
+      return load<std::int16_t>(bytes);
+    case 4:
+      return load<std::int32_t>(bytes);
+    default:
+      return load<std::int64_t>(bytes);
+  }
+}
+
+std::uint64_t load_natural(byte_run bytes) {
+  switch (bytes.size()) {
+    case 1:
+      return bytes[0];
+    case 2:
+      return load<std::uint16_t>(bytes);
+    case 4:
+      return load<std::uint32_t>(bytes);
+    default:
+      return load<std::uint64_t>(bytes);
+  }
+}
+
+item_value real_value(byte_run bytes) {
+  item_value value;
+  value.real = bytes.size() == sizeof(float) ? double{load<float>(bytes)}
+                                             : load<double>(bytes);
+  if (std::isnan(value.real)) value.problem = value_problem::nan;
+  if (std::isinf(value.real)) value.problem = value_problem::infinite;
+  return value;
+}
+
+item_value digits_value(std::size_t (*digits)(byte_run, char*), byte_run bytes,
+                        text_scratch& scratch) {
+  char* const out = scratch.room(bytes.size() * 2);
+  item_value value;
+  value.text = {out, digits(bytes, out)};
+  if (value.text.empty()) value.problem = value_problem::bad_digits;
+  return value;
+}
+
+bool is_padding(std::uint8_t byte) { return byte == ' ' || byte == 0; }
+
+item_value text_value(byte_run bytes, const character_table& characters,
+                      text_scratch& scratch) {
+  std::size_t length = bytes.size();
+  while (length > 0 && is_padding(bytes[length - 1])) --length;
+  const decoded_text text =
+      decode_text(bytes.first(length), characters, scratch);
+  item_value value;
+  value.text = text.utf8;
+  if (text.undecodable) value.problem = value_problem::undecodable;
+  return value;
+}
+
+// Little-endian bytes, the most significant digits first and without leading
+// zero bytes.
+item_value hex_number_value(byte_run bytes, text_scratch& scratch) {
+  char* const out = scratch.room(bytes.size() * 2 + 1);
+  char* end = out;
+  *end++ = 'x';
+  std::size_t left = bytes.size();
+  while (left > 1 && bytes[left - 1] == 0) --left;
+  for (; left > 0; --left) {
+    end = put_hex_digits(bytes.subspan(left - 1, 1), end);
+  }
+  return {.text = {out, static_cast<std::size_t>(end - out)}};
+}
+
+item_value hex_bytes_value(byte_run bytes, text_scratch& scratch) {
+  char* const out = scratch.room(bytes.size() * 2);
+  const char* const end = put_hex_digits(bytes, out);
+  return {.text = {out, static_cast<std::size_t>(end - out)}};
+}
+
+bool is_integer_size(std::size_t size) {
+  return size == 1 || size == 2 || size == 4 || size == 8;
+}
+
+}  // namespace
+
+value_form value_form_of(char type, std::size_t size) {
+  switch (type) {
+    case 'I':
+      return is_integer_size(size) ? value_form::integer
+                                   : value_form::hex_number;
+    case 'K':
+      return is_integer_size(size) ? value_form::natural
+                                   : value_form::hex_number;
+    case 'E':
+      return size == sizeof(float) || size == sizeof(double)
+                 ? value_form::real
+                 : value_form::hex_number;
+    case 'P':
+      return value_form::packed;
+    case 'Z':
+      return value_form::zoned;
+    case 'X':
+    case 'U':
+      return value_form::text;
+    default:
+      return value_form::hex_bytes;
+  }
+}
+
+std::string_view problem_name(value_problem problem) {
+  switch (problem) {
+    case value_problem::bad_digits:
+      return "bad_digits";
+    case value_problem::nan:
+      return "nan";
+    case value_problem::infinite:
+      return "infinite";
+    case value_problem::undecodable:
+      return "undecodable";
+    default:
+      return "";
+  }
+}
+
+item_value read_value(value_form form, byte_run bytes,
+                      const character_table& characters,
+                      text_scratch& scratch) {
+  switch (form) {
+    case value_form::integer:
+      return {.integer = load_integer(bytes)};
+    case value_form::natural:
+      return {.natural = load_natural(bytes)};
+    case value_form::real:
+      return real_value(bytes);
+    case value_form::packed:
+      return digits_value(packed_digits, bytes, scratch);
+    case value_form::zoned:
+      return digits_value(zoned_digits, bytes, scratch);
+    case value_form::text:
+      return text_value(bytes, characters, scratch);
+    case value_form::hex_number:
+      return hex_number_value(bytes, scratch);
+    default:
+      return hex_bytes_value(bytes, scratch);
+  }
+}
+
+char* put_hex_digits(byte_run bytes, char* out) {
+  for (const std::uint8_t byte : bytes) {
+    *out++ = HEX_DIGITS[byte >> 4];
+    *out++ = HEX_DIGITS[byte & 0x0F];
+  }
+  return out;
+}
