@@ -89,10 +89,7 @@ void json_output::put_images(const image_operation& operation,
                            .may_be_sealed = may_be_sealed};
   if (!before.exists() && operation.op != OP_PUT) note_missing(before.name);
   if (!after.exists() && operation.op != OP_DELETE) note_missing(after.name);
-  line_.out().put(R"(,"before":)");
-  record_.put(set, before);
-  line_.out().put(R"(,"after":)");
-  record_.put(set, after);
+  record_.put(set, before, after);
   if (operation.op != OP_UPDATE || !before.exists() || !after.exists()) return;
   line_.out().put(R"(,"changed":)");
   record_.put_changed(set, before, after);

@@ -25,8 +25,8 @@ class line_writer {
   line_writer& operator=(const line_writer&) = delete;
 
   // Room for `size` characters; what is written there counts once the end of it
-  // is claimed.
-  static constexpr std::size_t MAX_ROOM = std::size_t{32} * 1024;
+  // is claimed. Until all of it was put in, nothing is handed over.
+  static constexpr std::size_t MAX_ROOM = std::size_t{256} * 1024;
   char* room(std::size_t size) {
     assert(size <= MAX_ROOM);
     if (size > buffer_.size() - used_) flush();
@@ -35,6 +35,9 @@ class line_writer {
   void claim(const char* end) {
     used_ = static_cast<std::size_t>(end - buffer_.data());
   }
+
+  // Where the next character goes.
+  const char* position() const { return buffer_.data() + used_; }
 
   void put(char character) {
     char* const out = room(1);

@@ -1,41 +1,15 @@
 #include "util/chronex_trail/json/record_text.h"
 
-#include <cmath>
 #include <cstring>
+
+#include "util/chronex_trail/json/value_text.h"
 
 namespace {
 
 using byte_run = std::span<const std::uint8_t>;
 
-// Readers that take numbers for doubles change integers of this size, so that
-// they are always strings.
-constexpr std::size_t QUOTED_SIZE = 8;
-
-template <typename number>
-void put_whole_number(line_writer& out, number value, bool quoted) {
-  if (quoted) out.put('"');
-  out.put_number(value);
-  if (quoted) out.put('"');
-}
-
-// The shortest text that reads back at the stored width.
-void put_real(line_writer& out, double value, std::size_t size) {
-  if (value == 0 && std::signbit(value)) {
-    // Readers would take -0 for a whole number, which has no sign.
-    out.put("-0.0");
-  } else if (size == sizeof(float)) {
-    out.put_number(static_cast<float>(value));
-  } else {
-    out.put_number(value);
-  }
-}
-
-// Digits and hex digits need no escapes.
-void put_quoted(line_writer& out, std::string_view text) {
-  out.put('"');
-  out.put(text);
-  out.put('"');
-}
+constexpr std::string_view BEFORE_KEY = R"(,"before":)";
+constexpr std::string_view AFTER_KEY = R"(,"after":)";
 
 bool is_sealed(const item_view& item, const record_image& image) {
   return item.encrypted && image.sealed;
@@ -49,41 +23,103 @@ bool differs(const item_view& item, byte_run before, byte_run after) {
 
 }  // namespace
 
-void record_text::put(const set_piece& set, const record_image& image) {
+void record_text::compare(const set_piece& set, const record_image& before,
+                          const record_image& after) {
+  differs_.clear();
+  for (const keyed_item& keyed : set.items) {
+    differs_.push_back(differs(keyed.item, before.bytes, after.bytes) ? 1 : 0);
+  }
+}
+
+void record_text::put(const set_piece& set, const record_image& before,
+                      const record_image& after) {
+  const bool both = before.exists() && after.exists();
+  if (both) compare(set, before, after);
+  // Most items of most updates stay as they are: their text is copied, if it is
+  // sure to be still in the buffer.
+  const std::size_t room =
+      2 * set.image_room + BEFORE_KEY.size() + AFTER_KEY.size() + 4;
+  const bool copies = both && before.sealed == after.sealed &&
+                      !set.items.empty() && room <= line_writer::MAX_ROOM;
+  if (copies) out_.room(room);
+  out_.put(BEFORE_KEY);
+  put_image(set, before);
+  out_.put(AFTER_KEY);
+  if (copies) {
+    put_differing(set, after);
+  } else {
+    put_image(set, after);
+  }
+}
+
+void record_text::put_image(const set_piece& set, const record_image& image) {
   if (!image.exists()) {
     out_.put("null");
-    return;
+  } else if (set.items.empty()) {
+    out_.put("{}");
+  } else {
+    put_items(set, image);
   }
+}
+
+void record_text::put_items(const set_piece& set, const record_image& image) {
   const character_table& characters = character_table_of(set.charset);
-  std::size_t comma = 1;
-  out_.put('{');
+  written_.clear();
   for (const keyed_item& keyed : set.items) {
-    out_.put(set.key(keyed).substr(comma));
-    comma = 0;
+    const std::size_t notes_before = notes_.size();
+    const char* const begin = out_.position();
     put_item({set, image, keyed, characters});
+    written_.push_back({begin, out_.position(), notes_.size() > notes_before});
   }
+  out_.put('}');
+}
+
+// Writes the second image of an operation. What does not differ, and has no
+// notes, is copied from the first one.
+void record_text::put_differing(const set_piece& set,
+                                const record_image& image) {
+  const character_table& characters = character_table_of(set.charset);
+  std::string_view copied;
+  for (std::size_t i = 0; i < set.items.size(); ++i) {
+    const item_text& first = written_[i];
+    if (differs_[i] == 0 && !first.noted) {
+      const char* const begin = copied.empty() ? first.begin : copied.data();
+      copied = {begin, static_cast<std::size_t>(first.end - begin)};
+      continue;
+    }
+    out_.put(copied);
+    copied = {};
+    put_item({set, image, set.items[i], characters});
+  }
+  out_.put(copied);
   out_.put('}');
 }
 
 void record_text::put_item(const item_place& place) {
   const item_view& item = place.keyed.item;
+  const std::string_view key = place.set.key(place.keyed);
+  char* const out = out_.room(key.size());
+  std::memcpy(out, key.data(), key.size());
+  // A comma stands before every key; the first one opens the object.
+  if (&place.keyed == &place.set.items.front()) *out = '{';
+  out_.claim(out + key.size());
   if (is_sealed(item, place.image)) {
     out_.put("null");
     note(place, "encrypted");
     return;
   }
-  if (item.count > 1) {
-    put_elements(place);
-  } else {
-    put_element(place, 0);
-  }
+  put_value(place);
   if (item.encrypted && place.image.may_be_sealed &&
       has_fill_values(item, place.image.bytes)) {
     note(place, "maybe_encrypted");
   }
 }
 
-void record_text::put_elements(const item_place& place) {
+void record_text::put_value(const item_place& place) {
+  if (place.keyed.item.count == 1) {
+    put_element(place, 0);
+    return;
+  }
   out_.put('[');
   for (std::size_t k = 0; k < place.keyed.item.count; ++k) {
     if (k > 0) out_.put(',');
@@ -97,32 +133,10 @@ void record_text::put_element(const item_place& place, std::size_t k) {
   const item_value value =
       read_value(item.form, item.element(place.image.bytes, k),
                  place.characters, scratch_);
-  if (value.is_null()) {
-    out_.put("null");
-  } else {
-    put_value(item, value);
-  }
+  char* const out = out_.room(value_text_room(item.size));
+  out_.claim(put_value_text(item.form, item.size, value, out));
   if (value.problem != value_problem::none) {
     note_element(place, k, value.problem);
-  }
-}
-
-void record_text::put_value(const item_view& item, const item_value& value) {
-  switch (item.form) {
-    case value_form::integer:
-      put_whole_number(out_, value.integer, item.size == QUOTED_SIZE);
-      break;
-    case value_form::natural:
-      put_whole_number(out_, value.natural, item.size == QUOTED_SIZE);
-      break;
-    case value_form::real:
-      put_real(out_, value.real, item.size);
-      break;
-    case value_form::text:
-      out_.put_string(value.text);
-      break;
-    default:
-      put_quoted(out_, value.text);
   }
 }
 
@@ -157,13 +171,13 @@ void record_text::note_element(const item_place& place, std::size_t k,
 
 void record_text::put_changed(const set_piece& set, const record_image& before,
                               const record_image& after) {
-  std::size_t comma = 0;
+  std::size_t names = 0;
   out_.put('[');
-  for (const keyed_item& keyed : set.items) {
-    const item_view& item = keyed.item;
-    if (!differs(item, before.bytes, after.bytes)) continue;
-    if (is_sealed(item, before) || is_sealed(item, after)) continue;
-    if (comma++ > 0) out_.put(',');
+  for (std::size_t i = 0; i < set.items.size(); ++i) {
+    if (differs_[i] == 0) continue;
+    const keyed_item& keyed = set.items[i];
+    if (is_sealed(keyed.item, before) || is_sealed(keyed.item, after)) continue;
+    if (names++ > 0) out_.put(',');
     out_.put(set.quoted_name(keyed));
   }
   out_.put(']');

@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "util/chronex_trail/json/line_writer.h"
 #include "util/chronex_trail/json/set_piece.h"
@@ -34,9 +35,12 @@ class record_text {
   record_text(line_writer& out, std::string& notes)
       : out_(out), notes_(notes) {}
 
-  // Writes the image as an object; null when there is none.
-  void put(const set_piece& set, const record_image& image);
-  // Writes the names of the items that differ as an array.
+  // Writes the members `,"before":...,"after":...`: objects, or null for an
+  // image that is not there.
+  void put(const set_piece& set, const record_image& before,
+           const record_image& after);
+  // Writes the names of the items that differ as an array, for images that were
+  // just written and are both there.
   void put_changed(const set_piece& set, const record_image& before,
                    const record_image& after);
 
@@ -48,11 +52,21 @@ class record_text {
     const keyed_item& keyed;
     const character_table& characters;
   };
+  // What was written of an item, in the buffer of `out_`.
+  struct item_text {
+    const char* begin = nullptr;
+    const char* end = nullptr;
+    bool noted = false;
+  };
 
+  void compare(const set_piece& set, const record_image& before,
+               const record_image& after);
+  void put_image(const set_piece& set, const record_image& image);
+  void put_items(const set_piece& set, const record_image& image);
+  void put_differing(const set_piece& set, const record_image& image);
   void put_item(const item_place& place);
-  void put_elements(const item_place& place);
+  void put_value(const item_place& place);
   void put_element(const item_place& place, std::size_t k);
-  void put_value(const item_view& item, const item_value& value);
   void note(const item_place& place, std::string_view why);
   void note_element(const item_place& place, std::size_t k,
                     value_problem problem);
@@ -61,6 +75,10 @@ class record_text {
   line_writer& out_;
   std::string& notes_;
   text_scratch scratch_;
+  // Of each item of an operation with both images: whether they differ.
+  std::vector<char> differs_;
+  // Of each item of the image that was written last.
+  std::vector<item_text> written_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_RECORD_TEXT_H

@@ -4,6 +4,7 @@
 
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/json/value_text.h"
 #include "util/chronex_trail/values/data_set_name.h"
 #include "util/chronex_trail/values/text_origin.h"
 
@@ -21,6 +22,8 @@ std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
     append_json_string(piece->keys, item.name);
     piece->keys += ':';
     const std::size_t length = piece->keys.size() - begin;
+    piece->image_room +=
+        length + item.count * (value_text_room(item.size) + 1) + 2;
     piece->items.push_back({.item = std::move(item),
                             .key_begin = static_cast<std::uint32_t>(begin),
                             .key_length = static_cast<std::uint32_t>(length)});

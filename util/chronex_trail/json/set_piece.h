@@ -38,6 +38,8 @@ struct set_piece {
 
   std::vector<keyed_item> items;
   std::string keys;
+  // The room that the text of an image needs at most.
+  std::size_t image_room = 0;
 
   // `,"NAME":`
   std::string_view key(const keyed_item& item) const {

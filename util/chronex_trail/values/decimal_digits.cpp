@@ -1,24 +1,14 @@
 #include "util/chronex_trail/values/decimal_digits.h"
 
-#include <cstring>
-
 namespace {
 
 using byte_run = std::span<const std::uint8_t>;
 
 constexpr std::uint8_t PACKED_NEGATIVE = 0xD;
 
-// Ends a number whose digits, at least one, stand behind a place for the sign.
-std::size_t finish(char* out, std::size_t digits, bool negative) {
-  const char* const begin = out + 1;
-  std::size_t zeros = 0;
-  while (zeros + 1 < digits && begin[zeros] == '0') ++zeros;
-  const std::size_t length = digits - zeros;
-  const bool is_zero = length == 1 && begin[zeros] == '0';
-  const std::size_t sign = negative && !is_zero ? 1 : 0;
-  if (sign != 0) out[0] = '-';
-  std::memmove(out + sign, begin + zeros, length);
-  return sign + length;
+std::size_t put_zero(char* out) {
+  *out = '0';
+  return 1;
 }
 
 char digit(int number) { return static_cast<char>('0' + number); }
@@ -44,28 +34,41 @@ bool is_digit(std::uint8_t character) {
 }  // namespace
 
 std::size_t packed_digits(byte_run v, char* out) {
-  char* end = out + 1;
-  for (const std::uint8_t byte : v.first(v.size() - 1)) {
-    if (byte > 0x99 || (byte & 0x0F) > 9) return 0;
-    *end++ = digit(byte >> 4);
-    *end++ = digit(byte & 0x0F);
-  }
   const std::uint8_t last = v.back();
   const std::uint8_t sign = last & 0x0F;
   if (last >> 4 > 9 || sign <= 9) return 0;
+  byte_run leading = v.first(v.size() - 1);
+  while (!leading.empty() && leading.front() == 0) leading = leading.subspan(1);
+  if (leading.empty() && last >> 4 == 0) return put_zero(out);
+
+  char* end = out;
+  if (sign == PACKED_NEGATIVE) *end++ = '-';
+  char* const first_digit = end;
+  for (const std::uint8_t byte : leading) {
+    if (byte > 0x99 || (byte & 0x0F) > 9) return 0;
+    // The first byte may begin with a zero.
+    if (end != first_digit || byte >> 4 != 0) *end++ = digit(byte >> 4);
+    *end++ = digit(byte & 0x0F);
+  }
   *end++ = digit(last >> 4);
-  return finish(out, static_cast<std::size_t>(end - out) - 1,
-                sign == PACKED_NEGATIVE);
+  return static_cast<std::size_t>(end - out);
 }
 
 std::size_t zoned_digits(byte_run v, char* out) {
-  char* end = out + 1;
-  for (const std::uint8_t byte : v.first(v.size() - 1)) {
+  const zoned_end last = end_of(v.back());
+  if (!is_digit(last.digit)) return 0;
+  byte_run leading = v.first(v.size() - 1);
+  while (!leading.empty() && leading.front() == '0') {
+    leading = leading.subspan(1);
+  }
+  if (leading.empty() && last.digit == '0') return put_zero(out);
+
+  char* end = out;
+  if (last.negative) *end++ = '-';
+  for (const std::uint8_t byte : leading) {
     if (!is_digit(byte)) return 0;
     *end++ = static_cast<char>(byte);
   }
-  const zoned_end last = end_of(v.back());
-  if (!is_digit(last.digit)) return 0;
   *end++ = static_cast<char>(last.digit);
-  return finish(out, v.size(), last.negative);
+  return static_cast<std::size_t>(end - out);
 }
