@@ -34,17 +34,19 @@ std::vector<std::uint8_t> item_list(const std::vector<test_item>& items) {
 
 }  // namespace
 
-node_entry& make_data_set(std::int32_t node_id, std::string_view name,
-                          const std::vector<test_item>& items) {
+node_entry& test_tables::make_data_set(std::int32_t node_id,
+                                       std::string_view name,
+                                       const std::vector<test_item>& items) {
   std::string problem;
-  node_add_entry(SHOP_NODE, NODE_DATABASE, "SHOP", 0, nullptr);
-  node_add_entry(node_id, NODE_DATA_SET, name, SHOP_NODE,
-                 node_create_set_context(item_list(items), problem));
-  return *node_get_entry(node_id);
+  nodes.node_add_entry(SHOP_NODE, NODE_DATABASE, "SHOP", 0, nullptr);
+  nodes.node_add_entry(
+      node_id, NODE_DATA_SET, name, SHOP_NODE,
+      node_create_set_context(item_list(items), problem, messages));
+  return *nodes.node_get_entry(node_id);
 }
 
-session_entry& make_session(std::int32_t session_id,
-                            const std::vector<std::string>& strings) {
+session_entry& test_tables::make_session(
+    std::int32_t session_id, const std::vector<std::string>& strings) {
   std::vector<std::uint8_t> data;
   append_u16(data, strings.size());
   for (const std::string& string : strings) {
@@ -53,8 +55,8 @@ session_entry& make_session(std::int32_t session_id,
   }
   owned_bytes sign_on;
   if (!sign_on.copy_from(data)) throw std::bad_alloc();
-  session_add_entry(session_id, std::move(sign_on));
-  return *session_get_entry(session_id);
+  sessions.session_add_entry(session_id, std::move(sign_on));
+  return *sessions.session_get_entry(session_id);
 }
 
 void fill_input(input_file& file, std::string_view name, int type,

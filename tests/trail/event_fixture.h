@@ -32,13 +32,19 @@ struct test_item {
   std::uint32_t format = 0;
 };
 
-// Registers a data set of database #1, which is SHOP.
-node_entry& make_data_set(std::int32_t node_id, std::string_view name,
-                          const std::vector<test_item>& items);
+// The tables of a run.
+struct test_tables {
+  // Registers a data set of database #1, which is SHOP.
+  node_entry& make_data_set(std::int32_t node_id, std::string_view name,
+                            const std::vector<test_item>& items);
+  // Registers a session that signs on with these strings.
+  session_entry& make_session(std::int32_t session_id,
+                              const std::vector<std::string>& strings);
 
-// Registers a session that signs on with these strings.
-session_entry& make_session(std::int32_t session_id,
-                            const std::vector<std::string>& strings);
+  run_messages messages;
+  node_table nodes{messages};
+  session_table sessions{messages};
+};
 
 // Makes it a forward log of version 1.05, generation 7 and sequence 2, or an
 // audit file of version 1.00.

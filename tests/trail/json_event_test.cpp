@@ -7,7 +7,7 @@
 #include "tests/support/hex.h"
 #include "tests/trail/event_fixture.h"
 #include "tests/trail/event_reader.h"
-#include "util/chronex/trail/image.h"
+#include "util/chronex/tables/image_record.h"
 #include "util/chronex_trail/json/json_output.h"
 
 namespace {
@@ -37,8 +37,9 @@ class JsonEvents : public testing::Test {
   event_place place(std::uint32_t number) { return {&log_, number}; }
 
   session_entry& bob() {
-    return make_session(4, {"user{BOB}program{limits}host{}", "text{not one",
-                            "USER{x}conntime{9}conn{a\\}b}"});
+    return tables_.make_session(
+        4, {"user{BOB}program{limits}host{}", "text{not one",
+            "USER{x}conntime{9}conn{a\\}b}"});
   }
 
   int change(const image_operation& operation) {
@@ -46,8 +47,9 @@ class JsonEvents : public testing::Test {
   }
 
   string_sink sink_;
-  json_output output_{sink_, nullptr};
-  input_file log_;
+  test_tables tables_;
+  json_output output_{tables_.messages, sink_, nullptr};
+  input_file log_{tables_.messages};
 };
 
 std::string line(std::string_view type, int n, std::string_view rest) {
@@ -55,26 +57,26 @@ std::string line(std::string_view type, int n, std::string_view rest) {
          std::to_string(n) + "," + std::string(rest) + "}\n";
 }
 
-void set_memo(session_entry& session, std::string_view text,
-              std::uint32_t mode) {
+void set_memo(session_entry& session, std::string_view text, std::uint32_t mode,
+              const event_place& place) {
   const std::vector<std::uint8_t> bytes = bytes_of(std::string(text) + '\0');
   owned_bytes copy;
   ASSERT_TRUE(copy.copy_from(bytes));
   const auto size = static_cast<std::int32_t>(text.size());
   if (mode == MEMO_DBMEMO) {
-    session_set_dbmemo(session, std::move(copy), size, TIME);
+    session_set_dbmemo(session, std::move(copy), size, TIME, place);
   } else {
-    session_set_dbbegin_end(session, std::move(copy), size, mode, TIME);
+    session_set_dbbegin_end(session, std::move(copy), size, mode, TIME, place);
   }
 }
 
 TEST_F(JsonEvents, OfFiles) {
   log_.audit_only = true;
   output_.file_begins(log_);
-  input_file audit;
+  input_file audit(tables_.messages);
   fill_input(audit, "caf\xE9.aud", AUDIT_FILE, ROMAN8);
   output_.file_begins(audit);
-  input_file standard_input;
+  input_file standard_input(tables_.messages);
   fill_input(standard_input, "stdin", AUDIT_FILE, 7);
   output_.file_begins(standard_input);
   output_.comment("new\nline \xDE", {&audit, 3});
@@ -133,12 +135,12 @@ TEST_F(JsonEvents, OfSessions) {
 }
 
 TEST_F(JsonEvents, OfSchemas) {
-  node_entry& node = make_data_set(2, "customer",
-                                   {{"A", 'X', 1, 4, 0},
-                                    {"A", 'P', 3, 2, 0x100000},
-                                    {"A_2", 'Z', 1, 1, 1},
-                                    {"A", '\xE9', 1, 1, 0},
-                                    {"A\xFF", 'X', 1, 1, 0}});
+  node_entry& node = tables_.make_data_set(2, "customer",
+                                           {{"A", 'X', 1, 4, 0},
+                                            {"A", 'P', 3, 2, 0x100000},
+                                            {"A_2", 'Z', 1, 1, 1},
+                                            {"A", '\xE9', 1, 1, 0},
+                                            {"A\xFF", 'X', 1, 1, 0}});
   log_.charset = ROMAN8;
   output_.schema(node, place(8));
   EXPECT_EQ(
@@ -162,22 +164,22 @@ TEST_F(JsonEvents, OfSchemas) {
 TEST_F(JsonEvents, OfChanges) {
   session_entry& session = bob();
   session.conntime = 1772463600;
-  node_entry& node = make_data_set(
+  node_entry& node = tables_.make_data_set(
       2, "CUSTOMER", {{"CUSTNO", 'I', 1, 4, 0}, {"LIMIT", 'P', 1, 3, 0}});
   const auto before = from_hex("e9030000 05000c");
   const auto after = from_hex("e9030000 12000c");
   change({.session = session,
           .node = node,
-          .before = before.data(),
-          .after = after.data(),
+          .before = before,
+          .after = after,
           .timestamp = TIME,
           .op = OP_UPDATE,
           .recno = 1});
-  set_memo(session, "limit review", MEMO_DBBEGIN);
-  set_memo(session, "more", MEMO_DBMEMO);
+  set_memo(session, "limit review", MEMO_DBBEGIN, place(3));
+  set_memo(session, "more\xE9", MEMO_DBMEMO, place(4));
   change({.session = session,
           .node = node,
-          .after = after.data(),
+          .after = after,
           .timestamp = TIME,
           .op = OP_PUT,
           .recno = 4294967295});
@@ -194,7 +196,8 @@ TEST_F(JsonEvents, OfChanges) {
                 line("change", 2,
                      R"("op":"c",)" + head + R"("recno":4294967295,)" +
                          std::string(BOB) +
-                         R"(,"memo":{"begin":"limit review","text":"more"},)"
+                         R"(,"memo":{"begin":"limit review","text":"more)"
+                         "\xC3\xA9\"},"
                          R"("before":null,)"
                          R"("after":{"CUSTNO":1001,"LIMIT":"12000"})"));
 }
@@ -269,10 +272,11 @@ const image_case IMAGE_CASES[] = {
 
 TEST_F(JsonEvents, TellWhatImagesLack) {
   session_entry& session = bob();
-  node_entry& node = make_data_set(2, "SEALED",
-                                   {{"A", 'X', 1, 1, 0},
-                                    {"S", 'I', 1, 1, ITEM_FMT_ENCRYPTED},
-                                    {"P", 'P', 2, 1, ITEM_FMT_ENCRYPTED}});
+  node_entry& node =
+      tables_.make_data_set(2, "SEALED",
+                            {{"A", 'X', 1, 1, 0},
+                             {"S", 'I', 1, 1, ITEM_FMT_ENCRYPTED},
+                             {"P", 'P', 2, 1, ITEM_FMT_ENCRYPTED}});
   for (const image_case& test : IMAGE_CASES) {
     const auto before = from_hex(test.before);
     const auto after = from_hex(test.after);
@@ -280,8 +284,8 @@ TEST_F(JsonEvents, TellWhatImagesLack) {
     sink_.text.clear();
     change({.session = session,
             .node = node,
-            .before = before.empty() ? nullptr : before.data(),
-            .after = after.empty() ? nullptr : after.data(),
+            .before = before,
+            .after = after,
             .before_sealed = test.before_sealed,
             .after_sealed = test.after_sealed,
             .op = test.op});
@@ -301,7 +305,7 @@ TEST_F(JsonEvents, TakeAuditFileNamesApartAtTheLastDot) {
   };
   log_.charset = ROMAN8;
   for (const auto& [name, expected] : cases) {
-    node_entry& node = make_data_set(2, name, {{"A", 'X', 1, 1, 0}});
+    node_entry& node = tables_.make_data_set(2, name, {{"A", 'X', 1, 1, 0}});
     sink_.text.clear();
     change({.session = session, .node = node, .op = OP_DELETE});
     EXPECT_NE(lines().find(expected), std::string::npos) << lines();
@@ -346,7 +350,7 @@ TEST_F(JsonEvents, OfNotices) {
                     .found = 9,
                     .expected = 7,
                     .missing = 2,
-                    .text = "caf\xE9"});
+                    .problem = "caf\xE9"});
     expected += line(test.type, ++n, test.expected);
   }
   EXPECT_EQ(output_.end(1), 0);

@@ -7,7 +7,7 @@
 
 #include "tests/trail/event_fixture.h"
 #include "tests/trail/event_reader.h"
-#include "util/chronex/trail/image.h"
+#include "util/chronex/tables/image_record.h"
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
@@ -36,6 +36,7 @@ std::string string_of(const rapidjson::Value& value) {
 
 TEST(HostileTexts, ComeOutAsTheyWentIn) {
   for (const int charset : {0, 1, 9}) {
+    test_tables tables;
     const std::string every = all_bytes();
     // Braces and backslashes have a meaning in sign-on data, a zero byte ends
     // the name of a data set, and letters of it become upper case.
@@ -44,14 +45,14 @@ TEST(HostileTexts, ComeOutAsTheyWentIn) {
     const std::string name =
         without(every, {"\0abcdefghijklmnopqrstuvwxyz", 27});
     session_entry& session =
-        make_session(5, {key + "{" + value + "}user{" + value + "}"});
-    node_entry& node = make_data_set(
+        tables.make_session(5, {key + "{" + value + "}user{" + value + "}"});
+    node_entry& node = tables.make_data_set(
         3, name,
         {{every.substr(1), 'X', 1, 255, 0}, {every.substr(0, 255), 'X', 1, 1}});
-    input_file file;
+    input_file file(tables.messages);
     fill_input(file, every, FWLOG_FILE, static_cast<std::uint16_t>(charset));
     string_sink sink;
-    json_output output(sink, nullptr);
+    json_output output(tables.messages, sink, nullptr);
     output.file_begins(file);
     output.sign_on(session, sign_on_caller::memo, {&file, 1});
     const std::vector<std::uint8_t> bytes = bytes_of(every);
@@ -59,9 +60,11 @@ TEST(HostileTexts, ComeOutAsTheyWentIn) {
                  .text = bytes,
                  .mode = MEMO_DBMEMO,
                  .place = {&file, 1}});
-    output.operation(
-        {.session = session, .node = node, .after = bytes.data(), .op = OP_PUT},
-        {&file, 2});
+    output.operation({.session = session,
+                      .node = node,
+                      .after = {bytes.data(), 256},
+                      .op = OP_PUT},
+                     {&file, 2});
     output.end(0);
 
     const auto events = read_events(sink.text);
@@ -94,21 +97,22 @@ TEST(HostileRecords, AreWholeHoweverLargeTheirTexts) {
       {{"T", 'Z', 1, 32767, 0}, 'R', 0},
       {{"T", 'P', 32767, 1, 0}, 0x9D, 0},
   };
-  session_entry& session = make_session(6, {"user{A}"});
-  input_file file;
+  test_tables tables;
+  session_entry& session = tables.make_session(6, {"user{A}"});
+  input_file file(tables.messages);
   fill_input(file, "big", FWLOG_FILE, 0);
   for (const auto& test : cases) {
-    node_entry& node = make_data_set(4, "BIG", {test.item});
+    node_entry& node = tables.make_data_set(4, "BIG", {test.item});
     const std::vector<std::uint8_t> before(32767, test.fill);
     std::vector<std::uint8_t> after = before;
     after[0] ^= 1;
     string_sink sink;
-    json_output output(sink, nullptr);
+    json_output output(tables.messages, sink, nullptr);
     for (std::uint32_t i = 1; i <= 3; ++i) {
       output.operation({.session = session,
                         .node = node,
-                        .before = before.data(),
-                        .after = after.data(),
+                        .before = before,
+                        .after = after,
                         .op = OP_UPDATE},
                        {&file, i});
     }
@@ -140,11 +144,12 @@ class full_sink : public line_sink {
 };
 
 TEST(FullSink, IsToldAndGetsNothingMore) {
-  input_file file;
+  test_tables tables;
+  input_file file(tables.messages);
   fill_input(file, "log", FWLOG_FILE, 0);
-  session_entry& session = make_session(7, {"user{A}"});
+  session_entry& session = tables.make_session(7, {"user{A}"});
   full_sink sink(100000);
-  json_output output(sink, nullptr);
+  json_output output(tables.messages, sink, nullptr);
   int failures = 0;
   for (std::uint32_t i = 1; i < 5000; ++i) {
     if (output.sign_off(session, {&file, i}) != 0) ++failures;

@@ -27,8 +27,9 @@ struct value_case {
 
 // The image of a record with one item, V, and behind a blank its notes.
 std::string image_json(const value_case& test) {
-  node_entry& node =
-      make_data_set(2, "VALUES", {{"V", test.type, test.count, test.size, 0}});
+  test_tables tables;
+  node_entry& node = tables.make_data_set(
+      2, "VALUES", {{"V", test.type, test.count, test.size, 0}});
   const std::vector<std::uint8_t> bytes = from_hex(test.bytes);
   EXPECT_EQ(bytes.size(), static_cast<std::size_t>(node.set->rec_sz));
   string_sink sink;

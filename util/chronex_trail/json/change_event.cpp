@@ -2,9 +2,9 @@
 
 #include <string_view>
 
+#include "util/chronex/tables/image_record.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex/tables/session.h"
-#include "util/chronex/trail/image.h"
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
 #include "util/chronex_trail/json/json_output.h"
@@ -46,17 +46,17 @@ slot_member transaction_member(const session_entry& session) {
 }  // namespace
 
 // What the session last said of its transaction.
-void json_output::put_slots(const session_entry& session,
-                            const event_place& place) {
+void json_output::put_slots(const session_entry& session) {
   const slot_member members[] = {
       transaction_member(session),
       {session.dbmemo, R"("text":)", "memo.text"},
   };
-  const character_table& characters = character_table_of(charset_at(place));
   std::string_view before = R"(,"memo":{)";
   for (const slot_member& member : members) {
     if (!member.is_there()) continue;
-    const decoded_text text = decode_text(member.text(), characters, scratch_);
+    const decoded_text text = decode_text(
+        member.text(), character_table_of(charset_at(member.slot.place)),
+        scratch_);
     if (text.undecodable) {
       append_field_note(line_.notes(), member.field, member.text());
     }
@@ -79,14 +79,14 @@ void json_output::note_missing(std::string_view image) {
 void json_output::put_images(const image_operation& operation,
                              const set_piece& set, const event_place& place) {
   const bool may_be_sealed = is_in_audit_file(place);
-  const record_image before{.name = "before",
-                            .bytes = operation.before_image(),
-                            .sealed = operation.before_sealed,
-                            .may_be_sealed = may_be_sealed};
-  const record_image after{.name = "after",
-                           .bytes = operation.after_image(),
-                           .sealed = operation.after_sealed,
+  const shown_image before{.name = "before",
+                           .bytes = operation.before,
+                           .sealed = operation.before_sealed,
                            .may_be_sealed = may_be_sealed};
+  const shown_image after{.name = "after",
+                          .bytes = operation.after,
+                          .sealed = operation.after_sealed,
+                          .may_be_sealed = may_be_sealed};
   if (!before.exists() && operation.op != OP_PUT) note_missing(before.name);
   if (!after.exists() && operation.op != OP_DELETE) note_missing(after.name);
   record_.put(set, before, after);
@@ -107,14 +107,14 @@ void json_output::put_operation(const image_operation& operation,
   line_.notes() += set.notes;
   line_.put_number("recno", operation.recno);
   put_session(operation.session, place);
-  put_slots(operation.session, place);
+  put_slots(operation.session);
   put_images(operation, set, place);
 }
 
 int json_output::operation(const image_operation& operation,
                            const event_place& place) {
   ++changes_;
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin("change");
     put_operation(operation, place);
     return line_.end();

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "util/chronex/trail/output.h"
+#include "util/chronex/tables/event_place.h"
 #include "util/chronex_trail/json/line_writer.h"
 #include "util/chronex_trail/json/source_piece.h"
 #include "util/chronex_trail/values/utc_time.h"

@@ -69,8 +69,12 @@ void put_schema_items(event_line& line, const set_context& set, int charset) {
 
 }  // namespace
 
-json_output::json_output(line_sink& sink, item_choice choice)
-    : line_(sink), record_(line_.out(), line_.notes()), sets_(choice) {}
+json_output::json_output(run_messages& messages, line_sink& sink,
+                         const item_name_list* listed)
+    : messages_(messages),
+      line_(sink),
+      record_(line_.out(), line_.notes()),
+      sets_(listed) {}
 
 void json_output::put_file(const input_file& file) {
   line_.put_source({.file = &file});
@@ -85,7 +89,7 @@ void json_output::put_file(const input_file& file) {
 }
 
 int json_output::file_begins(const input_file& file) {
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin_file();
     line_.begin("file");
     put_file(file);
@@ -116,7 +120,7 @@ void json_output::put_sign_on(const session_entry& session,
 sign_on_result json_output::sign_on(const session_entry& session,
                                     sign_on_caller /*caller*/,
                                     const event_place& place) {
-  const int rc = guarded(line_, [&] {
+  const int rc = guarded(line_, messages_, [&] {
     line_.begin("sign_on");
     line_.put_source(place);
     put_sign_on(session, place);
@@ -127,7 +131,7 @@ sign_on_result json_output::sign_on(const session_entry& session,
 
 int json_output::sign_off(const session_entry& session,
                           const event_place& place) {
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin("sign_off");
     line_.put_source(place);
     put_session(session, place);
@@ -147,7 +151,7 @@ void json_output::put_schema(const node_entry& node, const event_place& place) {
 }
 
 int json_output::schema(const node_entry& node, const event_place& place) {
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin("schema");
     line_.put_source(place);
     put_schema(node, place);
@@ -172,7 +176,7 @@ void json_output::put_decoded(std::string_view key, std::string_view bytes,
 
 int json_output::memo(const memo_view& memo) {
   if (memo.text.empty()) return 0;
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin("memo");
     line_.put_time(memo.timestamp);
     line_.put_source(memo.place);
@@ -187,7 +191,7 @@ int json_output::memo(const memo_view& memo) {
 }
 
 int json_output::comment(std::string_view text, const event_place& place) {
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     line_.begin("comment");
     line_.put_source(place);
     put_decoded("text", text, place);

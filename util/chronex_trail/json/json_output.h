@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "util/chronex/messages/messages.h"
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/json/event_line.h"
 #include "util/chronex_trail/json/line_sink.h"
@@ -18,9 +19,10 @@
 
 class json_output : public trail_output {
  public:
-  // The sink stays the caller's. `choice` narrows what is shown of records;
-  // null: nothing does.
-  json_output(line_sink& sink, item_choice choice);
+  // All stay the caller's. `listed` narrows what is shown of records; null:
+  // nothing does.
+  json_output(run_messages& messages, line_sink& sink,
+              const item_name_list* listed);
 
   int file_begins(const input_file& file) override;
   sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
@@ -49,7 +51,7 @@ class json_output : public trail_output {
   // In change_event.cpp.
   void put_operation(const image_operation& operation,
                      const event_place& place);
-  void put_slots(const session_entry& session, const event_place& place);
+  void put_slots(const session_entry& session);
   void put_images(const image_operation& operation, const set_piece& set,
                   const event_place& place);
   void note_missing(std::string_view image);
@@ -58,6 +60,7 @@ class json_output : public trail_output {
   void put_notice(const trail_notice& notice);
   void put_numbers(const trail_notice& notice, std::string_view kind);
 
+  run_messages& messages_;
   event_line line_;
   record_text record_;
   session_pieces sessions_;

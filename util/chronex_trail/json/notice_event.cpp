@@ -95,11 +95,11 @@ void json_output::put_notice(const trail_notice& notice) {
   }
   ++warnings_;
   line_.put_source(notice.place);
-  line_.put_text("text", well_formed_utf8(notice.text));
+  line_.put_text("text", well_formed_utf8(notice.text()));
 }
 
 int json_output::notice(const trail_notice& notice) {
-  return guarded(line_, [&] {
+  return guarded(line_, messages_, [&] {
     put_notice(notice);
     return line_.end();
   });

@@ -11,7 +11,7 @@ using byte_run = std::span<const std::uint8_t>;
 constexpr std::string_view BEFORE_KEY = R"(,"before":)";
 constexpr std::string_view AFTER_KEY = R"(,"after":)";
 
-bool is_sealed(const item_view& item, const record_image& image) {
+bool is_sealed(const item_view& item, const shown_image& image) {
   return item.encrypted && image.sealed;
 }
 
@@ -23,16 +23,16 @@ bool differs(const item_view& item, byte_run before, byte_run after) {
 
 }  // namespace
 
-void record_text::compare(const set_piece& set, const record_image& before,
-                          const record_image& after) {
+void record_text::compare(const set_piece& set, const shown_image& before,
+                          const shown_image& after) {
   differs_.clear();
   for (const keyed_item& keyed : set.items) {
     differs_.push_back(differs(keyed.item, before.bytes, after.bytes) ? 1 : 0);
   }
 }
 
-void record_text::put(const set_piece& set, const record_image& before,
-                      const record_image& after) {
+void record_text::put(const set_piece& set, const shown_image& before,
+                      const shown_image& after) {
   const bool both = before.exists() && after.exists();
   if (both) compare(set, before, after);
   // Most items of most updates stay as they are: their text is copied, if it is
@@ -52,7 +52,7 @@ void record_text::put(const set_piece& set, const record_image& before,
   }
 }
 
-void record_text::put_image(const set_piece& set, const record_image& image) {
+void record_text::put_image(const set_piece& set, const shown_image& image) {
   if (!image.exists()) {
     out_.put("null");
   } else if (set.items.empty()) {
@@ -62,7 +62,7 @@ void record_text::put_image(const set_piece& set, const record_image& image) {
   }
 }
 
-void record_text::put_items(const set_piece& set, const record_image& image) {
+void record_text::put_items(const set_piece& set, const shown_image& image) {
   const character_table& characters = character_table_of(set.charset);
   written_.clear();
   for (const keyed_item& keyed : set.items) {
@@ -77,7 +77,7 @@ void record_text::put_items(const set_piece& set, const record_image& image) {
 // Writes the second image of an operation. What does not differ, and has no
 // notes, is copied from the first one.
 void record_text::put_differing(const set_piece& set,
-                                const record_image& image) {
+                                const shown_image& image) {
   const character_table& characters = character_table_of(set.charset);
   std::string_view copied;
   for (std::size_t i = 0; i < set.items.size(); ++i) {
@@ -169,8 +169,8 @@ void record_text::note_element(const item_place& place, std::size_t k,
   notes_ += "\"}";
 }
 
-void record_text::put_changed(const set_piece& set, const record_image& before,
-                              const record_image& after) {
+void record_text::put_changed(const set_piece& set, const shown_image& before,
+                              const shown_image& after) {
   std::size_t names = 0;
   out_.put('[');
   for (std::size_t i = 0; i < set.items.size(); ++i) {

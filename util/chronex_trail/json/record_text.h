@@ -10,22 +10,22 @@
 #include <string_view>
 #include <vector>
 
+#include "util/chronex/tables/record_image.h"
 #include "util/chronex_trail/json/line_writer.h"
 #include "util/chronex_trail/json/set_piece.h"
 #include "util/chronex_trail/values/item_value.h"
 
 // One image of an operation.
-struct record_image {
+struct shown_image {
   // "before" or "after".
   std::string_view name;
-  // As long as the record; without data = there is none.
-  std::span<const std::uint8_t> bytes{};
+  record_image bytes{};
   // The encrypted items have fill values, for want of a key.
   bool sealed = false;
   // Whether they have is not known.
   bool may_be_sealed = false;
 
-  bool exists() const { return bytes.data() != nullptr; }
+  bool exists() const { return is_there(bytes); }
 };
 
 class record_text {
@@ -37,18 +37,18 @@ class record_text {
 
   // Writes the members `,"before":...,"after":...`: objects, or null for an
   // image that is not there.
-  void put(const set_piece& set, const record_image& before,
-           const record_image& after);
+  void put(const set_piece& set, const shown_image& before,
+           const shown_image& after);
   // Writes the names of the items that differ as an array, for images that were
   // just written and are both there.
-  void put_changed(const set_piece& set, const record_image& before,
-                   const record_image& after);
+  void put_changed(const set_piece& set, const shown_image& before,
+                   const shown_image& after);
 
  private:
   // An item of an image that is being written.
   struct item_place {
     const set_piece& set;
-    const record_image& image;
+    const shown_image& image;
     const keyed_item& keyed;
     const character_table& characters;
   };
@@ -59,11 +59,11 @@ class record_text {
     bool noted = false;
   };
 
-  void compare(const set_piece& set, const record_image& before,
-               const record_image& after);
-  void put_image(const set_piece& set, const record_image& image);
-  void put_items(const set_piece& set, const record_image& image);
-  void put_differing(const set_piece& set, const record_image& image);
+  void compare(const set_piece& set, const shown_image& before,
+               const shown_image& after);
+  void put_image(const set_piece& set, const shown_image& image);
+  void put_items(const set_piece& set, const shown_image& image);
+  void put_differing(const set_piece& set, const shown_image& image);
   void put_item(const item_place& place);
   void put_value(const item_place& place);
   void put_element(const item_place& place, std::size_t k);

@@ -1,6 +1,5 @@
 #include "util/chronex_trail/json/session_piece.h"
 
-#include <algorithm>
 #include <optional>
 #include <string_view>
 
@@ -23,19 +22,12 @@ constexpr shown_attribute SHOWN_ATTRIBUTES[] = {
     {"host", "session.host"},
 };
 
-bool is_of(const session_piece& piece, const session_entry& session,
-           int charset) {
-  return piece.session_id == session.session_id && piece.charset == charset &&
-         std::ranges::equal(piece.sign_on, session.sign_on.bytes());
-}
-
 std::unique_ptr<session_piece> make_piece(const session_entry& session,
                                           int charset) {
   auto piece = std::make_unique<session_piece>();
   const auto sign_on = session.sign_on.bytes();
-  piece->session_id = session.session_id;
+  piece->sign_on_id = session.sign_on_id;
   piece->charset = charset;
-  piece->sign_on.assign(sign_on.begin(), sign_on.end());
   piece->object = ",\"session\":{\"id\":" + std::to_string(session.session_id);
   field_decoder decoder(character_table_of(charset), piece->notes);
   for (const shown_attribute& shown : SHOWN_ATTRIBUTES) {
@@ -56,10 +48,12 @@ std::unique_ptr<session_piece> make_piece(const session_entry& session,
 
 const session_piece& session_pieces::of(const session_entry& session,
                                         int charset) {
-  const auto number = static_cast<std::uint32_t>(session.session_id);
-  const session_piece* const kept = kept_.at(number);
-  if (kept != nullptr && is_of(*kept, session, charset)) return *kept;
-  return kept_.put(number, make_piece(session, charset));
+  const session_piece* const kept = kept_.at(session.sign_on_id);
+  if (kept != nullptr && kept->sign_on_id == session.sign_on_id &&
+      kept->charset == charset) {
+    return *kept;
+  }
+  return kept_.put(session.sign_on_id, make_piece(session, charset));
 }
 
 void append_session_attributes(const session_entry& session, int charset,

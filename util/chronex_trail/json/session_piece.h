@@ -4,18 +4,17 @@
 // What the events of a session have in common.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "util/chronex/tables/session.h"
 #include "util/chronex_trail/json/piece_cache.h"
 
 struct session_piece {
   // The sign-on that it was made of.
-  std::int32_t session_id = 0;
+  std::uint64_t sign_on_id = 0;
   int charset = 0;
-  std::vector<std::uint8_t> sign_on;
 
   // `,"session":{"id":4,...` without the last brace.
   std::string object;
@@ -23,8 +22,7 @@ struct session_piece {
   std::string notes;
 
   std::size_t footprint() const {
-    return sizeof *this + sign_on.capacity() + object.capacity() +
-           notes.capacity();
+    return sizeof *this + object.capacity() + notes.capacity();
   }
 };
 

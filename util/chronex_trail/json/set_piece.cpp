@@ -11,11 +11,11 @@
 namespace {
 
 std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
-                                      item_choice choice) {
+                                      const item_name_list* listed) {
   auto piece = std::make_unique<set_piece>();
   piece->schema_id = set.schema_id;
   piece->charset = charset;
-  for (item_view& item : items_of(set, character_table_of(charset), choice)) {
+  for (item_view& item : items_of(set, character_table_of(charset), listed)) {
     if (!item.chosen) continue;
     const std::size_t begin = piece->keys.size();
     piece->keys += ',';
@@ -62,16 +62,16 @@ set_piece& set_pieces::items_of_schema(const set_context& set, int charset) {
       kept->charset == charset) {
     return *kept;
   }
-  return kept_.put(set.schema_id, make_piece(set, charset, choice_));
+  return kept_.put(set.schema_id, make_piece(set, charset, listed_));
 }
 
 const set_piece& set_pieces::of(const node_entry& node, int charset,
                                 const event_place& place) {
   set_piece& piece = items_of_schema(*node.set, charset);
   const bool from_audit_file = is_in_audit_file(place);
-  if (piece.names_version != node_names_version() ||
+  if (piece.names_version != node.table->names_version() ||
       piece.from_audit_file != from_audit_file) {
-    piece.names_version = node_names_version();
+    piece.names_version = node.table->names_version();
     piece.from_audit_file = from_audit_file;
     make_head(node, piece);
   }

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "util/chronex/tables/event_place.h"
 #include "util/chronex/tables/node.h"
-#include "util/chronex/trail/output.h"
 #include "util/chronex_trail/json/piece_cache.h"
 #include "util/chronex_trail/values/item_view.h"
 
@@ -28,7 +28,7 @@ struct set_piece {
   std::uint64_t schema_id = 0;
   int charset = 0;
 
-  // The node's name as it was at this node_names_version(), in one file.
+  // The node's name as it was at this node_table::names_version(), in one file.
   std::uint64_t names_version = 0;
   bool from_audit_file = false;
   // `,"database":"SHOP","dataset":"CUSTOMER","node":2`, and what could not be
@@ -55,8 +55,8 @@ struct set_piece {
 
 class set_pieces {
  public:
-  // `choice` may be null: all items are chosen.
-  explicit set_pieces(item_choice choice) : choice_(choice) {}
+  // The list is the caller's; null: all items are chosen.
+  explicit set_pieces(const item_name_list* listed) : listed_(listed) {}
 
   // The piece of a data set, whose schema is there, in an event at that place;
   // valid until the next call.
@@ -68,7 +68,7 @@ class set_pieces {
 
   set_piece& items_of_schema(const set_context& set, int charset);
 
-  item_choice choice_;
+  const item_name_list* listed_;
   piece_cache<set_piece> kept_{KEPT_BYTES};
 };
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "util/chronex/trail/output.h"
+#include "util/chronex/tables/event_place.h"
 #include "util/chronex_trail/json/line_writer.h"
 
 // Writes `,"source":{...}`: where in the inputs something stands. The text of a

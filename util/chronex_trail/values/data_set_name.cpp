@@ -12,7 +12,8 @@ data_set_name data_set_name_of(const node_entry& node, bool from_audit_file) {
     return {name.substr(0, dot), name.substr(dot + 1)};
   }
   const node_entry* const database =
-      node.db_node_id == 0 ? nullptr : node_get_entry(node.db_node_id);
+      node.db_node_id == 0 ? nullptr
+                           : node.table->node_get_entry(node.db_node_id);
   if (database == nullptr) return {std::nullopt, name};
   return {node_name2(*database, false), name};
 }

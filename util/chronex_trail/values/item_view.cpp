@@ -56,6 +56,23 @@ item_view view_of(const set_context& set, const item_descriptor& item,
           .offset = item.offset};
 }
 
+bool names_element(const item_name_list& listed, std::string_view name,
+                   std::uint16_t count) {
+  for (unsigned k = 1; count > 1 && k <= count; ++k) {
+    const std::string element =
+        std::string(name) + '[' + std::to_string(k) + ']';
+    if (listed.item_name_in_list(element) > 0) return true;
+  }
+  return false;
+}
+
+// `name` as the log has it.
+bool is_chosen(const item_view& item, std::string_view name,
+               const item_name_list* listed) {
+  return listed == nullptr || listed->item_name_in_list(name) != 0 ||
+         names_element(*listed, name, item.count);
+}
+
 bool all_are(byte_run bytes, std::uint8_t fill) {
   return std::ranges::all_of(
       bytes, [fill](std::uint8_t byte) { return byte == fill; });
@@ -70,14 +87,14 @@ bool is_packed_fill(byte_run element) {
 
 std::vector<item_view> items_of(const set_context& set,
                                 const character_table& characters,
-                                item_choice choice) {
+                                const item_name_list* listed) {
   text_scratch scratch;
   distinct_names names;
   std::vector<item_view> items;
   items.reserve(set.item_list().size());
   for (const item_descriptor& item : set.item_list()) {
     items.push_back(view_of(set, item, characters, scratch));
-    items.back().chosen = choice == nullptr || choice(set, item);
+    items.back().chosen = is_chosen(items.back(), set.item_name(item), listed);
     names.add(items.back().name);
   }
   for (item_view& item : items) names.make_distinct(item.name);

@@ -10,7 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "util/chronex/tables/node.h"
+#include "util/chronex/filter/item_names.h"
+#include "util/chronex/tables/set_context.h"
 #include "util/chronex_trail/values/character_table.h"
 #include "util/chronex_trail/values/item_value.h"
 
@@ -41,13 +42,11 @@ struct item_view {
   }
 };
 
-// Whether an item belongs to what is shown of a record.
-using item_choice = bool (*)(const set_context&, const item_descriptor&);
-
-// The items of a schema in its order. `choice` may be null: all are chosen.
+// The items of a schema in its order. Those are chosen that `listed` names, or
+// an element of which it names; all, when it is null or empty.
 std::vector<item_view> items_of(const set_context& set,
                                 const character_table& characters,
-                                item_choice choice);
+                                const item_name_list* listed);
 
 // Whether all bytes of an item, which is marked as encrypted, are what stands
 // for values that could not be deciphered.

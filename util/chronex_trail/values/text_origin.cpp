@@ -1,12 +1,6 @@
 #include "util/chronex_trail/values/text_origin.h"
 
-#include "util/chronex/input/input_file.h"
-
-namespace {
-
-constexpr int NO_CHARSET = -1;
-
-}  // namespace
+#include "util/chronex/input/charset.h"
 
 int charset_at(const event_place& place) {
   return place.file == nullptr ? NO_CHARSET : place.file->charset;

@@ -5,7 +5,8 @@
 
 #include <string_view>
 
-#include "util/chronex/trail/output.h"
+#include "util/chronex/input/input_file.h"
+#include "util/chronex/tables/event_place.h"
 
 // The characters that the file of a place is written in; those of ASCII when
 // there is no file.
