@@ -12,10 +12,10 @@
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex/tables/session.h"
-#include "util/chronex_trail/json/line_sink.h"
+#include "util/chronex_trail/files/byte_sink.h"
 
 // Keeps what it is given.
-class string_sink : public line_sink {
+class string_sink : public byte_sink {
  public:
   int write(std::string_view bytes) override {
     text += bytes;

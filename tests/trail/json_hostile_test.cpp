@@ -128,7 +128,7 @@ TEST(HostileRecords, AreWholeHoweverLargeTheirTexts) {
 }
 
 // Takes a number of bytes and then no more.
-class full_sink : public line_sink {
+class full_sink : public byte_sink {
  public:
   explicit full_sink(std::size_t room) : room_(room) {}
   int write(std::string_view bytes) override {

@@ -16,7 +16,7 @@
 class event_line {
  public:
   // The sink stays the caller's.
-  explicit event_line(line_sink& sink) : out_(sink) {}
+  explicit event_line(byte_sink& sink) : out_(sink) {}
 
   // The next event is the first of a file.
   void begin_file();

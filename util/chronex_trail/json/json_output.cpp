@@ -69,7 +69,7 @@ void put_schema_items(event_line& line, const set_context& set, int charset) {
 
 }  // namespace
 
-json_output::json_output(run_messages& messages, line_sink& sink,
+json_output::json_output(run_messages& messages, byte_sink& sink,
                          const item_name_list* listed)
     : messages_(messages),
       line_(sink),

@@ -10,8 +10,8 @@
 
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/trail/output.h"
+#include "util/chronex_trail/files/byte_sink.h"
 #include "util/chronex_trail/json/event_line.h"
-#include "util/chronex_trail/json/line_sink.h"
 #include "util/chronex_trail/json/record_text.h"
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
@@ -21,7 +21,7 @@ class json_output : public trail_output {
  public:
   // All stay the caller's. `listed` narrows what is shown of records; null:
   // nothing does.
-  json_output(run_messages& messages, line_sink& sink,
+  json_output(run_messages& messages, byte_sink& sink,
               const item_name_list* listed);
 
   int file_begins(const input_file& file) override;

@@ -15,12 +15,12 @@
 #include <span>
 #include <string_view>
 
-#include "util/chronex_trail/json/line_sink.h"
+#include "util/chronex_trail/files/byte_sink.h"
 
 class line_writer {
  public:
   // The sink stays the caller's.
-  explicit line_writer(line_sink& sink) : sink_(sink) {}
+  explicit line_writer(byte_sink& sink) : sink_(sink) {}
   line_writer(const line_writer&) = delete;
   line_writer& operator=(const line_writer&) = delete;
 
@@ -88,7 +88,7 @@ class line_writer {
 
   void put_large(std::string_view text);
 
-  line_sink& sink_;
+  byte_sink& sink_;
   bool failed_ = false;
   std::size_t used_ = 0;
   // Where the line begins; when parts of it were handed over, where the rest

@@ -93,6 +93,20 @@ std::size_t character_length(std::string_view text, std::size_t at) {
   return length;
 }
 
+// The byte that stands for a character; none when no byte does.
+std::optional<char> byte_of(std::string_view character,
+                            const character_table& characters) {
+  for (std::size_t byte = 0; byte < characters.size(); ++byte) {
+    const utf8_character& candidate = characters[byte];
+    if (candidate.length == character.size() &&
+        std::memcmp(candidate.bytes.data(), character.data(),
+                    character.size()) == 0) {
+      return static_cast<char>(byte);
+    }
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 decoded_text decode_text(byte_run bytes, const character_table& characters,
@@ -108,6 +122,20 @@ decoded_text decode_text(std::string_view bytes,
       byte_run(reinterpret_cast<const std::uint8_t*>(bytes.data()),
                bytes.size()),
       characters, scratch);
+}
+
+std::optional<std::string> encode_text(std::string_view utf8,
+                                       const character_table& characters) {
+  std::string encoded;
+  while (!utf8.empty()) {
+    const std::size_t length = character_length(utf8, 0);
+    if (length == 0) return std::nullopt;
+    const auto byte = byte_of(utf8.substr(0, length), characters);
+    if (!byte) return std::nullopt;
+    encoded += *byte;
+    utf8.remove_prefix(length);
+  }
+  return encoded;
 }
 
 std::string well_formed_utf8(std::string_view text) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -42,6 +43,11 @@ decoded_text decode_text(std::span<const std::uint8_t> bytes,
 decoded_text decode_text(std::string_view bytes,
                          const character_table& characters,
                          text_scratch& scratch);
+
+// Well-formed UTF-8 as bytes of the log's character set; none when that lacks
+// one of its characters.
+std::optional<std::string> encode_text(std::string_view utf8,
+                                       const character_table& characters);
 
 // A file's name, or a text that names files: well-formed UTF-8 stays as it is,
 // and every byte that is not, or is zero, becomes U+FFFD.

@@ -1,0 +1,82 @@
+// The companion of chronex, which hands the trail on as data.
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <span>
+#include <string_view>
+
+#include "util/chronex/run/usage.h"
+#include "util/chronex_trail/commands/commands.h"
+
+namespace {
+
+constexpr int EXIT_ERROR = 1;
+constexpr int EXIT_USAGE = 2;
+
+constexpr const trail_command* COMMANDS[] = {&JSON_COMMAND};
+
+// A closed standard descriptor would be given to the next file that is opened,
+// and messages would end up in it.
+void occupy_standard_descriptors() {
+  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (fcntl(descriptor, F_GETFD) != -1) continue;
+    open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
+void print_usage(std::FILE* stream) {
+  std::fputs(
+      "usage: chronex-trail COMMAND [options] FILE...\n"
+      "       chronex-trail COMMAND --help\n"
+      "       chronex-trail --version\n\n"
+      "commands:\n",
+      stream);
+  for (const trail_command* command : COMMANDS) {
+    std::fprintf(stream, "  %-8s %s\n", command->name, command->summary);
+  }
+}
+
+const trail_command* find_command(std::string_view name) {
+  for (const trail_command* command : COMMANDS) {
+    if (name == command->name) return command;
+  }
+  return nullptr;
+}
+
+int flushed() { return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR; }
+
+int run_command(const trail_command& command, std::span<char*> arguments) {
+  try {
+    return command.run(arguments);
+  } catch (const std::bad_alloc&) {
+    std::fputs("Memory allocation failed\n", stderr);
+    return EXIT_ERROR;
+  }
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  occupy_standard_descriptors();
+  const std::span arguments(argv, static_cast<std::size_t>(argc));
+  const std::string_view name = argc < 2 ? "" : arguments[1];
+  if (name == "--version") {
+    std::printf("chronex-trail, %s\n", VERSION_LINE);
+    return flushed();
+  }
+  if (name == "--help" || name == "-h") {
+    print_usage(stdout);
+    return flushed();
+  }
+  const trail_command* const command = find_command(name);
+  if (command != nullptr) return run_command(*command, arguments.subspan(1));
+  if (!name.empty()) {
+    std::fprintf(stderr, "Unknown command: %s\n", argv[1]);
+  }
+  print_usage(stderr);
+  return EXIT_USAGE;
+}

@@ -1,0 +1,80 @@
+// chronex-trail json: the trail as JSON Lines.
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/run/trail_run.h"
+
+namespace {
+
+constexpr int EXIT_ERROR = 1;
+
+constexpr const char* HELP =
+    R"(usage: chronex-trail json [options] FILE...
+
+Writes the trail as JSON Lines, one event a line. FILE is a forward log or an
+audit file, compressed or not; - is standard input.
+
+  -e, --filter EXPR       only what satisfies the filter expression
+  -f, --filter-file FILE  the same, from a file
+  -I, --items LIST        only these items, separated by commas or blanks
+  -M, --master-keys       unlock master keys; what is written is in clear
+  -o, --output NAME       write to a file; NAME.gz is compressed
+      --time-zone ZONE    of dates in filter expressions
+  -h, --help              show this
+
+Example:
+  chronex-trail json -e 'user={BOB}' -o bob.jsonl.gz shop.7-1 shop.7-2
+)";
+
+// Refuses an output that is one of the inputs, also while it is being written.
+int check_output(trail_run& run, const shared_options& options) {
+  if (options.output == "-") {
+    return inputs_check_output(options.operands, 1, "stdout", run.messages);
+  }
+  const std::string partial = options.output + ".partial";
+  for (const std::string& name : {options.output, partial}) {
+    if (inputs_check_output(options.operands, -1, name.c_str(), run.messages) !=
+        0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int write_events(trail_run& run, const shared_options& options) {
+  result_file file(run.messages);
+  const auto output =
+      std::make_unique<json_output>(run.messages, file, &run.item_names);
+  if (file.open(options.output, options.use_master_keys) != 0) {
+    return EXIT_ERROR;
+  }
+  run.events.add_output(*output);
+  int status = process_inputs(run);
+  if (output->end(status) != 0) status = EXIT_ERROR;
+  if (file.close(status == 0) != 0) status = EXIT_ERROR;
+  return status;
+}
+
+int run_json(std::span<char*> arguments) {
+  const auto run = std::make_unique<trail_run>();
+  shared_options options;
+  const int status = parse_shared_options(arguments, run->messages, options);
+  if (status != 0) return status;
+  if (options.help) {
+    std::fputs(HELP, stdout);
+    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
+  }
+  if (check_output(*run, options) != 0) return EXIT_ERROR;
+  if (prepare_run(*run, options) != 0) return EXIT_ERROR;
+  return write_events(*run, options);
+}
+
+}  // namespace
+
+const trail_command JSON_COMMAND = {
+    "json", "the trail as JSON Lines, one event a line", HELP, run_json};

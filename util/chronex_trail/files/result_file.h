@@ -1,0 +1,61 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_FILES_RESULT_FILE_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_FILES_RESULT_FILE_H
+
+// The file that a command makes, or standard output.
+//
+// A file is written as NAME.partial and gets its name only when it is complete:
+// until then an old file of that name lives, and nothing that was cut can pass
+// for whole. What is no regular file, such as a device or a pipe, is written as
+// it is.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "util/chronex/messages/messages.h"
+#include "util/chronex_trail/files/byte_sink.h"
+#include "util/chronex_trail/files/gzip_writer.h"
+
+class result_file : public byte_sink {
+ public:
+  explicit result_file(run_messages& messages) : messages_(messages) {}
+  ~result_file() override;
+
+  // Opens the file; "-" is standard output. A name that ends in ".gz" makes it
+  // compressed. `is_private` keeps it from everyone but its owner. Returns 0,
+  // or -1 with a message.
+  int open(const std::string& name, bool is_private);
+
+  int write(std::string_view bytes) override;
+
+  // Ends the file. It gets its name if it is complete; else it stays as
+  // NAME.partial, and a message says so. Returns 0, or -1 with a message when
+  // something could not be written.
+  int close(bool is_complete);
+
+ private:
+  // What is written to the system.
+  class descriptor_sink : public byte_sink {
+   public:
+    explicit descriptor_sink(result_file& file) : file_(file) {}
+    int write(std::string_view bytes) override;
+
+   private:
+    result_file& file_;
+  };
+
+  int open_partial(bool is_private);
+  int finish_writing();
+  int failure(const char* name);
+
+  run_messages& messages_;
+  descriptor_sink system_{*this};
+  std::optional<gzip_writer> compressed_;
+  std::string name_;
+  // Empty: the file is written under its own name.
+  std::string partial_name_;
+  int descriptor_ = -1;
+  bool failed_ = false;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_FILES_RESULT_FILE_H

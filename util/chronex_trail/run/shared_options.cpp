@@ -1,0 +1,112 @@
+#include "util/chronex_trail/run/shared_options.h"
+
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "util/chronex_trail/run/time_zone.h"
+
+namespace {
+
+constexpr int EXIT_ERROR = 1;
+constexpr int EXIT_USAGE = 2;
+
+constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
+
+// Options without a letter.
+constexpr int TIME_ZONE_OPTION = 256;
+
+// ":": the parser keeps silent; its messages are printed here.
+constexpr const char* OPTION_LETTERS = ":e:f:I:Mo:h";
+constexpr option LONG_OPTIONS[] = {
+    {"filter", required_argument, nullptr, 'e'},
+    {"filter-file", required_argument, nullptr, 'f'},
+    {"items", required_argument, nullptr, 'I'},
+    {"master-keys", no_argument, nullptr, 'M'},
+    {"output", required_argument, nullptr, 'o'},
+    {"time-zone", required_argument, nullptr, TIME_ZONE_OPTION},
+    {"help", no_argument, nullptr, 'h'},
+    {nullptr, 0, nullptr, 0},
+};
+
+int read_filter_file(const char* name, run_messages& messages,
+                     shared_options& options) {
+  std::ifstream file(name, std::ios::binary);
+  std::string text((std::istreambuf_iterator<char>(file)),
+                   std::istreambuf_iterator<char>());
+  if (!file.is_open() || file.bad()) {
+    messages.perror(name);
+    messages.print("Unable to read filter file\n");
+    return EXIT_ERROR;
+  }
+  if (text.size() > MAX_FILTER_FILE_SIZE) {
+    messages.print("Filter file exceeds maximum size (100kB)\n");
+    return EXIT_ERROR;
+  }
+  options.filter_texts.push_back(std::move(text));
+  return 0;
+}
+
+// Applies one option. Returns 0 or the exit status that ends the run.
+int apply_option(int letter, const char* argument, run_messages& messages,
+                 shared_options& options) {
+  switch (letter) {
+    case 'e':
+      options.filter_texts.emplace_back(argument);
+      return 0;
+    case 'f':
+      return read_filter_file(argument, messages, options);
+    case 'I':
+      options.item_lists.emplace_back(argument);
+      return 0;
+    case 'M':
+      options.use_master_keys = true;
+      return 0;
+    case 'o':
+      options.output = argument;
+      return 0;
+    case TIME_ZONE_OPTION:
+      if (set_time_zone(argument)) return 0;
+      messages.print("Unknown time zone: %s\n", argument);
+      return EXIT_USAGE;
+    default:
+      options.help = true;
+      return 0;
+  }
+}
+
+// `word` is the argument that could not be read.
+int option_error(run_messages& messages, int result, const char* word) {
+  messages.print(result == ':' ? "Option requires an argument: %s\n"
+                               : "Unknown option: %s\n",
+                 word);
+  return EXIT_USAGE;
+}
+
+}  // namespace
+
+int parse_shared_options(std::span<char*> arguments, run_messages& messages,
+                         shared_options& options) {
+  opterr = 0;
+  optind = 1;
+  const int count = static_cast<int>(arguments.size());
+  int letter = 0;
+  while ((letter = getopt_long(count, arguments.data(), OPTION_LETTERS,
+                               LONG_OPTIONS, nullptr)) != -1) {
+    if (letter == '?' || letter == ':') {
+      return option_error(messages, letter,
+                          arguments[static_cast<std::size_t>(optind) - 1]);
+    }
+    const int status = apply_option(letter, optarg, messages, options);
+    if (status != 0) return status;
+  }
+  options.operands = arguments.subspan(static_cast<std::size_t>(optind));
+  if (!options.help && options.operands.empty()) {
+    messages.print("No input file specified\n");
+    return EXIT_USAGE;
+  }
+  return 0;
+}

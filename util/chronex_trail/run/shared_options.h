@@ -1,0 +1,31 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_RUN_SHARED_OPTIONS_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_RUN_SHARED_OPTIONS_H
+
+// The options that all commands have.
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "util/chronex/messages/messages.h"
+
+struct shared_options {
+  // -e and -f, in their order, and -I; UTF-8.
+  std::vector<std::string> filter_texts;
+  std::vector<std::string> item_lists;
+  // -M
+  bool use_master_keys = false;
+  // -o; "-" is standard output.
+  std::string output = "-";
+  // --help was given.
+  bool help = false;
+  // The input files as given.
+  std::span<char* const> operands;
+};
+
+// Parses the arguments of a command, of which the first is its name. Returns 0,
+// or the exit status that ends the run; the message has been printed.
+int parse_shared_options(std::span<char*> arguments, run_messages& messages,
+                         shared_options& options);
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_SHARED_OPTIONS_H
