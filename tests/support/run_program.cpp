@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "tests/support/log_builder.h"
 
@@ -82,9 +83,22 @@ std::string test_directory::read_raw(std::string_view name) const {
 program_result test_directory::run(
     const std::vector<std::string>& arguments, std::string_view input,
     const std::vector<std::string>& environment) const {
-  write("(in)", input);
   std::vector<std::string> words{"chronex"};
   words.insert(words.end(), arguments.begin(), arguments.end());
+  return run_file(CHRONEX_PROGRAM, std::move(words), input, environment);
+}
+
+program_result test_directory::run_trail(
+    const std::vector<std::string>& arguments, std::string_view input) const {
+  std::vector<std::string> words{"chronex-trail"};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  return run_file(CHRONEX_TRAIL_PROGRAM, std::move(words), input, {});
+}
+
+program_result test_directory::run_file(
+    const char* program, std::vector<std::string> words, std::string_view input,
+    const std::vector<std::string>& environment) const {
+  write("(in)", input);
   std::vector<std::string> settings{"TZ=UTC", "PATH=/usr/bin:/bin"};
   settings.insert(settings.end(), environment.begin(), environment.end());
   const std::vector<char*> argv = pointers_to(words);
@@ -96,7 +110,7 @@ program_result test_directory::run(
     redirect("(in)", O_RDONLY, STDIN_FILENO);
     redirect("(out)", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
     redirect("(err)", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-    execve(CHRONEX_PROGRAM, argv.data(), envp.data());
+    execve(program, argv.data(), envp.data());
     _exit(127);
   }
   int status = 0;

@@ -38,8 +38,16 @@ class test_directory {
   program_result run(const std::vector<std::string>& arguments,
                      std::string_view input = {},
                      const std::vector<std::string>& environment = {}) const;
+  // The same for chronex-trail.
+  program_result run_trail(const std::vector<std::string>& arguments,
+                           std::string_view input = {}) const;
 
  private:
+  // `words` begin with the name that the program is called by.
+  program_result run_file(const char* program, std::vector<std::string> words,
+                          std::string_view input,
+                          const std::vector<std::string>& environment) const;
+
   std::string root_;
 };
 

@@ -1,0 +1,144 @@
+// chronex-trail as its users run it.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "tests/support/log_builder.h"
+#include "tests/support/run_program.h"
+#include "tests/trail/event_reader.h"
+
+namespace {
+
+using arguments = std::vector<std::string>;
+
+// Two changes by BOB, and one by ALICE, of items A, N (of two elements) and T.
+log_builder sample(std::uint32_t generation = 7) {
+  log_builder log({.generation = generation});
+  log.database(1, "shop").data_set(
+      2, 1, "orders", {{"A", 'I', 1, 4}, {"N", 'K', 2, 1}, {"T", 'X', 1, 4}});
+  log.sign_on(5, {"user{BOB}"}).sign_on(6, {"user{ALICE}"});
+  log.put(5, 2, 1,
+          u32_bytes(42) +
+              "\x01\x02"
+              "caf\xE9");
+  log.put(6, 2, 2,
+          u32_bytes(43) +
+              "\x03\x04"
+              "x   ");
+  log.put(5, 2, 3,
+          u32_bytes(44) +
+              "\x05\x06"
+              "y   ");
+  return log;
+}
+
+std::vector<rapidjson::Document> changes_of(std::string_view lines) {
+  std::vector<rapidjson::Document> events = read_events(lines);
+  std::erase_if(events, [](const rapidjson::Document& event) {
+    return std::string_view(event["type"].GetString()) != "change";
+  });
+  return events;
+}
+
+TEST(TrailProgram, TellsOfItselfAndOfMistakes) {
+  const test_directory directory;
+  struct {
+    arguments words;
+    int status;
+    std::string out, err;
+  } const cases[] = {
+      {{"--version"}, 0, "chronex-trail", ""},
+      {{"--help"}, 0, "  json ", ""},
+      {{"json", "none", "--help"}, 0, "usage: chronex-trail json", ""},
+      {{}, 2, "", "usage: chronex-trail COMMAND"},
+      {{"jason", "x"}, 2, "", "Unknown command: jason\n"},
+      {{"json"}, 2, "", "No input file specified\n"},
+      {{"json", "--nothing", "x"}, 2, "", "Unknown option: --nothing\n"},
+      {{"json", "x", "-o"}, 2, "", "Option requires an argument: -o\n"},
+      {{"json", "--time-zone", "Mars/Base", "x"}, 2, "", "Unknown time zone"},
+      {{"json", "none"}, 1, "", "none: No such file or directory\n"},
+  };
+  for (const auto& test : cases) {
+    const program_result result = directory.run_trail(test.words);
+    EXPECT_EQ(result.status, test.status) << test.out << test.err;
+    EXPECT_NE(result.out.find(test.out), std::string::npos) << result.out;
+    EXPECT_NE(result.err.find(test.err), std::string::npos) << result.err;
+  }
+}
+
+TEST(TrailProgram, NarrowsByFilterAndItems) {
+  const test_directory directory;
+  directory.write("log", sample().end().bytes());
+  const struct {
+    arguments words;
+    std::size_t changes;
+    std::size_t items;
+  } cases[] = {
+      {{"json", "log"}, 3, 3},
+      {{"json", "log", "-e", "user={BOB}", "-IA"}, 2, 1},
+      {{"json", "-e", "T=\"caf\xC3\xA9\"", "--", "log"}, 1, 3},
+      {{"json", "--filter=A>42", "log", "--items", "T,N[2]"}, 2, 2},
+      {{"json", "-I", "N[3]", "-"}, 3, 0},
+  };
+  for (const auto& test : cases) {
+    const program_result result =
+        directory.run_trail(test.words, sample().end().bytes());
+    EXPECT_EQ(result.status, 0) << result.err;
+    const auto changes = changes_of(result.out);
+    ASSERT_EQ(changes.size(), test.changes) << result.out;
+    EXPECT_EQ(changes[0]["after"].MemberCount(), test.items) << result.out;
+  }
+  EXPECT_EQ(
+      directory.run_trail({"json", "-e", "T=\"\xE2\x82\xAC\"", "log"}).status,
+      1);
+}
+
+TEST(TrailProgram, CountsEachFilesEventsAnew) {
+  const test_directory directory;
+  directory.write("a", sample(7).end().bytes());
+  directory.write("b", sample(8).end().bytes());
+  const std::string both = directory.run_trail({"json", "b", "a"}).out;
+  const std::string first = directory.run_trail({"json", "a"}).out;
+  const std::string without_end = first.substr(0, first.rfind("{\"v\":1"));
+  EXPECT_TRUE(both.starts_with(without_end)) << both;
+  EXPECT_NE(both.find(R"({"v":1,"type":"file","n":1,"source":{"file":"b")"),
+            std::string::npos);
+}
+
+TEST(TrailProgram, GivesAFileItsNameOnlyWhenItIsComplete) {
+  const test_directory directory;
+  directory.write("log", sample().end().bytes());
+  const std::string printed = directory.run_trail({"json", "log"}).out;
+  directory.write("old.gz", "old");
+  EXPECT_EQ(directory.run_trail({"json", "log", "-o", "old.gz"}).status, 0);
+  EXPECT_EQ(directory.read("old.gz"), printed);
+  EXPECT_NE(access(directory.path("old.gz.partial").c_str(), F_OK), 0);
+
+  // An audit file that is cut cannot be processed to its end.
+  directory.run({"-o", "audit", "log"});
+  const std::string audit = directory.read_raw("audit");
+  directory.write("cut", audit.substr(0, audit.size() - 3));
+  directory.write("kept", "old");
+  const program_result cut = directory.run_trail({"json", "cut", "-o", "kept"});
+  EXPECT_EQ(cut.status, 1);
+  EXPECT_EQ(directory.read_raw("kept"), "old");
+  EXPECT_NE(cut.err.find("kept.partial\n"), std::string::npos) << cut.err;
+  const auto events = read_events(directory.read_raw("kept.partial"));
+  EXPECT_EQ(events.back()["status"].GetInt(), 1);
+  EXPECT_EQ(events.back()["changes"].GetInt(), 2);
+
+  // What fails before the first file is processed leaves no file.
+  EXPECT_EQ(
+      directory.run_trail({"json", "log", "-e", "(", "-o", "none"}).status, 1);
+  EXPECT_NE(access(directory.path("none.partial").c_str(), F_OK), 0);
+  EXPECT_EQ(directory.run_trail({"json", "log", "-o", "log"}).status, 1);
+  EXPECT_EQ(directory.read_raw("log"), sample().end().bytes());
+  EXPECT_EQ(directory.run_trail({"json", "log", "-o", "/dev/full"}).status, 1);
+  EXPECT_EQ(directory.run_trail({"json", "log", "-o", "no/dir"}).status, 1);
+}
+
+}  // namespace
