@@ -182,7 +182,9 @@ bool is_prefix(const std::string& part, const std::string& whole) {
 bool tells_loss(const scenario& s, const std::string& messages,
                 const fault& f) {
   if (f.error != ENOMEM) {
-    return s.forward && messages.find("unexpected EOF") != messages.npos &&
+    return s.forward &&
+           (messages.find("unexpected EOF") != messages.npos ||
+            messages.find("damage detected") != messages.npos) &&
            messages.find(std::strerror(f.error)) != messages.npos;
   }
   for (const char* loss : LOSSES) {

@@ -2,6 +2,9 @@
 // is carried on, gaps and repeats, and logs that are damaged.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <thread>
 
 #include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
@@ -243,32 +246,76 @@ TEST(ForwardLog, ReadsSignOnDataNoFurtherThanTheyGo) {
             report_of(log, {"-r"}));
 }
 
-TEST(ForwardLog, ReadsACompressedLogUpToItsDamage) {
-  const test_directory directory;
+// What is told of a compressed log beside what its actions tell: once on
+// standard error, once in the audit file.
+struct damage_report {
+  std::string warning;
+  std::string comment;
+};
+
+damage_report damage_in(const std::string& name, const std::string& reason) {
+  return {"WARNING: damage detected in compressed file " + name +
+              "\n         reason: " + reason +
+              "\n         information from the file may be missing or wrong\n",
+          "WARNING: while the original forward-log was processed, damage was "
+          "detected in compressed file " +
+              name + " (reason: " + reason +
+              ") - information from the file may be missing or wrong"};
+}
+
+TEST(ForwardLog, TellsDamageWhereverACompressedLogHasIt) {
   log_builder log = started_log();
   for (std::uint32_t recno = 0; recno < 9000; ++recno) {
     log.put(USER, SET, recno, u32_bytes(recno * 2654435761U));
   }
-  directory.write("log.gz", log.bytes(), true);
-  const program_result whole = directory.run({"-r", "log.gz"});
-  EXPECT_NE(std::string::npos, whole.out.find("recno:8999 "));
-  const std::string notice =
+  const std::string open_log = log.bytes();
+  const std::string no_tag =
       "WARNING: unexpected EOF encountered on forward-log action 1-1.9003 "
-      "while "
-      "reading next tag opcode\n";
-  EXPECT_EQ(notice, whole.err);
-
-  // With a wrong check sum at its very end, every action is still there.
-  directory.change_byte("log.gz", -6);
-  const program_result damaged = directory.run({"-r", "log.gz"});
-  EXPECT_EQ(whole.out, damaged.out);
-  EXPECT_EQ(notice + "log.gz: incorrect data check\n", damaged.err);
-  EXPECT_EQ(0, damaged.status);
-
-  // An end tag does not hide it.
-  directory.write("complete.gz", log.end().bytes(), true);
-  EXPECT_EQ("", directory.run({"complete.gz"}).err);
-  directory.change_byte("complete.gz", -6);
-  EXPECT_EQ("complete.gz: incorrect data check\n",
-            directory.run({"complete.gz"}).err);
+      "while reading next tag opcode\n";
+  const std::string with_end = log.end().bytes();
+  // An unknown tag ends a log as well.
+  const std::string with_other = open_log + "X" + u32_bytes(9004) + "time";
+  const struct {
+    std::string log;
+    // Bytes cut off the end, and the place of a changed one.
+    std::size_t cut;
+    int changed;
+    std::string before;
+    const char* reason;
+  } cases[] = {
+      {open_log, 0, 0, no_tag, nullptr},
+      {open_log, 0, -6, no_tag, "incorrect data check"},
+      {open_log, 3, 0, no_tag, "unexpected end of file"},
+      {with_end, 0, 0, "", nullptr},
+      {with_end, 0, -2, "", "incorrect length check"},
+      {with_end, 3, 0, "", "unexpected end of file"},
+      {with_other, 0, -6, "", "incorrect data check"},
+  };
+  for (const auto& test : cases) {
+    const test_directory directory;
+    directory.write("log", test.log, true);
+    if (test.changed != 0) directory.change_byte("log", test.changed);
+    std::string bytes = directory.read_raw("log");
+    bytes.resize(bytes.size() - test.cut);
+    directory.write("log", bytes);
+    ASSERT_EQ(0, mkfifo(directory.path("pipe").c_str(), 0600));
+    for (const std::string operand : {"log", "pipe"}) {
+      const damage_report damage = test.reason == nullptr
+                                       ? damage_report()
+                                       : damage_in(operand, test.reason);
+      // A pipe is opened for writing only once it is read.
+      std::thread writer([&] {
+        if (operand == "pipe") directory.write(operand, bytes);
+      });
+      const program_result result = directory.run({"-o", "audit", operand});
+      writer.join();
+      EXPECT_EQ(0, result.status);
+      EXPECT_EQ(test.before + damage.warning, result.err);
+      // Every action is there.
+      const std::string audit = directory.read("audit");
+      EXPECT_NE(std::string::npos, audit.find(u32_bytes(8999 * 2654435761U)));
+      EXPECT_TRUE(audit.ends_with(damage.comment));
+      EXPECT_EQ(0, directory.run({"audit"}).status);
+    }
+  }
 }

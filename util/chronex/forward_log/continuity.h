@@ -38,6 +38,11 @@ class continuity {
   // Returns 1: the file is done.
   int fw_unexpected_eof(const input_file& file, const char* what);
 
+  // After a short read or a check of what is left: reports what was wrong with
+  // the file's compression, or that the system could not read it. Of a file
+  // that just ended there is nothing to report.
+  void report_damage(const input_file& file);
+
   void report_server_abort(const input_file& file);
   void report_role_change(const input_file& file);
 

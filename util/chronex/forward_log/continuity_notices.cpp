@@ -121,8 +121,31 @@ int continuity::fw_unexpected_eof(const input_file& file, const char* what) {
                   "unexpected EOF was encountered on forward-log action "
                   "%u-%u.%u while reading %s",
                   file.generation, file.sequence, action_sequence_, what));
-  report_read_error(file);
+  report_damage(file);
   return 1;
+}
+
+void continuity::report_damage(const input_file& file) {
+  if (!file.stream.is_compressed()) {
+    report_read_error(file);
+    return;
+  }
+  if (!file.stream.broke_off()) return;
+  const char* name = file.name.c_str();
+  const char* reason = file.stream.error().empty()
+                           ? "unexpected end of file"
+                           : file.stream.error().c_str();
+  trail_.messages.print(
+      "WARNING: damage detected in compressed file %s\n"
+      "         reason: %s\n"
+      "         information from the file may be missing or wrong\n",
+      name, reason);
+  trail_.notice(
+      notice_kind::damaged_compression,
+      format_text("WARNING: while the original forward-log was processed, "
+                  "damage was detected in compressed file %s (reason: %s) - "
+                  "information from the file may be missing or wrong",
+                  name, reason));
 }
 
 void continuity::report_server_abort(const input_file& file) {

@@ -30,10 +30,7 @@ int process_meta(const fw_action& action) {
 int finish_file(const fw_action& action) {
   action.stream().verify_rest();
   if (report_no_resources(action.file)) return FILE_FAILED;
-  if (!report_read_error(action.file) && action.stream().broke_off()) {
-    action.messages().print("%s: unexpected end of file\n",
-                            action.file.name.c_str());
-  }
+  action.reader.numbers.report_damage(action.file);
   return FILE_DONE;
 }
 

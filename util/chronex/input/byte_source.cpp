@@ -63,7 +63,7 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
   }
 }
 
-bool gz_source::is_compressed_file() const {
+bool gz_source::is_compressed() const {
   return stream_ != nullptr && gzdirect(stream_) == 0;
 }
 

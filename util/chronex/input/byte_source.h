@@ -33,9 +33,9 @@ class byte_source {
   // error() says then.
   virtual std::size_t read(std::span<std::uint8_t> room) = 0;
 
-  // The source can be read to its end without waiting, and has a check sum
-  // there.
-  virtual bool is_compressed_file() const { return false; }
+  // What has been read of the input was gzip-compressed, so that a check sum
+  // stands at its end.
+  virtual bool is_compressed() const = 0;
 
   // What zlib or the system found wrong, as damage or as a failed read; empty
   // when the input just ended.
@@ -59,7 +59,7 @@ class gz_source final : public byte_source {
   explicit gz_source(int descriptor);
   ~gz_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
-  bool is_compressed_file() const override;
+  bool is_compressed() const override;
 
  private:
   std::size_t salvage(std::span<std::uint8_t> room);
@@ -78,6 +78,7 @@ class live_source final : public byte_source {
   live_source(int descriptor, std::function<void()> before_wait);
   ~live_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
+  bool is_compressed() const override { return inflater_ready_; }
 
  private:
   // What comes next: the begin of the input, compressed or not; plain bytes;

@@ -51,11 +51,10 @@ bool report_no_resources(const input_file& file) {
   return true;
 }
 
-bool report_read_error(const input_file& file) {
-  if (file.stream.error().empty()) return false;
+void report_read_error(const input_file& file) {
+  if (file.stream.error().empty()) return;
   file.messages.print("%s: %s\n", file.name.c_str(),
                       file.stream.error().c_str());
-  return true;
 }
 
 int read_version(input_file& file) {

@@ -53,8 +53,7 @@ struct input_file {
 // The same for a file of another machine or character set.
 int report_incompatible_format(const input_file& file, const char* problem);
 // After a short read: says what zlib or the system found wrong, if anything.
-// Returns false when the file just ended.
-bool report_read_error(const input_file& file);
+void report_read_error(const input_file& file);
 
 // After a short read: reports that memory or descriptors were wanting to read
 // on. Returns false when that was not the reason.

@@ -115,7 +115,7 @@ bool input_stream::skip(std::uint64_t count) {
 }
 
 void input_stream::verify_rest() {
-  if (!source_ || !source_->is_compressed_file()) return;
+  if (!is_compressed()) return;
   while (source_->read(window_.bytes().first(READ_SIZE)) > 0) continue;
   next_ = 0;
   end_ = 0;

@@ -58,8 +58,11 @@ class input_stream {
   // = that was not the reason.
   int resource_error() const { return resource_error_; }
 
-  // Reads a compressed file to its end, so that its check sum is verified, and
+  // Whether the input is gzip-compressed, as far as it has been read.
+  bool is_compressed() const { return source_ && source_->is_compressed(); }
+  // Reads a compressed input to its end, so that its check sum is verified, and
   // drops what is left. What is told after a short read is then told of that.
+  // A pipe is waited for until whoever writes it closes it.
   void verify_rest();
 
   // Gives back the buffers of a file that will be read on later, or not at all
