@@ -237,13 +237,61 @@ TEST(ForwardLog, RefusesSizesOutsideTheFormat) {
   }
 }
 
-TEST(ForwardLog, ReadsSignOnDataNoFurtherThanTheyGo) {
-  const std::string sign_on =
-      u16_bytes(3) + u16_bytes(1) + "a" + u16_bytes(255) + "conntime{5}";
-  log_builder log = started_log();
-  log.sign_on_raw(USER, sign_on).put(USER, SET, 9, "aaaa").end();
-  EXPECT_EQ("\nSIGN-ON session:-5\n a\n" + line("PUT", 100),
-            report_of(log, {"-r"}));
+TEST(ForwardLog, KeepsTheWholeStringsOfSignOnData) {
+  const std::string two = sign_on_bytes({"user{A}", "host{B}"});
+  const std::string one = sign_on_bytes({"user{A}"});
+  const std::string none = sign_on_bytes({});
+  const struct {
+    std::string data;
+    std::string kept;
+    const char* counts;
+  } cases[] = {
+      // The second string runs past the data; there is no third one.
+      {two.substr(0, two.size() - 1), one,
+       "found: 2 string(s) in 19 bytes, kept: 1 string(s)"},
+      {u16_bytes(3) + two.substr(2), two,
+       "found: 3 string(s) in 20 bytes, kept: 2 string(s)"},
+      {two + "x", two, "found: 2 string(s) in 21 bytes, kept: 2 string(s)"},
+      {one.substr(0, 3), none,
+       "found: 1 string(s) in 3 bytes, kept: 0 string(s)"},
+      {"x", none, "found: 0 string(s) in 1 bytes, kept: 0 string(s)"},
+  };
+  for (const auto& test : cases) {
+    log_builder log = started_log();
+    log.sign_on_raw(USER, test.data).put(USER, SET, 9, "aaaa");
+    // The session has it already.
+    log.sign_on_raw(USER, test.kept).put(USER, SET, 9, "aaaa").end();
+    const test_directory directory;
+    directory.write("log", log.bytes());
+    const program_result result =
+        directory.run({"-r", "-vv", "-o", "audit", "log"});
+    EXPECT_EQ(
+        "WARNING: malformed sign-on data in forward-log action 1-1.4\n"
+        "         " +
+            std::string(test.counts) +
+            "\n         information about session -5 is apparently missing\n",
+        result.err);
+    EXPECT_EQ(0, result.status);
+    const std::string audit = directory.read("audit");
+    EXPECT_NE(
+        std::string::npos,
+        audit.find("WARNING: while the original forward-log was processed, "
+                   "malformed sign-on data was encountered on forward-log "
+                   "action 1-1.4 (" +
+                   std::string(test.counts) +
+                   ") - information about session -5 is apparently missing"));
+    const std::string record =
+        "2" + u32_bytes(static_cast<std::uint32_t>(test.kept.size()) + 4) +
+        u32_bytes(static_cast<std::uint32_t>(USER)) + test.kept;
+    EXPECT_NE(std::string::npos, audit.find(record));
+    EXPECT_EQ(audit.find(record), audit.rfind(record));
+
+    const program_result again = directory.run({"-r", "-vv", "audit"});
+    EXPECT_EQ(0, again.status);
+    const std::size_t begin = result.out.find("SIGN-ON");
+    EXPECT_EQ(result.out.substr(begin),
+              again.out.substr(again.out.find("SIGN-ON")));
+  }
 }
 
 // What is told of a compressed log beside what its actions tell: once on

@@ -38,7 +38,7 @@ TEST(sign_on_data, normal_form_has_the_whole_strings) {
       {two, true, two},
       {none, true, none},
       {"", true, ""},
-      {"\1", false, ""},
+      {"\1", false, none},
       {two + "x", false, two},
       {two.substr(0, two.size() - 1), false, one},
       {one.substr(0, one.size() - 1), false, none},

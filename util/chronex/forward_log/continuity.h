@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/trail/trail.h"
@@ -50,6 +51,13 @@ class continuity {
   // stored record has `expected`.
   void report_short_image(const input_file& file, const char* what,
                           std::size_t size, std::size_t expected);
+
+  // The sign-on data of a session, in the action of this number: the bytes that
+  // their strings do not fill, and the normal form that is kept.
+  void report_malformed_sign_on(const input_file& file, std::uint32_t number,
+                                std::int32_t session_id,
+                                std::span<const std::uint8_t> found,
+                                std::span<const std::uint8_t> kept);
 
  private:
   bool accept_generation(const input_file& file);

@@ -1,6 +1,7 @@
 // The wording of what is missing, repeated, or happened to a log.
 
 #include "util/chronex/forward_log/continuity.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 void continuity::report_missing_generations(const input_file& file) {
   const char* name = file.name.c_str();
@@ -188,4 +189,28 @@ void continuity::report_short_image(const input_file& file, const char* what,
                   "the record is apparently missing",
                   what, file.generation, file.sequence, action_sequence_, size,
                   expected));
+}
+
+void continuity::report_malformed_sign_on(const input_file& file,
+                                          std::uint32_t number,
+                                          std::int32_t session_id,
+                                          std::span<const std::uint8_t> found,
+                                          std::span<const std::uint8_t> kept) {
+  const std::size_t announced = sign_on_strings(found).strings_left();
+  const std::size_t whole = sign_on_strings(kept).strings_left();
+  trail_.messages.print(
+      "WARNING: malformed sign-on data in forward-log action %u-%u.%u\n"
+      "         found: %zu string(s) in %zu bytes, kept: %zu string(s)\n"
+      "         information about session %d is apparently missing\n",
+      file.generation, file.sequence, number, announced, found.size(), whole,
+      session_id);
+  trail_.notice(
+      notice_kind::malformed_sign_on,
+      format_text("WARNING: while the original forward-log was processed, "
+                  "malformed sign-on data was encountered on forward-log "
+                  "action %u-%u.%u (found: %zu string(s) in %zu bytes, kept: "
+                  "%zu string(s)) - information about session %d is "
+                  "apparently missing",
+                  file.generation, file.sequence, number, announced,
+                  found.size(), whole, session_id));
 }

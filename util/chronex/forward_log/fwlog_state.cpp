@@ -6,11 +6,13 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "common/byte_cursor.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
 #include "util/chronex/keys/node_crypt.h"
+#include "util/chronex/tables/sign_on_data.h"
 
 namespace {
 
@@ -28,6 +30,23 @@ state_header decode_state_header(const std::uint8_t* bytes) {
           .size = load_u16(bytes + 6)};
 }
 
+// Puts sign-on data that their strings do not fill into their normal form, so
+// that what is stored, shown, compared and written can be read again.
+int normalise_sign_on(const fw_action& action, std::int32_t session_id,
+                      owned_bytes& data) {
+  if (sign_on_is_exact(data.bytes())) return ACTION_DONE;
+  owned_bytes whole;
+  if (!sign_on_normal_form(data.bytes(), whole)) {
+    action.messages().perror("malloc");
+    action.messages().print("Unable to allocate audit sign-on buffer\n");
+    return FILE_FAILED;
+  }
+  action.reader.numbers.report_malformed_sign_on(
+      action.file, action.number, session_id, data.bytes(), whole.bytes());
+  data = std::move(whole);
+  return ACTION_DONE;
+}
+
 int process_sign_on(const fw_action& action, const state_header& header) {
   owned_bytes data;
   if (header.size > 0) {
@@ -38,6 +57,9 @@ int process_sign_on(const fw_action& action, const state_header& header) {
     }
     if (!action.stream().read(data.bytes())) {
       return fw_short_read(action, "audit sign-on data");
+    }
+    if (normalise_sign_on(action, header.id, data) != ACTION_DONE) {
+      return FILE_FAILED;
     }
   }
   action.events().session_add_entry(header.id, std::move(data));

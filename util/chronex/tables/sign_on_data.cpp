@@ -1,8 +1,11 @@
 #include "util/chronex/tables/sign_on_data.h"
 
+#include <cstring>
+
 namespace {
 
 constexpr std::size_t COUNT_SIZE = 2;
+constexpr std::size_t LENGTH_SIZE = 2;
 
 // The position of the "}" that closes the value at the front of `text`, or
 // npos.
@@ -72,14 +75,21 @@ bool sign_on_is_exact(std::span<const std::uint8_t> data) {
 bool sign_on_normal_form(std::span<const std::uint8_t> data,
                          owned_bytes& copy) {
   copy.reset();
-  if (data.size() < COUNT_SIZE) return true;
+  if (data.empty()) return true;
   sign_on_strings strings(data);
   std::uint16_t count = 0;
+  std::size_t size = COUNT_SIZE;
   std::string_view text;
-  while (strings.next(text)) ++count;
-  if (!copy.copy_from(data.first(data.size() - strings.bytes_left()))) {
-    return false;
+  while (strings.next(text)) {
+    ++count;
+    size += LENGTH_SIZE + text.size();
   }
+  if (!copy.allocate(size)) return false;
   store_u16(copy.data(), count);
+  const std::size_t strings_size = size - COUNT_SIZE;
+  if (strings_size > 0) {
+    std::memcpy(copy.data() + COUNT_SIZE, data.data() + COUNT_SIZE,
+                strings_size);
+  }
   return true;
 }

@@ -60,9 +60,9 @@ std::size_t sign_on_copy_value(std::string_view value, std::span<char> buffer);
 bool sign_on_is_exact(std::span<const std::uint8_t> data);
 
 // Makes `copy` the normal form of the data: the strings that are whole, with
-// their number. Of exact data that is a plain copy, of data too short for a
-// number of strings it is none. Returns false, with errno ENOMEM, when there is
-// no memory.
+// their number, which is 0 where the data are too short to hold one. Of exact
+// data that is a plain copy. Returns false, with errno ENOMEM, when there is no
+// memory.
 [[nodiscard]] bool sign_on_normal_form(std::span<const std::uint8_t> data,
                                        owned_bytes& copy);
 
