@@ -104,6 +104,11 @@ TEST(AuditFile, IsFilteredAgain) {
 TEST(AuditFile, RefusesWhatDoesNotAddUp) {
   const std::string start =
       HEADER + sign_on(USER, "") + schema("ORDERS.CUSTOMER");
+  // Where the record is: behind the header, or behind the two of the start.
+  const std::string FIRST = " at record 1, byte offset 20\n";
+  const std::string THIRD = " at record 3, byte offset 83\n";
+  // Longer than what is taken from the input at once.
+  const std::string comment = record('1', std::string(100000, 'c'));
   struct {
     std::string bytes;
     std::string err;
@@ -114,31 +119,40 @@ TEST(AuditFile, RefusesWhatDoesNotAddUp) {
       {HEADER + "1" + u32_bytes(0x100001),
        "bad file format\nUnexpected record size (1048577 bytes)\n"},
       {HEADER + "1" + u32_bytes(0),
-       "bad file format\nUnexpected record size (0 bytes)\n"},
+       "bad file format\nUnexpected record size (0 bytes)" + FIRST},
       {HEADER + sign_on(USER, "\1"),
-       "bad file format\nMalformed sign-on record (5 bytes)\n"},
+       "bad file format\nMalformed sign-on record (5 bytes)" + FIRST},
       {HEADER + sign_on(USER, sign_on_bytes({"a"}) + "x"),
-       "bad file format\nMalformed sign-on record (10 bytes)\n"},
+       "bad file format\nMalformed sign-on record (10 bytes)" + FIRST},
       {HEADER + record('3', "12345"),
-       "bad file format\nMalformed sign-off record (5 bytes)\n"},
+       "bad file format\nMalformed sign-off record (5 bytes)" + FIRST},
       {HEADER + record('4', u32_bytes(SET) + u16_bytes(1) + "123456"),
-       "bad file format\nMalformed schema record (12 bytes)\n"},
+       "bad file format\nMalformed schema record (12 bytes)" + FIRST},
       {start + record('5', "short"),
-       "bad file format\nMalformed image operation record (5 bytes)\n"},
+       "bad file format\nMalformed image operation record (5 bytes)" + THIRD},
       {start + operation(PUT, "aaaabbb"),
-       "bad file format\nMalformed image operation record (27 bytes)\n"},
+       "bad file format\nMalformed image operation record (27 bytes)" + THIRD},
       {start + operation({'4', 0, 1}, "aaaabbbb"),
-       "bad file format\nMalformed image operation record (28 bytes)\n"},
+       "bad file format\nMalformed image operation record (28 bytes)" + THIRD},
       {start + record('7', "short"),
-       "bad file format\nMalformed memo record (5 bytes)\n"},
+       "bad file format\nMalformed memo record (5 bytes)" + THIRD},
+      {HEADER + record('4', std::string(12, '\0') + "\1"),
+       "bad file format\nItem 1 of data set schema exceeds the list (1 bytes)" +
+           FIRST},
+      {HEADER + comment + record('3', "1") + comment,
+       std::string(256, 'c') +
+           " ...\nin: bad file format\nMalformed sign-off record (1 bytes) at "
+           "record 2, byte offset 100025\n"},
   };
   for (const auto& test : cases) {
-    const test_directory directory;
-    directory.write("in", test.bytes);
-    const program_result result = directory.run({"-r", "-o", "out", "in"});
-    EXPECT_EQ("in: " + test.err, result.err);
-    EXPECT_EQ(1, result.status);
-    EXPECT_EQ(HEADER, directory.read("out"));
+    for (const bool compressed : {false, true}) {
+      const test_directory directory;
+      directory.write("in", test.bytes, compressed);
+      const program_result result = directory.run({"-r", "-o", "out", "in"});
+      EXPECT_EQ((test.err[0] == 'c' ? "" : "in: ") + test.err, result.err);
+      EXPECT_EQ(1, result.status);
+      EXPECT_EQ(HEADER, directory.read("out"));
+    }
   }
   const test_directory directory;
   directory.write("in", start + record('6', "?") +

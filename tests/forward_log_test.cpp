@@ -206,33 +206,34 @@ TEST(ForwardLog, RefusesSizesOutsideTheFormat) {
     const char* problem;
   } const cases[] = {
       {started_log().before_image(part(1, large.c_str())),
-       "Unexpected size of before-image (8193 bytes, maximum 8192)\n"},
+       "Unexpected size of before-image (8193 bytes, maximum 8192)"},
       {started_log().meta(8193, large),
-       "Unexpected size of meta data (8193 bytes, maximum 8192)\n"},
+       "Unexpected size of meta data (8193 bytes, maximum 8192)"},
       {started_log().database(2, large.substr(1)),
-       "Unexpected size of database name (8192 bytes, maximum 8191)\n"},
+       "Unexpected size of database name (8192 bytes, maximum 8191)"},
       {started_log().context(SET, 3, "abc"),
-       "Unexpected size of data set context (3 bytes, minimum 4)\n"},
+       "Unexpected size of data set context (3 bytes, minimum 4)"},
       {started_log().context(SET, 3, u32_bytes(DB)),
-       "Unexpected size of data set context (4 bytes, minimum 5)\n"},
+       "Unexpected size of data set context (4 bytes, minimum 5)"},
       {started_log().context(SET, 3, u32_bytes(DB) + "\5abcd"),
-       "Unexpected size of data set name (5 bytes, exceeds its context)\n"},
+       "Unexpected size of data set name (5 bytes, exceeds its context)"},
       {started_log().audit(USER, 11, "x"),
-       "Unexpected size of sign-off data (1 bytes, expected 0)\n"},
+       "Unexpected size of sign-off data (1 bytes, expected 0)"},
       {started_log().data_set(SET, DB, "n", {{"A", 'X', 0, 4}}),
-       "Item 1 of data set schema has count 0 and size 4\n"},
+       "Item 1 of data set schema has count 0 and size 4"},
       {started_log().data_set(SET, DB, "n",
                               {{"A", 'X', 1, 32767}, {"B", 'X', 1, 1}}),
        "Data set schema exceeds maximum record size (32768 bytes, maximum "
-       "32767)\n"},
+       "32767)"},
       {started_log().context(SET, 3, u32_bytes(DB) + std::string("\1N\3AB", 5)),
-       "Item 1 of data set schema exceeds the list (3 bytes)\n"},
+       "Item 1 of data set schema exceeds the list (3 bytes)"},
       {started_log().keys(DB, {{.id = 4, .type = 1, .key = "k", .key_len = 9}}),
        "Entry 1 of database encryption key context exceeds its size (11 "
-       "bytes)\n"},
+       "bytes)"},
   };
   for (const auto& test : cases) {
-    EXPECT_EQ(std::string("log: bad file format\n") + test.problem,
+    EXPECT_EQ(std::string("log: bad file format\n") + test.problem +
+                  " in forward-log action 1-1.4\n",
               report_of(test.log, {"-r"}));
   }
 }

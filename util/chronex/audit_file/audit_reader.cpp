@@ -40,8 +40,23 @@ int operation_code(std::uint8_t op) {
 
 }  // namespace
 
-int audit_reader::bad_format(const input_file& file,
-                             const std::string& problem) {
+// What is wrong with the record whose payload of `size` bytes has just been
+// read, and where the record is.
+int audit_reader::bad_record(const input_file& file, notice_kind kind,
+                             const std::string& problem, std::size_t size) {
+  const std::uint64_t begin =
+      file.stream.position() - size - AUDIT_RECORD_HEAD_SIZE;
+  report_bad_format(file, "%s at record %u, byte offset %llu", problem.c_str(),
+                    trail_.place.number,
+                    static_cast<unsigned long long>(begin));
+  trail_.notice({.kind = kind, .problem = problem});
+  return FILE_FAILED;
+}
+
+int audit_reader::unexpected_size(const input_file& file, std::uint32_t size) {
+  const std::string problem =
+      format_text("Unexpected record size (%u bytes)", size);
+  if (size == 0) return bad_record(file, notice_kind::bad_format, problem, 0);
   report_bad_format(file, "%s", problem.c_str());
   trail_.notice({.kind = notice_kind::bad_format, .problem = problem});
   return FILE_FAILED;
@@ -61,11 +76,10 @@ int audit_reader::report_truncated(const input_file& file,
 // allowed.
 int audit_reader::report_malformed(const input_file& file, const char* record,
                                    byte_run payload) {
-  const std::string problem =
-      format_text("Malformed %s record (%zu bytes)", record, payload.size());
-  report_bad_format(file, "%s", problem.c_str());
-  trail_.notice({.kind = notice_kind::malformed_record, .problem = problem});
-  return FILE_FAILED;
+  return bad_record(
+      file, notice_kind::malformed_record,
+      format_text("Malformed %s record (%zu bytes)", record, payload.size()),
+      payload.size());
 }
 
 int audit_reader::decode_session_sign_on(const input_file& file,
@@ -123,8 +137,8 @@ int audit_reader::decode_node_schema(const input_file& file, byte_run payload) {
   std::unique_ptr<set_context> set = node_create_set_context(
       rest.subspan(head.name_sz), problem, trail_.messages);
   if (!set) {
-    if (!problem.empty()) bad_format(file, problem);
-    return FILE_FAILED;
+    if (problem.empty()) return FILE_FAILED;
+    return bad_record(file, notice_kind::bad_format, problem, payload.size());
   }
   trail_.node_add_entry(static_cast<std::int32_t>(head.node_id), NODE_DATA_SET,
                         reinterpret_cast<const char*>(name.data()), 0,
@@ -232,8 +246,7 @@ int audit_reader::process_record(input_file& file) {
   }
   const std::uint32_t size = load_u32(head);
   if (size == 0 || size > AUDIT_MAX_RECORD_SIZE) {
-    return bad_format(file,
-                      format_text("Unexpected record size (%u bytes)", size));
+    return unexpected_size(file, size);
   }
   const std::uint8_t* payload = read_payload(file, size);
   if (payload == nullptr) {

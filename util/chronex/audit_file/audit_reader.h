@@ -41,7 +41,9 @@ class audit_reader {
   int report_truncated(const input_file& file, const std::string& problem);
   int report_malformed(const input_file& file, const char* record,
                        byte_run payload);
-  int bad_format(const input_file& file, const std::string& problem);
+  int unexpected_size(const input_file& file, std::uint32_t size);
+  int bad_record(const input_file& file, notice_kind kind,
+                 const std::string& problem, std::size_t size);
 
   trail& trail_;
   scratch_buffer& scratch_;

@@ -18,7 +18,9 @@ int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
 }
 
 int fw_bad_format(const fw_action& action, const std::string& problem) {
-  report_bad_format(action.file, "%s", problem.c_str());
+  report_bad_format(action.file, "%s in forward-log action %u-%u.%u",
+                    problem.c_str(), action.file.generation,
+                    action.file.sequence, action.number);
   action.events().notice({.kind = notice_kind::bad_format, .problem = problem});
   return FILE_FAILED;
 }

@@ -65,6 +65,11 @@ class input_stream {
   // A pipe is waited for until whoever writes it closes it.
   void verify_rest();
 
+  // How many bytes have been taken, of what the input is when decompressed.
+  std::uint64_t position() const {
+    return source_ ? delivered_ - (end_ - next_) : resume_at_;
+  }
+
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
   void suspend();
