@@ -5,18 +5,7 @@
 // changed and changed back before anything was written is written again.
 
 #include "fuzz/fuzz_run.h"
-
-namespace {
-
-// The audit file that is written from an audit file.
-std::vector<std::uint8_t> copy_of(fuzz_bytes file) {
-  std::vector<std::uint8_t> copy;
-  const bool done = fuzz_run(std::span(&file, 1), RUN_NO_REPORT, &copy);
-  fuzz_check(done, "an audit file that was written can be read");
-  return copy;
-}
-
-}  // namespace
+#include "fuzz/read_back.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
                                       std::size_t size) {
@@ -26,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data,
   // Nothing is written before all headers were read.
   if (first.empty()) return 0;
 
-  const std::vector<std::uint8_t> second = copy_of(first);
-  fuzz_check(copy_of(second) == second, "an audit file gives itself");
+  const std::vector<std::uint8_t> second = fuzz_read_back(first);
+  fuzz_check(fuzz_read_back(second) == second, "an audit file gives itself");
   return 0;
 }

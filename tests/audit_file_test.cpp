@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
 
@@ -82,6 +84,88 @@ TEST(AuditFile, IsWrittenToTheByteAndReadBack) {
   EXPECT_EQ(expected + sign_on(4, "") + sign_off(4), directory.read("audit"));
   EXPECT_EQ(0, directory.run({"-o", "again", "-Z", "audit"}).status);
   EXPECT_EQ(expected, directory.read("again"));
+}
+
+// The tags of a file's records, in their order.
+std::string tags_of(const std::string& file) {
+  std::string tags;
+  for (std::size_t at = HEADER.size(); at < file.size();) {
+    std::uint32_t size = 0;
+    std::memcpy(&size, file.data() + at + 1, sizeof size);
+    tags += file[at];
+    at += 5 + size;
+  }
+  return tags;
+}
+
+// The second audit file has what the first one needs its operations for, not
+// more.
+TEST(AuditFile, GivesItsOperationsAgain) {
+  const std::vector<log_item> OTHER = {{"A", 'X', 1, 8}};
+  const auto begun = [](std::uint32_t sequence) {
+    log_builder log({.sequence = sequence});
+    log.database(DB, "orders").data_set(SET, DB, "customer", ITEMS);
+    log.sign_on(USER, {"user{X}"});
+    return log;
+  };
+  const auto segment = [&](std::uint32_t sequence) {
+    return begun(sequence).put(USER, SET, 9, "aaaabbbb").sign_off(USER).end();
+  };
+  struct {
+    const char* name;
+    std::vector<log_builder> logs;
+    std::vector<std::string> options;
+    std::string first;
+    std::string second;
+  } const cases[] = {
+      {"a session returns with the same data",
+       {segment(1), segment(2), segment(3)},
+       {},
+       "2453253253",
+       "245355"},
+      {"a memo is held back",
+       {begun(1).memo(USER, 'b', "b").put(USER, SET, 9, "aaaabbbb").end()},
+       {"-e", "RECNO > 8"},
+       "2475",
+       "2745"},
+      {"a memo is repeated ahead of its sign-on",
+       {begun(1)
+            .number(2)
+            .memo(USER, 'm', "m")
+            .number(4)
+            .put(USER, SET, 9, "aaaabbbb")
+            .end()},
+       {},
+       "7245",
+       "245"},
+      {"a data set changes and changes back",
+       {begun(1)
+            .put(USER, SET, 9, "aaaabbbb")
+            .data_set(SET, DB, "customer", OTHER)
+            .data_set(SET, DB, "customer", ITEMS)
+            .put(USER, SET, 9, "ccccdddd")
+            .end()},
+       {},
+       "24545",
+       "2455"},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    const test_directory directory;
+    std::vector<std::string> arguments{"-o", "first"};
+    arguments.insert(arguments.end(), test.options.begin(), test.options.end());
+    for (const log_builder& log : test.logs) {
+      arguments.push_back("log" + std::to_string(arguments.size()));
+      directory.write(arguments.back(), log.bytes());
+    }
+    EXPECT_EQ(0, directory.run(arguments).status);
+    const std::string first = directory.read("first");
+    EXPECT_EQ(test.first, tags_of(first));
+    EXPECT_EQ(0, directory.run({"-o", "second", "first"}).status);
+    EXPECT_EQ(test.second, tags_of(directory.read("second")));
+    EXPECT_EQ(0, directory.run({"-o", "third", "second"}).status);
+    EXPECT_EQ(directory.read("second"), directory.read("third"));
+  }
 }
 
 TEST(AuditFile, IsFilteredAgain) {
