@@ -74,7 +74,7 @@ void apply_settings(std::uint8_t settings, chronex_run& run) {
 bool process(chronex_run& run, std::span<char* const> operands) {
   try {
     if (run.inputs.open(operands) != 0) return false;
-    if (run.audit.stream.audit_fp != nullptr &&
+    if (run.audit.stream.is_open() &&
         run.audit.audit_write_header(run.charset_id, "a comment") != 0) {
       return false;
     }
@@ -127,7 +127,7 @@ bool fuzz_run(std::span<const fuzz_bytes> files, std::uint8_t settings,
   run->audit.stream.audit_fname = audit.path();
   audit.write({});
   if ((settings & RUN_NO_AUDIT) == 0) {
-    fuzz_check(run->audit.stream.audit_open(false, 0) == 0,
+    fuzz_check(run->audit.stream.audit_open(false, 0, 0600) == 0,
                "the audit file can be opened");
     run->events.add_output(run->audit);
   }

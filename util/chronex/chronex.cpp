@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -12,6 +14,7 @@
 
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex/run/options.h"
+#include "util/chronex/run/output_check.h"
 #include "util/chronex/run/run.h"
 #include "util/chronex/run/usage.h"
 #include "util/libmkey/mkey.h"
@@ -50,15 +53,28 @@ int print_version() {
   return close_report(messages, *standard_output) == 0 ? 0 : EXIT_ERROR;
 }
 
+// Decrypted records are for those who have the keys.
+constexpr mode_t PERMISSIONS = 0666;
+constexpr mode_t PERMISSIONS_WITH_KEYS = 0600;
+
 int open_audit_output(chronex_run& run, const command_line& options) {
   audit_stream& audit = run.audit.stream;
   if (audit.audit_fname == nullptr) return 0;
+  files_read files{.operands = options.operands,
+                   .filter_files = options.filter_files};
+  if (options.crypt_flag) {
+    files.key_files = ko_mkey_files(std::getenv("KO_MKEYFILE"));
+  }
   const int descriptor = options.audit_to_stdout ? STDOUT_FILENO : -1;
-  if (inputs_check_output(options.operands, descriptor, audit.audit_fname,
-                          run.messages) != 0) {
+  if (check_output_file(files, descriptor, audit.audit_fname, run.messages) !=
+      0) {
     return -1;
   }
-  if (audit.audit_open(options.audit_to_stdout, options.compress_count) != 0) {
+  // The audit file is completed even if nobody reads the report any more.
+  std::signal(SIGPIPE, SIG_IGN);
+  if (audit.audit_open(
+          options.audit_to_stdout, options.compress_count,
+          options.crypt_flag ? PERMISSIONS_WITH_KEYS : PERMISSIONS) != 0) {
     return -1;
   }
   run.events.add_output(run.audit);
@@ -87,7 +103,7 @@ int run_steps(int argc, char* argv[], chronex_run& run,
   if (isatty(STDERR_FILENO) == 1) watch_names(run);
 
   if (run.inputs.open(options.operands) != 0) return EXIT_ERROR;
-  if (run.audit.stream.audit_fp != nullptr &&
+  if (run.audit.stream.is_open() &&
       run.audit.audit_write_header(run.charset_id, options.user_comment) != 0) {
     return EXIT_ERROR;
   }

@@ -173,6 +173,10 @@ outcome unlock_keys(const char* file_list, const char* id_list,
 
 }  // namespace
 
+std::vector<std::string> ko_mkey_files(const char* files) {
+  return *split_names(files != nullptr ? files : DEFAULT_KEY_FILE, SIZE_MAX);
+}
+
 int ko_mkey_init() {
   protect_process();
   if (ko_enc__load(nullptr) != 0) return 1;

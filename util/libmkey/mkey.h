@@ -11,6 +11,13 @@
 // wiped on every way out; only a signal leaves the master keys that are already
 // in the store to the system.
 
+#include <string>
+#include <vector>
+
+// The names of a list as KO_MKEYFILE has it: separated by ':', blanks before a
+// name do not count. Null stands for the default key file.
+std::vector<std::string> ko_mkey_files(const char* files);
+
 // Protects the process (protect.h), loads the crypto library, empties the
 // master key store and unlocks the master keys that the environment names:
 // KO_MKEYID holds their ids, KO_MKEYFILE the key files. Master keys that lack

@@ -30,6 +30,7 @@ session_sign_on_t head_of(const session_entry& session) {
 }  // namespace
 
 int audit_output::audit_write_header(int charset_id, const char* user_comment) {
+  if (stream.audit_begin() != 0) return -1;
   std::array<std::uint8_t, SIGNATURE_SIZE + 4> header{};
   std::array<char, SIGNATURE_SIZE> signature{};
   std::snprintf(signature.data(), signature.size(), "%s%02d.%02d",

@@ -17,7 +17,7 @@ class audit_output final : public trail_output {
 
   audit_stream stream;
 
-  // Writes the file header, with the run's character set, and the user comment
+  // Begins the file: writes the header, with the run's character set, and the user comment
   // as the first record, if there is one and it is not empty. Returns 0, or -1
   // after a failure whose message has been printed.
   int audit_write_header(int charset_id, const char* user_comment);

@@ -1,9 +1,11 @@
 #include "util/chronex/audit_file/audit_stream.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "common/byte_cursor.h"
 
@@ -31,10 +33,16 @@ int duplicate_standard_output() {
   return dup(STDOUT_FILENO);
 }
 
+bool is_regular_file(int descriptor) {
+  struct stat status {};
+  return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
 }  // namespace
 
 audit_stream::~audit_stream() {
   if (audit_fp != nullptr) gzclose(audit_fp);
+  if (file_ >= 0) close(file_);
 }
 
 bool audit_stream::put_bytes(std::span<const std::uint8_t> bytes) {
@@ -51,24 +59,44 @@ int audit_stream::report_failure() {
   return -1;
 }
 
-int audit_stream::audit_open(bool to_stdout, int compress_level) {
-  const char* mode = write_mode(compress_level);
-  if (to_stdout) {
-    const int descriptor = duplicate_standard_output();
-    if (descriptor >= 0) {
-      audit_fp = gzdopen(descriptor, mode);
-      if (audit_fp == nullptr) close(descriptor);
-    }
-  } else {
-    audit_fp = gzopen(audit_fname, mode);
-  }
+int audit_stream::report_unopened() {
+  messages_.perror(audit_fname);
+  messages_.print("Unable to open audit file for writing\n");
+  return -1;
+}
+
+int audit_stream::begin_stream(int descriptor) {
+  audit_fp = gzdopen(descriptor, write_mode_);
   if (audit_fp == nullptr) {
-    messages_.perror(audit_fname);
-    messages_.print("Unable to open audit file for writing\n");
+    report_unopened();
+    close(descriptor);
     return -1;
   }
   gzbuffer(audit_fp, GZ_BUFFER_SIZE);
   return 0;
+}
+
+// Only a regular file holds something that can be kept. It must not get a
+// stream before its time: closing one that compresses writes an empty gzip
+// file.
+int audit_stream::audit_open(bool to_stdout, int compress_level,
+                             mode_t permissions) {
+  write_mode_ = write_mode(compress_level);
+  const int descriptor =
+      to_stdout ? duplicate_standard_output()
+                : open(audit_fname, O_WRONLY | O_CREAT, permissions);
+  if (descriptor < 0) return report_unopened();
+  if (to_stdout || !is_regular_file(descriptor)) {
+    return begin_stream(descriptor);
+  }
+  file_ = descriptor;
+  return 0;
+}
+
+int audit_stream::audit_begin() {
+  if (file_ < 0) return 0;
+  if (ftruncate(file_, 0) != 0) return report_unopened();
+  return begin_stream(std::exchange(file_, -1));
 }
 
 int audit_stream::audit_close() {

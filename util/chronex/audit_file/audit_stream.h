@@ -6,6 +6,7 @@
 // Unless said otherwise, operations return 0, or -1 after a failure whose
 // message has been printed. What was written before a failure stays.
 
+#include <sys/types.h>
 #include <zlib.h>
 
 #include <array>
@@ -24,10 +25,15 @@ class audit_stream {
   // Closes a stream that is still open, without a message.
   ~audit_stream();
 
-  // Opens (creates or truncates) the audit file `audit_fname`, or a duplicate
-  // of standard output. `compress_level` is the number of -Z options: 0 plain,
-  // 2 Huffman-only gzip, any other number gzip.
-  int audit_open(bool to_stdout, int compress_level);
+  // Opens the audit file `audit_fname`, which is created with `permissions` if
+  // it is not there, or a duplicate of standard output. `compress_level` is the
+  // number of -Z options: 0 plain, 2 Huffman-only gzip, any other number gzip.
+  // What an existing file holds stays there until audit_begin().
+  int audit_open(bool to_stdout, int compress_level, mode_t permissions);
+  bool is_open() const { return audit_fp != nullptr || file_ >= 0; }
+
+  // Makes the open output ready for its header: an existing file is emptied.
+  int audit_begin();
 
   // Closes the audit output if it is open, which writes what is still buffered.
   // An output whose failure was reported before closes without another message.
@@ -62,17 +68,22 @@ class audit_stream {
     return audit_write_begun_record(tag, begin, first, second);
   }
 
-  // The open audit output, or null when none was asked for.
+  // The open audit output, or null: none was asked for, or it has not begun.
   gzFile audit_fp = nullptr;
   // Its name for messages: the -o argument, or "stdout".
   const char* audit_fname = nullptr;
 
  private:
   int report_failure();
+  int report_unopened();
+  int begin_stream(int descriptor);
 
   run_messages& messages_;
   // A write has failed and was reported: the close will fail again, silently.
   bool write_failed_ = false;
+  const char* write_mode_ = "wbT";
+  // A regular file that is open, but has not begun; -1: none.
+  int file_ = -1;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_AUDIT_FILE_AUDIT_STREAM_H

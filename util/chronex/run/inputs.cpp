@@ -1,7 +1,6 @@
 #include "util/chronex/run/inputs.h"
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -19,15 +18,6 @@ namespace {
 
 // Descriptors besides those of the input files.
 constexpr rlim_t OTHER_DESCRIPTORS = 16;
-
-bool is_standard_input(std::span<char* const> operands) {
-  return operands.size() == 1 && std::strcmp(operands[0], "-") == 0;
-}
-
-bool is_same_file(const struct stat& a, const struct stat& b) {
-  return S_ISREG(a.st_mode) && S_ISREG(b.st_mode) && a.st_dev == b.st_dev &&
-         a.st_ino == b.st_ino;
-}
 
 // All inputs stay open, so a long list needs more descriptors than a process is
 // given at first.
@@ -49,25 +39,8 @@ bool goes_before(const input_file& log, const input_file& entry) {
 
 }  // namespace
 
-int inputs_check_output(std::span<char* const> operands, int output_descriptor,
-                        const char* audit_fname, run_messages& messages) {
-  struct stat output {};
-  const int found = output_descriptor >= 0 ? fstat(output_descriptor, &output)
-                                           : stat(audit_fname, &output);
-  // An output that is not there yet is none of the inputs.
-  if (found != 0) return 0;
-  const bool from_stdin = is_standard_input(operands);
-  for (const char* operand : operands) {
-    struct stat input {};
-    const int known =
-        from_stdin ? fstat(STDIN_FILENO, &input) : stat(operand, &input);
-    if (known == 0 && is_same_file(input, output)) {
-      messages.print("%s: input and audit output are the same file\n",
-                     from_stdin ? "stdin" : operand);
-      return -1;
-    }
-  }
-  return 0;
+bool is_standard_input(std::span<char* const> operands) {
+  return operands.size() == 1 && std::strcmp(operands[0], "-") == 0;
 }
 
 int input_list::read_header(input_file& file) {

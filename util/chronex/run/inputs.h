@@ -44,10 +44,7 @@ class input_list {
   std::size_t fw_nfiles_ = 0;
 };
 
-// Refuses an audit output that is one of the operands: opening it would destroy
-// the input. `output_descriptor` is that of an output that is open already, or
-// -1 when the output is the file `audit_fname`.
-int inputs_check_output(std::span<char* const> operands, int output_descriptor,
-                        const char* audit_fname, run_messages& messages);
+// Whether the operands stand for standard input.
+bool is_standard_input(std::span<char* const> operands);
 
 #endif  // CHRONEX_UTIL_CHRONEX_RUN_INPUTS_H

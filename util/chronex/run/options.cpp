@@ -86,6 +86,7 @@ int apply_option(int letter, const char* argument, chronex_run& run,
     case 'e':
       return run.filter.append_filter_expr(argument) == 0 ? 0 : EXIT_ERROR;
     case 'f':
+      options.filter_files.push_back(argument);
       return read_filter_file(argument, run);
     case 'I':
       return run.item_names.add(argument) ? 0 : EXIT_ERROR;

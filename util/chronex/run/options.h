@@ -4,6 +4,7 @@
 // The command line, and the report settings that follow from it.
 
 #include <span>
+#include <vector>
 
 #include "util/chronex/run/run.h"
 
@@ -22,6 +23,8 @@ struct command_line {
   int compress_count = 0;
   // The -i number.
   int item_limit = 0;
+  // The -f arguments.
+  std::vector<const char*> filter_files;
   // The input files as given.
   std::span<char* const> operands;
 };

@@ -58,6 +58,7 @@ int apply_option(int letter, const char* argument, run_messages& messages,
       options.filter_texts.emplace_back(argument);
       return 0;
     case 'f':
+      options.filter_files.push_back(argument);
       return read_filter_file(argument, messages, options);
     case 'I':
       options.item_lists.emplace_back(argument);

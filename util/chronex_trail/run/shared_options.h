@@ -13,6 +13,8 @@ struct shared_options {
   // -e and -f, in their order, and -I; UTF-8.
   std::vector<std::string> filter_texts;
   std::vector<std::string> item_lists;
+  // The -f arguments.
+  std::vector<const char*> filter_files;
   // -M
   bool use_master_keys = false;
   // -o; "-" is standard output.
