@@ -98,9 +98,9 @@ int run_steps(int argc, char* argv[], chronex_run& run,
   if (options.crypt_flag && ko_mkey_init() != 0) return EXIT_ERROR;
   if (open_audit_output(run, options) != 0) return EXIT_ERROR;
   options_apply_to_report(options, run, standard_output);
-  run.events.watched = isatty(STDOUT_FILENO) == 1;
+  run.events.watched = standard_output.on_terminal();
   // In a pipe or a file nothing is added to what the inputs give rise to.
-  if (isatty(STDERR_FILENO) == 1) watch_names(run);
+  if (run.messages.on_terminal) watch_names(run);
 
   if (run.inputs.open(options.operands) != 0) return EXIT_ERROR;
   if (run.audit.stream.is_open() &&

@@ -1,8 +1,19 @@
 #include "util/chronex/messages/messages.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+
+bool is_terminal(int descriptor) {
+  const int error = errno;
+  const bool terminal = isatty(descriptor) == 1;
+  errno = error;
+  return terminal;
+}
+
+run_messages::run_messages() : on_terminal(is_terminal(STDERR_FILENO)) {}
 
 void run_messages::print(const char* format, ...) {
   let_out();

@@ -12,7 +12,7 @@
 
 class run_messages {
  public:
-  run_messages() = default;
+  run_messages();
   run_messages(const run_messages&) = delete;
   run_messages& operator=(const run_messages&) = delete;
 
@@ -31,12 +31,19 @@ class run_messages {
   // Prints the system error of errno with the name of a file or call before it.
   void perror(const char* name);
 
+  // Standard error is a terminal.
+  const bool on_terminal;
+
   // The number of -v options.
   int verbose = 0;
 
  private:
   std::function<void()> let_out_;
 };
+
+// Whether the descriptor is a terminal. Leaves errno alone, which some messages
+// tell although no call has failed.
+bool is_terminal(int descriptor);
 
 // A text formatted like printf.
 [[gnu::format(printf, 1, 2)]] std::string format_text(const char* format, ...);

@@ -3,6 +3,7 @@
 #include "util/chronex/input/charset.h"
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/report/hexdump.h"
+#include "util/chronex/report/visible_text.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex/tables/session.h"
@@ -88,7 +89,7 @@ int clear_text_report::schema(const node_entry& node,
   print_conditional_newline();
   report_stream& out = *report.fp;
   out.put("SCHEMA ");
-  out.put(node_name(node));
+  out.put_foreign(node_name(node));
   out.put(" record size: ");
   out.put_signed(node.set->rec_sz);
   out.put(" bytes\n");
@@ -100,10 +101,11 @@ void clear_text_report::report_items(const node_entry& node) {
   report_stream& out = *report.fp;
   for (const item_descriptor& item : node.set->item_list()) {
     out.put(" '");
-    out.put_c_string(
+    out.put_foreign_c_string(
         node.set->names.bytes().subspan(item.name_off, item.name_len));
     out.put("' type:");
-    out.put(static_cast<char>(item.type));
+    const char letter = static_cast<char>(item.type);
+    out.put_foreign({&letter, 1});
     out.put(" count:");
     out.put_unsigned(item.count);
     out.put(" size:");
@@ -128,7 +130,7 @@ void clear_text_report::report_operation(const image_operation& operation) {
   print_conditional_newline();
   report_stream& out = *report.fp;
   out.put(word_of(operation.op));
-  out.put(node_name(operation.node));
+  out.put_foreign(node_name(operation.node));
   out.put(" recno:");
   out.put_unsigned(operation.recno);
   out.put(" session:");
@@ -148,10 +150,13 @@ void clear_text_report::report_operation(const image_operation& operation) {
 int clear_text_report::comment(std::string_view text,
                                const event_place& /*place*/) {
   if (report.comment_level < 1) return 0;
-  if (report.comment_level == 1 && text.size() > SHOWN_COMMENT_SIZE) {
-    messages_.print("%.256s ...\n", text.data());
-  } else {
-    messages_.print("%.*s\n", static_cast<int>(text.size()), text.data());
-  }
+  const bool cut =
+      report.comment_level == 1 && text.size() > SHOWN_COMMENT_SIZE;
+  if (cut) text = text.substr(0, SHOWN_COMMENT_SIZE);
+  text = text.substr(0, text.find('\0'));
+  std::string visible;
+  if (messages_.on_terminal) text = visible = visible_text(text);
+  messages_.print("%.*s%s\n", static_cast<int>(text.size()), text.data(),
+                  cut ? " ..." : "");
   return 0;
 }

@@ -1,5 +1,7 @@
 #include "util/chronex/report/dump.h"
 
+#include <array>
+#include <charconv>
 #include <cstring>
 #include <string_view>
 
@@ -9,8 +11,32 @@
 namespace {
 
 constexpr std::size_t VALUE_TEXT_SIZE = 8192;
-// Records whose views are wide.
-constexpr std::int16_t WIDE_RECORD = 2048;
+
+// A label: a blank, the marker, the name. Values start in the same column,
+// unless a name is longer.
+constexpr std::string_view LABEL = "                        : ";
+constexpr std::size_t MARKER_POSITION = 1;
+constexpr std::size_t NAME_POSITION = 2;
+constexpr std::size_t NAME_ROOM = LABEL.size() - NAME_POSITION - 2;
+
+// "[65535]"
+constexpr std::size_t SUBSCRIPT_SIZE = 7;
+
+struct element_name {
+  std::string_view item;
+  // 0: none.
+  std::uint16_t subscript;
+};
+
+// Writes "[k]" for a subscript k other than 0, and returns its length.
+std::size_t write_subscript(std::uint16_t subscript, char* place) {
+  if (subscript == 0) return 0;
+  *place = '[';
+  char* const end =
+      std::to_chars(place + 1, place + SUBSCRIPT_SIZE, subscript).ptr;
+  *end = ']';
+  return static_cast<std::size_t>(end + 1 - place);
+}
 
 using byte_run = std::span<const std::uint8_t>;
 
@@ -20,24 +46,54 @@ void put_character_value(report_stream& out, byte_run value, char fill) {
   out.put('"');
 }
 
+// Bytes of a zoned value are copied as they are; a zero among them ends the
+// text.
+void put_zoned(report_stream& out, const item_type& type, byte_run value) {
+  std::array<char, VALUE_TEXT_SIZE> text;
+  type.fmt(text, value, nullptr);
+  out.put_foreign(text.data());
+}
+
 // Wide hex forms that do not fit the room are shown as far as they go.
 void put_number(report_stream& out, const item_type& type, byte_run value) {
+  if (type.letter == 'Z') {
+    put_zoned(out, type, value);
+    return;
+  }
   const std::span<char> text = out.room(VALUE_TEXT_SIZE);
   std::size_t length = 0;
   type.fmt(text, value, &length);
-  // Only zoned bytes are copied as they are; a zero among them ends the text.
-  if (type.letter == 'Z') length = strnlen(text.data(), length);
   out.claim(length);
 }
 
-void put_label(report_stream& out, std::string_view label, char marker) {
-  const std::span<char> text = out.room(label.size());
-  std::memcpy(text.data(), label.data(), label.size());
-  text[record_view::MARKER_POSITION] = marker;
-  out.claim(label.size());
+// A label of unusual length, or on a terminal.
+void put_long_label(report_stream& out, const element_name& name) {
+  std::array<char, SUBSCRIPT_SIZE> subscript{};
+  const std::size_t length = write_subscript(name.subscript, subscript.data());
+  out.put_foreign(name.item);
+  out.put(std::string_view(subscript.data(), length));
+  const std::size_t size = name.item.size() + length;
+  if (size < NAME_ROOM) out.fill(' ', NAME_ROOM - size);
+  out.put(": ");
 }
 
-void put_value(report_stream& out, const item_type* type, byte_run value) {
+void put_label(report_stream& out, const element_name& name, char marker) {
+  const std::span<char> label = out.room(LABEL.size());
+  std::memcpy(label.data(), LABEL.data(), LABEL.size());
+  label[MARKER_POSITION] = marker;
+  if (out.on_terminal() || name.item.size() > NAME_ROOM - SUBSCRIPT_SIZE) {
+    out.claim(NAME_POSITION);
+    put_long_label(out, name);
+    return;
+  }
+  char* const place = label.data() + NAME_POSITION;
+  std::memcpy(place, name.item.data(), name.item.size());
+  write_subscript(name.subscript, place + name.item.size());
+  out.claim(LABEL.size());
+}
+
+void put_value(report_stream& out, char letter, byte_run value) {
+  const item_type* const type = item_type_of(letter);
   if (type == nullptr) return;
   if (type->numeric) {
     put_number(out, *type, value);
@@ -46,24 +102,29 @@ void put_value(report_stream& out, const item_type* type, byte_run value) {
   }
 }
 
-void put_element(report_stream& out, std::string_view label, char marker,
-                 const item_type* type, byte_run value) {
-  put_label(out, label, marker);
+void put_element(report_stream& out, const element_name& name, char marker,
+                 char type, byte_run value) {
+  put_label(out, name, marker);
   put_value(out, type, value);
   out.put('\n');
 }
 
 void dump_element(report_stream& out, const element_view& element,
-                  std::string_view label, byte_run before, byte_run after) {
+                  const element_name& name, byte_run before, byte_run after) {
   const bool changed =
       !before.empty() && !after.empty() &&
       std::memcmp(before.data(), after.data(), before.size()) != 0;
   if (changed) {
-    put_element(out, label, '-', element.type, before);
-    put_element(out, label, '+', element.type, after);
+    put_element(out, name, '-', element.type, before);
+    put_element(out, name, '+', element.type, after);
   } else if (element.selected) {
-    put_element(out, label, ' ', element.type, before.empty() ? after : before);
+    put_element(out, name, ' ', element.type, before.empty() ? after : before);
   }
+}
+
+element_name name_of(const set_context& set, const element_view& element) {
+  const auto* const names = reinterpret_cast<const char*>(set.names.data());
+  return {{names + element.name_off, element.name_len}, element.subscript};
 }
 
 // The element's part of an image, or nothing where there is no image.
@@ -82,19 +143,12 @@ void dump_image(report_stream& out, std::string_view title,
 
 }  // namespace
 
-const record_view& record_dump::view_of(const set_context& set) {
-  record_view& view = set.rec_sz < WIDE_RECORD
-                          ? kept_[set.schema_id % kept_.size()]
-                          : of_wide_record_;
-  if (!view.is_of(set)) view.make(set, {item_names_, report_.item_limit});
-  return view;
-}
-
 void record_dump::dump_items(const set_context& set, record_image before,
                              record_image after) {
-  const record_view& view = view_of(set);
+  const record_view& view =
+      views_.view_of(set, {item_names_, report_.item_limit});
   for (const element_view& element : view.elements()) {
-    dump_element(*report_.fp, element, view.label(element),
+    dump_element(*report_.fp, element, name_of(set, element),
                  part_of(before, element), part_of(after, element));
   }
 }

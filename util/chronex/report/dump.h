@@ -4,12 +4,10 @@
 // The contents of a record in the clear-text report: item by item, with each
 // value as text and changed values before and after, or as hex dumps.
 
-#include <array>
-
 #include "util/chronex/filter/item_names.h"
-#include "util/chronex/report/record_view.h"
 #include "util/chronex/report/report_settings.h"
 #include "util/chronex/report/report_stream.h"
+#include "util/chronex/report/view_cache.h"
 #include "util/chronex/tables/record_image.h"
 #include "util/chronex/tables/set_context.h"
 
@@ -25,19 +23,12 @@ class record_dump {
                    record_image after, bool hex);
 
  private:
-  const record_view& view_of(const set_context& set);
   void dump_items(const set_context& set, record_image before,
                   record_image after);
 
-  // Schemas whose views are kept, as many as a database may have data sets in
-  // use. Which one goes for a new one is left to chance. Of wide records, whose
-  // view may take megabytes, only the latest one's is kept.
-  static constexpr std::size_t KEPT_VIEWS = 256;
-
   const report_settings& report_;
   const item_name_list& item_names_;
-  std::array<record_view, KEPT_VIEWS> kept_;
-  record_view of_wide_record_;
+  view_cache views_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_REPORT_DUMP_H

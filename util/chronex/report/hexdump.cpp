@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "util/chronex/report/visible_text.h"
+
 namespace {
 
 constexpr std::size_t LINE_BYTES = 16;
@@ -36,22 +38,13 @@ constexpr auto ESCAPED = [] {
 
 // Bytes that are escaped at a time, and the characters that one may take.
 constexpr std::size_t ESCAPE_PIECE = 1024;
-constexpr std::size_t ESCAPE_SIZE = 4;
-
-char octal_digit(unsigned value) {
-  return static_cast<char>('0' + (value & 7U));
-}
+constexpr std::size_t ESCAPE_SIZE = OCTAL_SIZE;
 
 // Writes the escaped form of the byte and returns the place behind it.
 char* escape(std::uint8_t byte, char* place) {
+  if (is_control(byte)) return write_octal(byte, place);
   *place++ = '\\';
-  if (is_control(byte)) {
-    *place++ = octal_digit(byte >> 6U);
-    *place++ = octal_digit(byte >> 3U);
-    *place++ = octal_digit(byte);
-  } else {
-    *place++ = static_cast<char>(byte);
-  }
+  *place++ = static_cast<char>(byte);
   return place;
 }
 

@@ -4,21 +4,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
-#include <string_view>
 #include <vector>
 
-#include "common/typeutils.h"
 #include "util/chronex/filter/item_names.h"
 #include "util/chronex/tables/set_context.h"
 
-// An element of an item as the item view shows it.
+// An element of an item as the item view shows it. There may be a great many.
 struct element_view {
-  // Null when values of this type are not shown.
-  const item_type* type = nullptr;
-  // Place of the label in record_view's text.
-  std::uint32_t label_begin = 0;
-  std::uint16_t label_length = 0;
+  // Place of the item's name, as far as it is shown, in the schema's names.
+  std::uint32_t name_off = 0;
+  std::uint8_t name_len = 0;
+  // Item type letter.
+  char type = 0;
+  // The number of the element; 0: it is the only one of its item.
+  std::uint16_t subscript = 0;
   // Place of the value in the record.
   std::uint16_t offset = 0;
   std::uint16_t size = 0;
@@ -33,32 +32,27 @@ struct item_choice {
   int item_limit = 0;
 };
 
-// How the records of a schema are shown: their elements in record order, with
-// labels. A label is " NAME" or " NAME[k]" behind a place for the marker,
-// filled up with blanks, and ": ".
+// How the records of a schema are shown: their elements in record order.
 class record_view {
  public:
-  // The place of the marker in a label.
-  static constexpr std::size_t MARKER_POSITION = 1;
-
   bool is_of(const set_context& set) const {
     return schema_id_ == set.schema_id;
   }
 
+  std::uint64_t schema_id() const { return schema_id_; }
+
+  // Makes the view of a schema; for the first and only time.
   void make(const set_context& set, const item_choice& choice);
+
+  // The memory that the view takes.
+  std::size_t bytes() const {
+    return sizeof *this + elements_.capacity() * sizeof(element_view);
+  }
 
   std::span<const element_view> elements() const { return elements_; }
 
-  std::string_view label(const element_view& element) const {
-    return {text_.data() + element.label_begin, element.label_length};
-  }
-
  private:
-  void add(const item_descriptor& item, std::size_t index, std::size_t k,
-           std::string_view name, const item_choice& choice);
-
   std::uint64_t schema_id_ = 0;
-  std::string text_;
   std::vector<element_view> elements_;
 };
 

@@ -6,6 +6,9 @@
 #include <cerrno>
 #include <charconv>
 
+#include "util/chronex/messages/messages.h"
+#include "util/chronex/report/visible_text.h"
+
 namespace {
 
 // Characters of the longest 64-bit number.
@@ -20,6 +23,21 @@ void put_decimal(report_stream& stream, integer number) {
 }
 
 }  // namespace
+
+report_stream::report_stream(int descriptor) noexcept
+    : descriptor_(descriptor), on_terminal_(is_terminal(descriptor)) {}
+
+void report_stream::put_visible(std::string_view text) {
+  for (const char character : text) {
+    const auto byte = static_cast<std::uint8_t>(character);
+    if (is_terminal_control(byte)) {
+      write_octal(byte, room(OCTAL_SIZE).data());
+      claim(OCTAL_SIZE);
+    } else {
+      put(character);
+    }
+  }
+}
 
 void report_stream::put_large(std::string_view text) {
   while (!text.empty()) {

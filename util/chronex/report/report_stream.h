@@ -19,7 +19,7 @@
 class report_stream {
  public:
   // Writes to a file descriptor, which stays the caller's.
-  explicit report_stream(int descriptor) noexcept : descriptor_(descriptor) {}
+  explicit report_stream(int descriptor) noexcept;
   report_stream(const report_stream&) = delete;
   report_stream& operator=(const report_stream&) = delete;
 
@@ -48,10 +48,21 @@ class report_stream {
     assert(size <= buffer_.size() - used_);
     used_ += size;
   }
-  // Bytes up to the first zero byte among them, if any.
-  void put_c_string(std::span<const std::uint8_t> bytes) {
+  // Whether what is put in is shown on a terminal.
+  bool on_terminal() const { return on_terminal_; }
+  // Text that the inputs hold: on a terminal, its control characters are put in
+  // as a backslash and three octal digits.
+  void put_foreign(std::string_view text) {
+    if (on_terminal_) {
+      put_visible(text);
+    } else {
+      put(text);
+    }
+  }
+  // The same, up to the first zero byte, if any.
+  void put_foreign_c_string(std::span<const std::uint8_t> bytes) {
     const auto* text = reinterpret_cast<const char*>(bytes.data());
-    put(std::string_view(text, strnlen(text, bytes.size())));
+    put_foreign(std::string_view(text, strnlen(text, bytes.size())));
   }
   // The same character `count` times.
   void fill(char character, std::size_t count);
@@ -71,8 +82,10 @@ class report_stream {
 
  private:
   void put_large(std::string_view text);
+  void put_visible(std::string_view text);
 
   int descriptor_;
+  bool on_terminal_;
   int error_ = 0;
   std::size_t used_ = 0;
   std::array<char, std::size_t{256} * 1024> buffer_;

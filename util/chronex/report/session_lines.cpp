@@ -41,7 +41,7 @@ void clear_text_report::report_sign_on_strings(const session_entry& session) {
     const std::size_t shown =
         strnlen(text.data(), std::min(text.size(), SHOWN_STRING_SIZE));
     out.put(' ');
-    out.put(text.substr(0, shown));
+    out.put_foreign(text.substr(0, shown));
     if (text.size() > SHOWN_STRING_SIZE) out.put(" ...");
     out.put('\n');
   }
