@@ -185,6 +185,45 @@ TEST(AuditFile, IsFilteredAgain) {
       deletes.out);
 }
 
+TEST(AuditFile, AnyNumberMeansThatAnImageIsThere) {
+  const std::string start =
+      HEADER + sign_on(USER, "") + schema("ORDERS.CUSTOMER");
+  const std::string images = "aaaabbbbccccdddd";
+  struct {
+    std::string read;
+    std::string written;
+  } const cases[] = {
+      {{'1', 2, 0}, {'1', 1, 0}},
+      {{'1', 0, '\xff'}, {'1', 0, 1}},
+      {{'2', 7, '\x80'}, {'2', 1, 1}},
+      {{'3', 0, 0}, {'3', 0, 0}},
+  };
+  for (const auto& test : cases) {
+    const std::size_t size =
+        8U * static_cast<std::size_t>(test.written[1] + test.written[2]);
+    const test_directory directory;
+    directory.write("in", start + operation(test.read, images.substr(0, size)));
+    EXPECT_EQ(0, directory.run({"-o", "out", "in"}).status);
+    EXPECT_EQ(start + operation(test.written, images.substr(0, size)),
+              directory.read("out"));
+  }
+}
+
+// With its line end, unlike all others.
+TEST(AuditFile, TellsOfAKeyThatIsNotThere) {
+  log_builder log;
+  log.database(DB, "d").keys(
+      DB, {{.id = 4, .type = 1, .key = "k", .master_check = "m"}});
+  const test_directory directory;
+  directory.write("log", log.end().bytes());
+  EXPECT_EQ(0, directory.run({"-o", "audit", "log"}).status);
+  EXPECT_EQ(HEADER + record('1',
+                            "WARNING: while the original forward-log was "
+                            "processed, encryption key 4 was ignored because "
+                            "the required master key was not present\n"),
+            directory.read("audit"));
+}
+
 TEST(AuditFile, RefusesWhatDoesNotAddUp) {
   const std::string start =
       HEADER + sign_on(USER, "") + schema("ORDERS.CUSTOMER");

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
 
@@ -11,6 +13,8 @@ const std::string USAGE_BEGIN =
     "\nKORVALINE CHRONEX forward-log audit trail (X.08.30)\n"
     "usage: chronex [options] file [...]\noptions:\n"
     " -help       - show usage (this list)\n";
+
+const std::string AUDIT_HEADER("KORV.AUDIT01.00\0\xd2\x04\1\0", 20);
 
 std::string header_only(const log_header& header) {
   return log_builder(header).take();
@@ -147,17 +151,28 @@ TEST(CommandLine, Headers) {
             directory.run({"big-endian"}).err);
   directory.write("latin", header_only({.generation = 9}));
   directory.write("roman", header_only({.charset = 0}));
-  const program_result result = directory.run({"-v", "latin", "roman"});
+  directory.write("old", header_only({.version = "1.00", .short_form = true}));
+  directory.write("audit", AUDIT_HEADER);
+  const std::string problem =
+      ": incompatible file format\nCharacter set does not match\n";
+  // The first header that names a character set fixes it.
+  for (const auto& first : {"latin", "audit", "old"}) {
+    const program_result result =
+        directory.run({"-v", first, "latin", "roman", "audit"});
+    EXPECT_EQ("roman" + problem +
+                  " found: hp-roman8 (0), expected: iso-8859-1 (1))\n",
+              result.err);
+    EXPECT_EQ("", result.out);
+    EXPECT_EQ(1, result.status);
+  }
   EXPECT_EQ(
-      "roman: incompatible file format\nCharacter set does not match\n"
-      " found: hp-roman8 (0), expected: iso-8859-1 (1))\n",
-      result.err);
-  EXPECT_EQ("", result.out);
+      "latin" + problem + " found: iso-8859-1 (1), expected: hp-roman8 (0))\n",
+      directory.run({"old", "roman", "latin"}).err);
 }
 
 TEST(CommandLine, InputsArePutInOrder) {
   const test_directory directory;
-  directory.write("audit", std::string("KORV.AUDIT01.00\0\xd2\x04\1\0", 20));
+  directory.write("audit", AUDIT_HEADER);
   directory.write("5-2", log_builder({.generation = 5, .sequence = 2}).bytes());
   directory.write("5-1", log_builder({.generation = 5}).end().bytes(), true);
   directory.write("4-9", log_builder({.generation = 4, .sequence = 9}).bytes());
@@ -178,22 +193,30 @@ TEST(CommandLine, InputsArePutInOrder) {
       "reading next tag opcode\n",
       result.err.substr(result.err.find("file old\n") + 9));
   EXPECT_EQ(0, result.status);
+
+  // Those that are equal stay as they were given.
+  directory.write("copy", log_builder({.generation = 5}).end().bytes());
+  for (const auto& [first, second] :
+       {std::pair("5-1", "copy"), std::pair("copy", "5-1")}) {
+    EXPECT_EQ(std::string("\nprocessing file: ") + first +
+                  "\nprocessing file: " + second + "\nprocessing file: 5-2\n",
+              directory.run({"-v", "5-2", first, second}).out);
+  }
 }
 
 TEST(CommandLine, StandardInputAndOutput) {
   const test_directory directory;
   const std::string log = log_builder().end().take();
   EXPECT_EQ("\nprocessing file: stdin\n", directory.run({"-v", "-"}, log).out);
-  const std::string header("KORV.AUDIT01.00\0\xd2\x04\1\0", 20);
   const program_result result =
       directory.run({"-r", "-o", "-", "-c", "why", "-"}, log);
-  EXPECT_EQ(header + std::string("1\3\0\0\0why", 8), result.out);
+  EXPECT_EQ(AUDIT_HEADER + std::string("1\3\0\0\0why", 8), result.out);
   EXPECT_EQ(
       "WARNING: Report output disabled because audit data is written to "
       "stdout\n",
       result.err);
   for (const char* level : {"-Z", "-ZZ", "-ZZZ"}) {
     EXPECT_EQ(0, directory.run({level, "-c", "", "-oaudit", "-"}, log).status);
-    EXPECT_EQ(header, directory.read("audit"));
+    EXPECT_EQ(AUDIT_HEADER, directory.read("audit"));
   }
 }

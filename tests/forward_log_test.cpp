@@ -199,6 +199,88 @@ TEST(ForwardLog, ReportsGapsAndRepeats) {
                 "is apparently missing"));
 }
 
+TEST(ForwardLog, ActionsBehindAGapAreNew) {
+  log_builder log = started_log().put(USER, SET, 1, "aaaa");
+  log.number(3).put(USER, SET, 2, "rept").number(8).put(USER, SET, 3, "bbbb");
+  const std::string report = report_of(log.end(), {"-r"});
+  EXPECT_EQ(std::string::npos, report.find("recno:2 ")) << report;
+  EXPECT_NE(std::string::npos, report.find("recno:3 ")) << report;
+  EXPECT_NE(std::string::npos, report.find("found: 8, expected: 5")) << report;
+}
+
+TEST(ForwardLog, SessionsThatSignOnAgain) {
+  // With identical data it goes on as if nothing had been, also in later files.
+  const test_directory directory;
+  directory.write("1",
+                  started_log().sign_off(USER).sign_on(USER, {}).end().bytes());
+  directory.write("2", log_builder({.sequence = 2}).end().bytes());
+  directory.write("3", log_builder({.sequence = 3})
+                           .time(100)
+                           .operation(part(3, "aaaa"))
+                           .end()
+                           .bytes());
+  EXPECT_EQ(SIGN_ON + line("PUT", 100),
+            directory.run({"-r", "1", "2", "3"}).out);
+
+  // With other data nothing holds that a filter has learned of it.
+  log_builder log = started_log();
+  for (const char* user : {"user{ALICE}", "user{BOB}", "user{ALICE}"}) {
+    log.sign_on(USER, {user}).time(100).operation(part(3, "aaaa"));
+  }
+  EXPECT_EQ("\nSIGN-ON session:-5\n user{BOB}\n" + line("PUT", 100),
+            report_of(log.end(), {"-r", "-e", "user = {BOB}"}));
+}
+
+TEST(ForwardLog, CutsLongSignOnStrings) {
+  const std::string whole(256, 'w');
+  log_builder log = started_log();
+  log.sign_on(USER, {whole, whole + "x"}).operation(part(3, "aaaa")).end();
+  EXPECT_NE(std::string::npos,
+            report_of(log, {"-r"})
+                .find("-5\n " + whole + "\n " + whole + " ...\nDBPUT"));
+}
+
+// Enciphered by XOR with the key, and with the chaining value: the first bytes
+// of the enciphered block before it where blocks are chained.
+TEST(ForwardLog, DecryptsItemsByTheTypeOfTheirKey) {
+  const std::string key = "0123456789abcdef";
+  const std::string first = "abcdefghijklmnop";
+  const std::string second = "qrstuvwxyzabcd  ";
+  const std::string chain = "\1\2\3\4";
+  const auto combine = [](std::string text, const std::string& with) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      text[i] = static_cast<char>(text[i] ^ with[i % with.size()]);
+    }
+    return text;
+  };
+  const std::string xor_block = combine(combine(first, chain), key);
+  struct {
+    std::uint16_t type;
+    std::string key;
+    std::string stored;
+  } const cases[] = {
+      {1, key,
+       xor_block + combine(combine(second, xor_block.substr(0, 4)), key)},
+      {0, "", combine(first + second, chain)},
+  };
+  for (const auto& test : cases) {
+    log_builder log;
+    log.database(DB, "d").keys(DB,
+                               {{.id = 4, .type = test.type, .key = test.key}});
+    log.data_set(
+        SET, DB, "s",
+        {{"SEALED", 'X', 1, 30, LOG_ITEM_ENCRYPTED}, {"OPEN", 'X', 1, 5}});
+    log.sign_on(USER, {}).put(
+        USER, SET, 9,
+        "plain" + std::string(3, '?') + u32_bytes(4) + chain + test.stored);
+    const std::string report = report_of(log.end(), {"-r", "-i", "2"});
+    EXPECT_NE(std::string::npos,
+              report.find(": \"abcdefghijklmnopqrstuvwxyzabcd\"\n"
+                          "  OPEN                  : \"plain\"\n"))
+        << report;
+  }
+}
+
 TEST(ForwardLog, RefusesSizesOutsideTheFormat) {
   const std::string large(8193, 'x');
   struct {

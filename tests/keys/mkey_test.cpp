@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/keys/terminal.h"
+#include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
 
 namespace {
@@ -43,7 +44,8 @@ class mkey : public testing::Test {
   // by SIGTERM when the text is empty, or by SIGUSR1 and a text when it begins
   // with '!'. Echo must be off at every prompt and on in the end.
   outcome run(const char* ids, const std::vector<std::string>& replies,
-              const char* files = nullptr, const char* option = "") const {
+              const char* files = nullptr,
+              const std::string& program = MKEY_PROBE) const {
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
     if (child == 0) {
@@ -51,9 +53,8 @@ class mkey : public testing::Test {
       for (const char* name : {"KO_MKEYID", "KO_MKEYFILE"}) unsetenv(name);
       if (ids != nullptr) setenv("KO_MKEYID", ids, 1);
       if (files != nullptr) setenv("KO_MKEYFILE", files, 1);
-      const std::string command = "cd " + dir_.path("") +
-                                  " && exec " MKEY_PROBE " " + option +
-                                  " >stdout 2>stderr";
+      const std::string command =
+          "cd " + dir_.path("") + " && exec " + program + " >stdout 2>stderr";
       execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
       _exit(99);
     }
@@ -147,7 +148,7 @@ TEST_F(mkey, secrets_are_in_guarded_memory_only_and_no_longer_than_needed) {
   const outcome result =
       run("aes:aes256:compat",
           {"!wrong\n", "!secret of aes\n", "!secret of aes256\n"}, nullptr,
-          "-scan");
+          MKEY_PROBE " -scan");
   EXPECT_EQ(result.text,
             "found 0/0 0/0 0/0 0/0\n" + BAD +
                 "found 0/0 0/0 0/0 0/0\n"
@@ -183,6 +184,37 @@ TEST_F(mkey, lists_that_are_refused) {
   expect_run("1:2:3:4:5:6:7", {}, 1, "Number of key id exceeds maximum (6)\n");
   expect_run("1", {}, 1, "Number of key files exceeds maximum (3)\n",
              "1:2:3: 4");
+}
+
+// What the program itself does with -M.
+TEST_F(mkey, keys_and_decrypted_trails_are_not_given_away) {
+  dir_.write("log", log_builder().end().bytes());
+  EXPECT_EQ(shell("cp kodb.key copy && ln -s kodb.key link && umask 022 && "
+                  "touch there && chmod 644 there"),
+            0);
+  const std::string same = " and audit output are the same file\n";
+  const struct {
+    const char* files;
+    std::string output;
+    std::string text;
+  } cases[] = {
+      {nullptr, "link", "kodb.key: key file" + same},
+      {"copy: kodb.key", "kodb.key", "kodb.key: key file" + same},
+      {nullptr, "trail", ""},
+      {nullptr, "there", ""},
+  };
+  for (const auto& test : cases) {
+    const outcome result =
+        run("compat", {RIGHT}, test.files,
+            CHRONEX_PROGRAM " -M -o " + test.output + " log");
+    EXPECT_EQ(result.text, ACTIVATED + test.text);
+    EXPECT_EQ(result.status, test.text.empty() ? 0 : 1);
+  }
+  EXPECT_EQ(shell("cmp kodb.key copy"), 0);
+  EXPECT_EQ(shell("stat -c %a trail there >modes"), 0);
+  EXPECT_EQ(dir_.read_raw("modes"), "600\n644\n");
+  // A key file that is not read is a file like any other.
+  EXPECT_EQ(shell(CHRONEX_PROGRAM " -o kodb.key log"), 0);
 }
 
 TEST_F(mkey, without_a_terminal) {

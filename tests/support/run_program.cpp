@@ -1,7 +1,9 @@
 #include "tests/support/run_program.h"
 
 #include <fcntl.h>
+#include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 #include <zlib.h>
 
@@ -10,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <utility>
 
 #include "tests/support/log_builder.h"
 
@@ -80,43 +81,86 @@ std::string test_directory::read_raw(std::string_view name) const {
   return read_plain(path(name));
 }
 
-program_result test_directory::run(
-    const std::vector<std::string>& arguments, std::string_view input,
-    const std::vector<std::string>& environment) const {
-  std::vector<std::string> words{"chronex"};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  return run_file(CHRONEX_PROGRAM, std::move(words), input, environment);
-}
+struct test_directory::start_settings {
+  std::string_view input{};
+  std::vector<std::string> environment{};
+  // This descriptor is the terminal; -1: none is.
+  int descriptor = -1;
+  int terminal = -1;
+};
 
-program_result test_directory::run_trail(
-    const std::vector<std::string>& arguments, std::string_view input) const {
-  std::vector<std::string> words{"chronex-trail"};
+int test_directory::start(const char* program,
+                          const std::vector<std::string>& arguments,
+                          const start_settings& settings) const {
+  write("(in)", settings.input);
+  std::vector<std::string> words{
+      std::filesystem::path(program).filename().string()};
   words.insert(words.end(), arguments.begin(), arguments.end());
-  return run_file(CHRONEX_TRAIL_PROGRAM, std::move(words), input, {});
-}
-
-program_result test_directory::run_file(
-    const char* program, std::vector<std::string> words, std::string_view input,
-    const std::vector<std::string>& environment) const {
-  write("(in)", input);
-  std::vector<std::string> settings{"TZ=UTC", "PATH=/usr/bin:/bin"};
-  settings.insert(settings.end(), environment.begin(), environment.end());
+  std::vector<std::string> variables{"TZ=UTC", "PATH=/usr/bin:/bin"};
+  variables.insert(variables.end(), settings.environment.begin(),
+                   settings.environment.end());
   const std::vector<char*> argv = pointers_to(words);
-  const std::vector<char*> envp = pointers_to(settings);
+  const std::vector<char*> envp = pointers_to(variables);
 
   const pid_t child = fork();
-  if (child == 0) {
-    if (chdir(root_.c_str()) != 0) _exit(126);
-    redirect("(in)", O_RDONLY, STDIN_FILENO);
-    redirect("(out)", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
-    redirect("(err)", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-    execve(program, argv.data(), envp.data());
-    _exit(127);
-  }
+  if (child != 0) return child;
+  if (chdir(root_.c_str()) != 0) _exit(126);
+  redirect("(in)", O_RDONLY, STDIN_FILENO);
+  redirect("(out)", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
+  redirect("(err)", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
+  if (settings.descriptor >= 0) dup2(settings.terminal, settings.descriptor);
+  execve(program, argv.data(), envp.data());
+  _exit(127);
+}
+
+program_result test_directory::await(int child) const {
   int status = 0;
   waitpid(child, &status, 0);
   return {.out = read_plain(path("(out)")),
           .err = read_plain(path("(err)")),
           .status =
               WIFEXITED(status) ? WEXITSTATUS(status) : 256 + WTERMSIG(status)};
+}
+
+program_result test_directory::run(
+    const std::vector<std::string>& arguments, std::string_view input,
+    const std::vector<std::string>& environment) const {
+  return await(start(CHRONEX_PROGRAM, arguments,
+                     {.input = input, .environment = environment}));
+}
+
+program_result test_directory::run_trail(
+    const std::vector<std::string>& arguments, std::string_view input) const {
+  return await(start(CHRONEX_TRAIL_PROGRAM, arguments, {.input = input}));
+}
+
+program_result test_directory::run_on_terminal(
+    const std::vector<std::string>& arguments, int descriptor) const {
+  termios raw{};
+  cfmakeraw(&raw);
+  int terminal = -1;
+  int program_side = -1;
+  if (openpty(&terminal, &program_side, nullptr, &raw, nullptr) != 0) {
+    std::abort();
+  }
+  const int child = start(CHRONEX_PROGRAM, arguments,
+                          {.descriptor = descriptor, .terminal = program_side});
+  close(program_side);
+  std::string shown;
+  std::array<char, 4096> piece{};
+  ssize_t count = 0;
+  while ((count = ::read(terminal, piece.data(), piece.size())) > 0) {
+    shown.append(piece.data(), static_cast<std::size_t>(count));
+  }
+  close(terminal);
+  program_result result = await(child);
+  (descriptor == STDOUT_FILENO ? result.out : result.err) = shown;
+  return result;
+}
+
+int test_directory::shell(const std::string& command) const {
+  // NOLINTNEXTLINE(cert-env33-c)
+  return std::system(
+      ("cd " + root_ + " && export CHRONEX=" CHRONEX_PROGRAM " && " + command)
+          .c_str());
 }

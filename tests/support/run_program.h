@@ -41,12 +41,20 @@ class test_directory {
   // The same for chronex-trail.
   program_result run_trail(const std::vector<std::string>& arguments,
                            std::string_view input = {}) const;
+  // Runs chronex where standard output or standard error, as `descriptor` says,
+  // is a terminal. It shows everything as it comes, line ends included.
+  program_result run_on_terminal(const std::vector<std::string>& arguments,
+                                 int descriptor) const;
+  // Runs a shell command in the directory, where $CHRONEX is the program.
+  // Returns its exit status.
+  int shell(const std::string& command) const;
 
  private:
-  // `words` begin with the name that the program is called by.
-  program_result run_file(const char* program, std::vector<std::string> words,
-                          std::string_view input,
-                          const std::vector<std::string>& environment) const;
+  struct start_settings;
+  // Starts a program and returns its process id.
+  int start(const char* program, const std::vector<std::string>& arguments,
+            const start_settings& settings) const;
+  program_result await(int child) const;
 
   std::string root_;
 };
