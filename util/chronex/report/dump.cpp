@@ -12,18 +12,10 @@ namespace {
 
 constexpr std::size_t VALUE_TEXT_SIZE = 8192;
 
-// A label: a blank, the marker, the name. Values start in the same column,
-// unless a name is longer.
-constexpr std::string_view LABEL = "                        : ";
-constexpr std::size_t MARKER_POSITION = 1;
-constexpr std::size_t NAME_POSITION = 2;
-constexpr std::size_t NAME_ROOM = LABEL.size() - NAME_POSITION - 2;
-
-// "[65535]"
-constexpr std::size_t SUBSCRIPT_SIZE = 7;
-
 struct element_name {
   std::string_view item;
+  // The item's label without marker and subscript, or null.
+  const char* label;
   // 0: none.
   std::uint16_t subscript;
 };
@@ -78,18 +70,19 @@ void put_long_label(report_stream& out, const element_name& name) {
 }
 
 void put_label(report_stream& out, const element_name& name, char marker) {
-  const std::span<char> label = out.room(LABEL.size());
-  std::memcpy(label.data(), LABEL.data(), LABEL.size());
+  const std::span<char> label = out.room(EMPTY_LABEL.size());
+  const bool ready = name.label != nullptr && !out.on_terminal();
+  std::memcpy(label.data(), ready ? name.label : EMPTY_LABEL.data(),
+              EMPTY_LABEL.size());
   label[MARKER_POSITION] = marker;
-  if (out.on_terminal() || name.item.size() > NAME_ROOM - SUBSCRIPT_SIZE) {
+  if (!ready) {
     out.claim(NAME_POSITION);
     put_long_label(out, name);
     return;
   }
-  char* const place = label.data() + NAME_POSITION;
-  std::memcpy(place, name.item.data(), name.item.size());
-  write_subscript(name.subscript, place + name.item.size());
-  out.claim(LABEL.size());
+  write_subscript(name.subscript,
+                  label.data() + NAME_POSITION + name.item.size());
+  out.claim(EMPTY_LABEL.size());
 }
 
 void put_value(report_stream& out, char letter, byte_run value) {
@@ -122,9 +115,16 @@ void dump_element(report_stream& out, const element_view& element,
   }
 }
 
-element_name name_of(const set_context& set, const element_view& element) {
+element_name name_of(const set_context& set, const record_view& view,
+                     const element_view& element) {
+  if (element.has_label) {
+    const char* const label = view.label_at(element.name_at);
+    return {
+        {label + NAME_POSITION, element.name_len}, label, element.subscript};
+  }
   const auto* const names = reinterpret_cast<const char*>(set.names.data());
-  return {{names + element.name_off, element.name_len}, element.subscript};
+  return {
+      {names + element.name_at, element.name_len}, nullptr, element.subscript};
 }
 
 // The element's part of an image, or nothing where there is no image.
@@ -148,7 +148,7 @@ void record_dump::dump_items(const set_context& set, record_image before,
   const record_view& view =
       views_.view_of(set, {item_names_, report_.item_limit});
   for (const element_view& element : view.elements()) {
-    dump_element(*report_.fp, element, name_of(set, element),
+    dump_element(*report_.fp, element, name_of(set, view, element),
                  part_of(before, element), part_of(after, element));
   }
 }

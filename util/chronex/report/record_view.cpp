@@ -24,22 +24,30 @@ bool is_selected(const item_choice& choice, std::size_t index,
   return listed > 0 || index < static_cast<std::size_t>(choice.item_limit);
 }
 
-// Element k (from 1) of an item.
-element_view element_of(const set_context& set, const item_descriptor& item,
-                        std::size_t k) {
-  const std::size_t offset = item.offset + (k - 1) * item.size;
+// What all elements of an item have in common.
+element_view first_element(const item_descriptor& item, std::string_view name) {
   return {
-      .name_off = item.name_off,
-      .name_len =
-          static_cast<std::uint8_t>(shown_name(set.item_name(item)).size()),
+      .name_at = item.name_off,
+      .name_len = static_cast<std::uint8_t>(name.size()),
       .type = static_cast<char>(item.type),
-      .subscript = static_cast<std::uint16_t>(item.count > 1 ? k : 0),
-      .offset = static_cast<std::uint16_t>(offset),
+      .subscript = static_cast<std::uint16_t>(item.count > 1 ? 1 : 0),
+      .offset = item.offset,
       .size = item.size,
   };
 }
 
 }  // namespace
+
+void record_view::add_label(std::string_view name, element_view& element) {
+  const std::size_t needed =
+      name.size() + (element.subscript != 0 ? SUBSCRIPT_SIZE : 0);
+  if (needed > NAME_ROOM) return;
+  const std::size_t begin = labels_.size();
+  labels_ += EMPTY_LABEL;
+  labels_.replace(begin + NAME_POSITION, name.size(), name);
+  element.name_at = static_cast<std::uint32_t>(begin);
+  element.has_label = true;
+}
 
 void record_view::make(const set_context& set, const item_choice& choice) {
   schema_id_ = set.schema_id;
@@ -48,12 +56,16 @@ void record_view::make(const set_context& set, const item_choice& choice) {
   elements_.reserve(count);
   std::size_t index = 0;
   for (const item_descriptor& item : set.item_list()) {
+    const std::string_view name = set.item_name(item);
+    element_view element = first_element(item, shown_name(name));
+    add_label(shown_name(name), element);
     for (std::size_t k = 1; k <= item.count; ++k) {
-      element_view element = element_of(set, item, k);
-      element.selected =
-          is_selected(choice, index, set.item_name(item), element.subscript);
+      element.selected = is_selected(choice, index, name, element.subscript);
       elements_.push_back(element);
+      ++element.subscript;
+      element.offset = static_cast<std::uint16_t>(element.offset + item.size);
     }
     ++index;
   }
+  labels_.shrink_to_fit();
 }

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "util/chronex/filter/item_names.h"
@@ -11,8 +13,9 @@
 
 // An element of an item as the item view shows it. There may be a great many.
 struct element_view {
-  // Place of the item's name, as far as it is shown, in the schema's names.
-  std::uint32_t name_off = 0;
+  // Place of the item's name, as far as it is shown: in the view's labels if it
+  // has one there, else in the schema's names.
+  std::uint32_t name_at = 0;
   std::uint8_t name_len = 0;
   // Item type letter.
   char type = 0;
@@ -21,6 +24,8 @@ struct element_view {
   // Place of the value in the record.
   std::uint16_t offset = 0;
   std::uint16_t size = 0;
+  // The item has a label.
+  bool has_label = false;
   // It is also shown when it has not changed.
   bool selected = false;
 };
@@ -32,7 +37,17 @@ struct item_choice {
   int item_limit = 0;
 };
 
-// How the records of a schema are shown: their elements in record order.
+// The label of an item: a blank, the marker, the name; values start behind it
+// in the same column, unless the name is longer.
+inline constexpr std::string_view EMPTY_LABEL = "                        : ";
+inline constexpr std::size_t MARKER_POSITION = 1;
+inline constexpr std::size_t NAME_POSITION = 2;
+inline constexpr std::size_t NAME_ROOM = EMPTY_LABEL.size() - NAME_POSITION - 2;
+// "[65535]"
+inline constexpr std::size_t SUBSCRIPT_SIZE = 7;
+
+// How the records of a schema are shown: their elements in record order, and
+// ready labels of the items whose names fit, without subscripts.
 class record_view {
  public:
   bool is_of(const set_context& set) const {
@@ -46,13 +61,21 @@ class record_view {
 
   // The memory that the view takes.
   std::size_t bytes() const {
-    return sizeof *this + elements_.capacity() * sizeof(element_view);
+    return sizeof *this + labels_.capacity() +
+           elements_.capacity() * sizeof(element_view);
   }
 
   std::span<const element_view> elements() const { return elements_; }
 
+  const char* label_at(std::uint32_t place) const {
+    return labels_.data() + place;
+  }
+
  private:
+  void add_label(std::string_view name, element_view& element);
+
   std::uint64_t schema_id_ = 0;
+  std::string labels_;
   std::vector<element_view> elements_;
 };
 
