@@ -17,9 +17,9 @@ class audit_output final : public trail_output {
 
   audit_stream stream;
 
-  // Begins the file: writes the header, with the run's character set, and the user comment
-  // as the first record, if there is one and it is not empty. Returns 0, or -1
-  // after a failure whose message has been printed.
+  // Begins the file: writes the header, with the run's character set, and the
+  // user comment as the first record, if there is one and it is not empty.
+  // Returns 0, or -1 after a failure whose message has been printed.
   int audit_write_header(int charset_id, const char* user_comment);
 
   sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
