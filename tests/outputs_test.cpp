@@ -128,3 +128,28 @@ TEST(Outputs, ATerminalIsNotDrivenByALog) {
   EXPECT_EQ(evil + "\n\n",
             directory.run_on_terminal({"audit"}, STDOUT_FILENO).err);
 }
+
+TEST(Outputs, UnknownNamesAreToldToWhoSitsAtATerminal) {
+  log_builder log;
+  log.database(1, "shop").data_set(2, 1, "customer", {{"LIMIT", 'I', 1, 4}});
+  log.sign_on(3, {"user{BOB}"});
+  // The data set's name changes with that of its database.
+  log.database(1, "store");
+  const test_directory directory;
+  directory.write("log", log.end().bytes());
+  directory.write("cut", "KORV.AUDIT01.00");
+  const std::string filter =
+      "LIMITT > 5 OR SHIP.CUSTOMER OR STORE.CUSTOMER OR usr = {BOB}";
+  const std::vector<std::string> arguments = {"-r", "-I",   "LIMIT,CUSTN0",
+                                              "-e", filter, "log"};
+  EXPECT_EQ(
+      "NOTE: no data set has an item named LIMITT\n"
+      "NOTE: no data set matches SHIP.CUSTOMER\n"
+      "NOTE: no session has an attribute named usr\n"
+      "NOTE: no data set has an item named CUSTN0, as the item list asks for\n",
+      directory.run_on_terminal(arguments, STDERR_FILENO).err);
+  EXPECT_EQ("", directory.run(arguments).err);
+  EXPECT_EQ(std::string::npos,
+            directory.run_on_terminal({"-e", "x = 1", "cut"}, STDERR_FILENO)
+                .err.find("NOTE"));
+}
