@@ -97,6 +97,47 @@ TEST(TrailProgram, NarrowsByFilterAndItems) {
       1);
 }
 
+TEST(TrailProgram, ShowsWhereAFilterTextIsWrong) {
+  const test_directory directory;
+  directory.write("log", sample().end().bytes());
+  directory.write("filter", "A = 1\n\tAND T='\xC3\xA9' \x1B=\n");
+  const struct {
+    arguments words;
+    std::string shown;
+  } cases[] = {
+      {{"-e", "A=1", "-e", "T='\xC3\xA9' AND AND", "-e", "("},
+       "  T='\xC3\xA9' AND AND\n            ^\n  expected: a test, NOT"},
+      {{"-e", "(A=1", "-e", "A=2)"},
+       "  (A=1\n      ^\n  expected: AND, OR or \")\"\n"},
+      {{"-f", "filter"},
+       "  \tAND T='\xC3\xA9' ?=\n  \t          ^\n  expected: AND, OR or the "
+       "end"},
+      {{"-e", "A="}, "  A=\n    ^\n  expected: a number"},
+  };
+  for (const auto& test : cases) {
+    arguments words{"json", "log"};
+    words.insert(words.end(), test.words.begin(), test.words.end());
+    const program_result result = directory.run_trail(words);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.err.starts_with("Error in filter expression: "));
+    EXPECT_NE(result.err.find(test.shown), std::string::npos) << result.err;
+  }
+}
+
+TEST(TrailProgram, TellsOfNamesThatMatchNothing) {
+  const test_directory directory;
+  directory.write("log", sample().end().bytes());
+  const program_result result = directory.run_trail(
+      {"json", "log", "-e", "[\xC3\xA9T\xC3\x89]=1 OR A=42", "-I", "A,NONE"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_NE(result.err.find("\xC3\xA9T\xC3\x89"), std::string::npos)
+      << result.err;
+  EXPECT_NE(result.err.find("NONE"), std::string::npos) << result.err;
+  EXPECT_EQ(result.err.find("UTF-8"), std::string::npos) << result.err;
+  EXPECT_EQ(changes_of(result.out).size(), 1U);
+  EXPECT_EQ(directory.run_trail({"json", "log", "-I", "A"}).err, "");
+}
+
 TEST(TrailProgram, CountsEachFilesEventsAnew) {
   const test_directory directory;
   directory.write("a", sample(7).end().bytes());

@@ -198,7 +198,7 @@ std::vector<std::string> name_check::notes(std::string_view charset) const {
   std::vector<std::string> lines;
   if (!has_data_set_) return lines;
   for (const missing_name& missing : missing_) lines.push_back(note(missing));
-  if (has_utf8_) {
+  if (has_utf8_ && !charset.empty()) {
     lines.push_back(
         "NOTE: the filter has characters in UTF-8, but those of the inputs "
         "are in " +

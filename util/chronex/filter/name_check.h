@@ -38,8 +38,9 @@ class name_check {
 
   // Lines for the user, each with its line end: one for each name that was not
   // met, in the order of the expression, and one if the expression has texts in
-  // UTF-8, which the inputs never have; `charset` is the name of theirs. None
-  // at all when there was no data set.
+  // UTF-8, which the inputs never have; `charset` is the name of theirs.
+  // Without that name the texts are known not to be in UTF-8. None at all when
+  // there was no data set.
   std::vector<std::string> notes(std::string_view charset) const;
 
  private:

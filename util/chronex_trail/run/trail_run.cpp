@@ -6,6 +6,7 @@
 #include <string>
 
 #include "util/chronex/messages/run_failed.h"
+#include "util/chronex_trail/run/filter_error.h"
 #include "util/chronex_trail/values/utf8_text.h"
 #include "util/libmkey/mkey.h"
 
@@ -42,10 +43,13 @@ std::optional<std::string> in_log_characters(trail_run& run,
   return encoded;
 }
 
+// Each text is compiled for itself first, so that what is shown of a wrong one
+// is what the user wrote.
 int set_filter(trail_run& run, const shared_options& options) {
   for (const std::string& text : options.filter_texts) {
     const auto encoded = in_log_characters(run, text);
-    if (!encoded || run.filter.append_filter_expr(encoded->c_str()) != 0) {
+    if (!encoded || tell_filter_error(text, *encoded, run.messages) ||
+        run.filter.append_filter_expr(encoded->c_str()) != 0) {
       return -1;
     }
   }
@@ -60,18 +64,41 @@ int set_item_names(trail_run& run, const shared_options& options) {
   return 0;
 }
 
+// Begins to look for names of the filter and of -I that no input has.
+void watch_names(trail_run& run) {
+  run.names.emplace(run.filter.filter_expr());
+  run.item_names.for_each(
+      [&run](std::string_view name) { run.names->add_item_name(name); });
+  run.events.names = &*run.names;
+}
+
+// Nothing is said about the characters of the filter: they have become those
+// of the inputs.
+void tell_unknown_names(trail_run& run) {
+  text_scratch scratch;
+  for (const std::string& note : run.names->notes("")) {
+    const decoded_text text =
+        decode_text(note, character_table_of(run.charset_id), scratch);
+    run.messages.print("%s", std::string(text.utf8).c_str());
+  }
+}
+
 }  // namespace
 
 int prepare_run(trail_run& run, const shared_options& options) {
   if (options.use_master_keys && ko_mkey_init() != 0) return -1;
   if (run.inputs.open(options.operands) != 0) return -1;
   if (set_filter(run, options) != 0) return -1;
-  return set_item_names(run, options);
+  if (set_item_names(run, options) != 0) return -1;
+  watch_names(run);
+  return 0;
 }
 
 int process_inputs(trail_run& run) {
   try {
-    return process_files(run);
+    const int status = process_files(run);
+    if (status == 0) tell_unknown_names(run);
+    return status;
   } catch (const run_failed&) {
     return EXIT_ERROR;
   } catch (const std::bad_alloc&) {

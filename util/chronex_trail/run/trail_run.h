@@ -4,9 +4,12 @@
 // A run of the stages that chronex has, too, up to the outputs; each command
 // adds its own.
 
+#include <optional>
+
 #include "util/chronex/audit_file/audit_reader.h"
 #include "util/chronex/filter/filter.h"
 #include "util/chronex/filter/item_names.h"
+#include "util/chronex/filter/name_check.h"
 #include "util/chronex/forward_log/fwlog.h"
 #include "util/chronex/input/charset.h"
 #include "util/chronex/input/scratch.h"
@@ -19,6 +22,8 @@ struct trail_run {
   run_messages messages;
   run_filter filter{messages};
   item_name_list item_names{messages};
+  // Set once the run is prepared.
+  std::optional<name_check> names;
   trail events{messages, filter};
   scratch_buffer scratch{messages};
   fwlog_reader forward_logs{events, scratch};
@@ -33,8 +38,9 @@ struct trail_run {
 // with a message.
 int prepare_run(trail_run& run, const shared_options& options);
 
-// Processes all inputs. Returns the exit status, 0 or 1; messages have been
-// printed.
+// Processes all inputs, and says on standard error which names of the filter
+// and of -I none of them has. Returns the exit status, 0 or 1; messages have
+// been printed.
 int process_inputs(trail_run& run);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_TRAIL_RUN_H
