@@ -1,33 +1,17 @@
 #include "util/chronex_trail/files/gzip_writer.h"
 
-#include <libdeflate.h>
-
 #include <algorithm>
-#include <cassert>
 #include <cstddef>
-#include <new>
 
 namespace {
 
-constexpr std::size_t MEMBER_SIZE = std::size_t{1} << 20;
-constexpr int LEVEL = 6;
+constexpr std::size_t MEMBER_SIZE = gzip_member_maker::MEMBER_SIZE;
 
 }  // namespace
 
-void gzip_writer::releaser::operator()(
-    libdeflate_compressor* compressor) const {
-  libdeflate_free_compressor(compressor);
-}
-
-gzip_writer::gzip_writer(byte_sink& sink)
-    : sink_(sink), compressor_(libdeflate_alloc_compressor(LEVEL)) {
-  if (!compressor_) throw std::bad_alloc();
+gzip_writer::gzip_writer(byte_sink& sink) : sink_(sink) {
   collected_.reserve(MEMBER_SIZE);
-  member_.resize(
-      libdeflate_gzip_compress_bound(compressor_.get(), MEMBER_SIZE));
 }
-
-gzip_writer::~gzip_writer() = default;
 
 int gzip_writer::write(std::string_view bytes) {
   while (!bytes.empty()) {
@@ -41,13 +25,10 @@ int gzip_writer::write(std::string_view bytes) {
 }
 
 int gzip_writer::write_member() {
-  const std::size_t size = libdeflate_gzip_compress(
-      compressor_.get(), collected_.data(), collected_.size(), member_.data(),
-      member_.size());
-  assert(size > 0);
+  const std::string_view member = members_.make(collected_);
   collected_.clear();
   has_members_ = true;
-  return sink_.write(std::string_view(member_).substr(0, size));
+  return sink_.write(member);
 }
 
 int gzip_writer::finish() {
