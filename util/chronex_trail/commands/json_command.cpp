@@ -9,14 +9,18 @@
 
 #include "util/chronex/run/output_check.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/files/split_directory.h"
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/run/trail_run.h"
+#include "util/chronex_trail/values/text_origin.h"
 #include "util/libmkey/mkey.h"
 
 namespace {
 
 constexpr int EXIT_ERROR = 1;
+constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail json [options] FILE...
@@ -29,6 +33,8 @@ audit file, compressed or not; - is standard input.
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
   -o, --output NAME       write to a file; NAME.gz is compressed
+      --split DIR         write compressed files in a new directory, one for
+                          the changes of each data set and day (UTC)
       --time-zone ZONE    of dates in filter expressions
   -h, --help              show this
 
@@ -56,32 +62,58 @@ int check_output(trail_run& run, const shared_options& options) {
   return 0;
 }
 
-int write_events(trail_run& run, const shared_options& options) {
+// Sends the trail to an output whose file is open.
+template <typename File>
+int write_trail(trail_run& run, json_output& output, File& file) {
+  run.events.add_output(output);
+  int status = process_inputs(run);
+  if (output.end(status) != 0) status = EXIT_ERROR;
+  if (file.close(status == 0) != 0) status = EXIT_ERROR;
+  return status;
+}
+
+int write_file(trail_run& run, const shared_options& options) {
   result_file file(run.messages);
   const auto output =
       std::make_unique<json_output>(run.messages, file, &run.item_names);
   if (file.open(options.output, options.use_master_keys) != 0) {
     return EXIT_ERROR;
   }
-  run.events.add_output(*output);
-  int status = process_inputs(run);
-  if (output->end(status) != 0) status = EXIT_ERROR;
-  if (file.close(status == 0) != 0) status = EXIT_ERROR;
-  return status;
+  return write_trail(run, *output, file);
+}
+
+int write_directory(trail_run& run, const shared_options& options,
+                    const std::string& name) {
+  split_directory directory(run.messages);
+  const auto output =
+      std::make_unique<json_output>(run.messages, directory, &run.item_names);
+  if (directory.open(name, options.use_master_keys) != 0) return EXIT_ERROR;
+  const std::string change_file =
+      base_name_part(name_as_given(*run.inputs.files().front())) + ".jsonl.gz";
+  output->split(directory, change_file);
+  return write_trail(run, *output, directory);
 }
 
 int run_json(std::span<char*> arguments) {
   const auto run = std::make_unique<trail_run>();
   shared_options options;
-  const int status = parse_shared_options(arguments, run->messages, options);
+  std::string directory;
+  const own_option split[] = {{.name = "split", .text = &directory}};
+  const int status =
+      parse_shared_options(arguments, run->messages, options, split);
   if (status != 0) return status;
   if (options.help) {
     std::fputs(HELP, stdout);
     return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
   }
-  if (check_output(*run, options) != 0) return EXIT_ERROR;
+  if (!directory.empty() && options.output != "-") {
+    run->messages.print("Only one of -o and --split is possible\n");
+    return EXIT_USAGE;
+  }
+  if (directory.empty() && check_output(*run, options) != 0) return EXIT_ERROR;
   if (prepare_run(*run, options) != 0) return EXIT_ERROR;
-  return write_events(*run, options);
+  return directory.empty() ? write_file(*run, options)
+                           : write_directory(*run, options, directory);
 }
 
 }  // namespace

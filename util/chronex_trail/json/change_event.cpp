@@ -12,6 +12,9 @@
 
 namespace {
 
+// YYYY-MM-DD
+constexpr std::size_t DATE_LENGTH = 10;
+
 std::string_view op_letter(int op) {
   switch (op) {
     case OP_PUT:
@@ -111,12 +114,34 @@ void json_output::put_operation(const image_operation& operation,
   put_images(operation, set, place);
 }
 
-int json_output::operation(const image_operation& operation,
-                           const event_place& place) {
-  ++changes_;
+int json_output::put_change(const image_operation& operation,
+                            const event_place& place) {
   return guarded(line_, messages_, [&] {
     line_.begin("change");
     put_operation(operation, place);
     return line_.end();
   });
+}
+
+void json_output::select_file(const image_operation& operation,
+                              const event_place& place) {
+  const set_piece& set = sets_.of(operation.node, charset_at(place), place);
+  std::string path = set.path_part;
+  path += "/day=";
+  path += change_day_.text(operation.timestamp).substr(0, DATE_LENGTH);
+  path += '/';
+  path += change_file_name_;
+  directory_->select(path);
+}
+
+int json_output::operation(const image_operation& operation,
+                           const event_place& place) {
+  ++changes_;
+  if (directory_ == nullptr) return put_change(operation, place);
+  if (line_.flush() != 0) return -1;
+  select_file(operation, place);
+  const int result = put_change(operation, place);
+  const int flushed = line_.flush();
+  directory_->select(split_directory::MAIN_FILE);
+  return result != 0 ? result : flushed;
 }

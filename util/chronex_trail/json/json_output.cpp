@@ -76,6 +76,11 @@ json_output::json_output(run_messages& messages, byte_sink& sink,
       record_(line_.out(), line_.notes()),
       sets_(listed) {}
 
+void json_output::split(split_directory& directory, std::string_view name) {
+  directory_ = &directory;
+  change_file_name_ = name;
+}
+
 void json_output::put_file(const input_file& file) {
   line_.put_source({.file = &file});
   line_.put_text("format", format_name(file));

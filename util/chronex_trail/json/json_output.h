@@ -11,10 +11,12 @@
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/files/byte_sink.h"
+#include "util/chronex_trail/files/split_directory.h"
 #include "util/chronex_trail/json/event_line.h"
 #include "util/chronex_trail/json/record_text.h"
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
+#include "util/chronex_trail/values/utc_time.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
 class json_output : public trail_output {
@@ -23,6 +25,11 @@ class json_output : public trail_output {
   // nothing does.
   json_output(run_messages& messages, byte_sink& sink,
               const item_name_list* listed);
+
+  // From now on, changes go to files of their own, `directory` being the sink:
+  // dataset=SHOP.CUSTOMER/day=2026-03-02/NAME, the day in UTC. Both stay the
+  // caller's.
+  void split(split_directory& directory, std::string_view name);
 
   int file_begins(const input_file& file) override;
   sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
@@ -55,6 +62,8 @@ class json_output : public trail_output {
   void put_images(const image_operation& operation, const set_piece& set,
                   const event_place& place);
   void note_missing(std::string_view image);
+  int put_change(const image_operation& operation, const event_place& place);
+  void select_file(const image_operation& operation, const event_place& place);
 
   // In notice_event.cpp.
   void put_notice(const trail_notice& notice);
@@ -66,6 +75,10 @@ class json_output : public trail_output {
   session_pieces sessions_;
   set_pieces sets_;
   text_scratch scratch_;
+  // Null: all events go to one file.
+  split_directory* directory_ = nullptr;
+  std::string_view change_file_name_;
+  utc_time change_day_;
   std::uint64_t changes_ = 0;
   std::uint64_t gaps_ = 0;
   std::uint64_t warnings_ = 0;

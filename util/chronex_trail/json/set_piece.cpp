@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/json/value_text.h"
@@ -36,22 +37,27 @@ void make_head(const node_entry& node, set_piece& piece) {
   piece.notes.clear();
   field_decoder decoder(character_table_of(piece.charset), piece.notes);
   piece.head.clear();
+  std::string whole_name;
   if (name.database) {
-    append_json_member(piece.head, "database",
-                       decoder.decode("database", *name.database));
+    whole_name = decoder.decode("database", *name.database);
+    append_json_member(piece.head, "database", whole_name);
+    whole_name += '.';
   } else {
     piece.head += ",\"database\":null";
   }
-  append_json_member(piece.head, "dataset",
-                     decoder.decode("dataset", name.data_set));
+  const std::string_view data_set = decoder.decode("dataset", name.data_set);
+  append_json_member(piece.head, "dataset", data_set);
   append_json_member(piece.head, "node", std::int64_t{node.node_id});
+  whole_name += data_set;
+  piece.path_part = "dataset=" + path_part(whole_name);
 }
 
 }  // namespace
 
 std::size_t set_piece::footprint() const {
   std::size_t size = sizeof *this + head.capacity() + notes.capacity() +
-                     keys.capacity() + items.capacity() * sizeof(keyed_item);
+                     path_part.capacity() + keys.capacity() +
+                     items.capacity() * sizeof(keyed_item);
   for (const keyed_item& item : items) size += item.item.name.capacity();
   return size;
 }

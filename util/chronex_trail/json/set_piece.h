@@ -35,6 +35,8 @@ struct set_piece {
   // decoded in it; each note begins with a comma.
   std::string head;
   std::string notes;
+  // `dataset=SHOP.CUSTOMER`, part of the path of what is split by data sets.
+  std::string path_part;
 
   std::vector<keyed_item> items;
   std::string keys;

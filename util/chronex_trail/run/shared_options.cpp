@@ -16,8 +16,9 @@ constexpr int EXIT_USAGE = 2;
 
 constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
 
-// Options without a letter.
+// Options without a letter; the last stands for the first of a command's own.
 constexpr int TIME_ZONE_OPTION = 256;
+constexpr int OWN_OPTIONS = 257;
 
 // ":": the parser keeps silent; its messages are printed here.
 constexpr const char* OPTION_LETTERS = ":e:f:I:Mo:h";
@@ -29,8 +30,27 @@ constexpr option LONG_OPTIONS[] = {
     {"output", required_argument, nullptr, 'o'},
     {"time-zone", required_argument, nullptr, TIME_ZONE_OPTION},
     {"help", no_argument, nullptr, 'h'},
-    {nullptr, 0, nullptr, 0},
 };
+
+// All options of a command, with the entry that ends them.
+std::vector<option> long_options(std::span<const own_option> own_options) {
+  std::vector<option> all(std::begin(LONG_OPTIONS), std::end(LONG_OPTIONS));
+  int value = OWN_OPTIONS;
+  for (const own_option& own : own_options) {
+    const int argument = own.text ? required_argument : no_argument;
+    all.push_back({own.name, argument, nullptr, value++});
+  }
+  all.push_back({nullptr, 0, nullptr, 0});
+  return all;
+}
+
+void apply_own_option(const own_option& own, const char* argument) {
+  if (own.text != nullptr) {
+    *own.text = argument;
+  } else {
+    *own.flag = true;
+  }
+}
 
 int read_filter_file(const char* name, run_messages& messages,
                      shared_options& options) {
@@ -90,16 +110,23 @@ int option_error(run_messages& messages, int result, const char* word) {
 }  // namespace
 
 int parse_shared_options(std::span<char*> arguments, run_messages& messages,
-                         shared_options& options) {
+                         shared_options& options,
+                         std::span<const own_option> own_options) {
+  const std::vector<option> known = long_options(own_options);
   opterr = 0;
   optind = 1;
   const int count = static_cast<int>(arguments.size());
   int letter = 0;
   while ((letter = getopt_long(count, arguments.data(), OPTION_LETTERS,
-                               LONG_OPTIONS, nullptr)) != -1) {
+                               known.data(), nullptr)) != -1) {
     if (letter == '?' || letter == ':') {
       return option_error(messages, letter,
                           arguments[static_cast<std::size_t>(optind) - 1]);
+    }
+    if (letter >= OWN_OPTIONS) {
+      apply_own_option(
+          own_options[static_cast<std::size_t>(letter - OWN_OPTIONS)], optarg);
+      continue;
     }
     const int status = apply_option(letter, optarg, messages, options);
     if (status != 0) return status;

@@ -25,9 +25,18 @@ struct shared_options {
   std::span<char* const> operands;
 };
 
+// An option that a command has besides, always a long one.
+struct own_option {
+  const char* name;
+  // Takes the argument; null: the option has none, and sets the flag.
+  std::string* text = nullptr;
+  bool* flag = nullptr;
+};
+
 // Parses the arguments of a command, of which the first is its name. Returns 0,
 // or the exit status that ends the run; the message has been printed.
 int parse_shared_options(std::span<char*> arguments, run_messages& messages,
-                         shared_options& options);
+                         shared_options& options,
+                         std::span<const own_option> own_options = {});
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_SHARED_OPTIONS_H
