@@ -6,10 +6,10 @@ include(cmake/version.cmake)
 
 # Each program has a manual doc/NAME.1 and completions completion/NAME.bash and
 # completion/_NAME.
-set(PROGRAMS chronex)
+set(PROGRAMS chronex chronex-trail)
 # Of doc, what users need; the other documents are for developers.
 set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
-              key-file.md performance.md robustness.md)
+              json-events.md key-file.md performance.md robustness.md)
 file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
      examples/*.filter examples/*.awk examples/*.sh)
 # The sample logs that the examples are about, where their maker is built.
@@ -77,6 +77,12 @@ foreach(program ${PROGRAMS})
   install_as(${CMAKE_SOURCE_DIR}/completion/_${program}
              "${CMAKE_INSTALL_DATADIR}/zsh/\${ZSH_FUNCTIONS}" _${program})
 endforeach()
+
+# What the completions of both programs use.
+install_as(${CMAKE_SOURCE_DIR}/completion/_chronex_filter
+           "${CMAKE_INSTALL_DATADIR}/zsh/\${ZSH_FUNCTIONS}" _chronex_filter)
+install_as(${CMAKE_SOURCE_DIR}/share/json-events.schema.json
+           ${CMAKE_INSTALL_DATADIR}/chronex json-events.schema.json)
 
 install_document(${CMAKE_SOURCE_DIR}/README.md ${CMAKE_INSTALL_DOCDIR})
 foreach(document ${DOCUMENTS})
@@ -160,6 +166,7 @@ set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "chronex reads the forward logs of a KORVALINE database server and tells
 who changed which record, when, from what to what: as a clear-text report
 and as a binary audit file that can be filtered and reported again.
+chronex-trail hands the same trail on as data: one JSON object a change.
 .
 Encrypted data sets are decrypted with OpenSSL's libcrypto, which is
 loaded on demand as libcrypto.so; libssl-dev provides that name.")

@@ -2,7 +2,8 @@
 # Runs the examples of the documents and compares what they print, to the
 # letter, with what the documents say.
 #
-#   document_examples_test.sh CHRONEX_BINARY MAKE_SAMPLES_BINARY
+#   document_examples_test.sh CHRONEX_BINARY CHRONEX_TRAIL_BINARY
+#                             MAKE_SAMPLES_BINARY
 #
 # An example is a fenced block marked "console" in a .md file, or an .EX block
 # in a man page, with lines that begin with "$ ". What follows such a line is
@@ -18,17 +19,19 @@
 
 set -u
 
-if [ $# -ne 2 ]; then
-  echo "usage: $0 CHRONEX_BINARY MAKE_SAMPLES_BINARY" >&2
+if [ $# -ne 3 ]; then
+  echo "usage: $0 CHRONEX_BINARY CHRONEX_TRAIL_BINARY MAKE_SAMPLES_BINARY" >&2
   exit 2
 fi
 chronex=$(realpath "$1") || exit 2
-make_samples=$(realpath "$2") || exit 2
+chronex_trail=$(realpath "$2") || exit 2
+make_samples=$(realpath "$3") || exit 2
 root=$(realpath "$(dirname "$0")/..") || exit 2
 
 work=$(mktemp -d) || exit 2
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/bin" && ln -s "$chronex" "$work/bin/chronex" &&
+  ln -s "$chronex_trail" "$work/bin/chronex-trail" &&
   ln -s "$make_samples" "$work/bin/make_samples" || exit 2
 
 export PATH="$work/bin:$PATH" TZ=UTC LC_ALL=C SHELL=/bin/bash
@@ -155,7 +158,7 @@ check_filter_files() {
   done
 }
 
-for document in "$root"/README.md "$root"/doc/*.md "$root"/doc/chronex.1 \
+for document in "$root"/README.md "$root"/doc/*.md "$root"/doc/*.1 \
   "$root"/examples/README.md; do
   if [ -e "$document" ]; then check_document "$document"; fi
 done

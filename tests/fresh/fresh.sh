@@ -39,8 +39,13 @@ check_installed() {
   local version
   version=$(chronex -version)
   [[ $version == "KORVALINE X.$1 "* ]] || fail "$version is not version $1"
-  man chronex | grep -q "KORVALINE X.${1%.b*} " ||
-    fail "the manual is not that of version $1"
+  [[ $(chronex-trail --version) == *"$version" ]] ||
+    fail "chronex-trail is not of version $1"
+  local program
+  for program in chronex chronex-trail; do
+    man "$program" | grep -q "KORVALINE X.${1%.b*} " ||
+      fail "the manual of $program is not that of version $1"
+  done
 }
 
 # check_links DIRECTORY: links between installed documents lead somewhere.

@@ -16,7 +16,12 @@ report() {
   cd /tmp/examples
   chronex -r -f limit-raised.filter shop.7-1 shop.7-2 | grep -q 'user{BOB}'
 }
+json() {
+  cd /tmp/examples
+  chronex-trail json shop.7-1 shop.7-2 | grep -q '"user":"BOB"'
+}
 try "report on the samples" report
+try "events of the samples" json
 try "completion in bash" expect completion_test.exp bash
 try "completion in zsh" expect completion_test.exp zsh
 
