@@ -27,7 +27,8 @@ constexpr const char* HELP =
     "  --large            with --scaling, also ten times the operations\n"
     "  --directory DIR    make the files in a new directory in DIR (default\n"
     "                     $TMPDIR or /tmp), which is removed at the end\n"
-    "  --program FILE     measure this program\n"
+    "  --program FILE     measure this chronex\n"
+    "  --trail FILE       measure this chronex-trail\n"
     "  --write FILE       only write the log to FILE\n"
     "  --read FILE        only read FILE through zlib, as the floor does\n"
     "  --help             print this and end\n"
@@ -79,6 +80,9 @@ void apply_option(int option, bench_options& chosen) {
     case 'p':
       chosen.program = optarg;
       break;
+    case 't':
+      chosen.trail = optarg;
+      break;
     case 'w':
       chosen.write = optarg;
       break;
@@ -97,7 +101,7 @@ void apply_option(int option, bench_options& chosen) {
 }  // namespace
 
 bench_options parse_bench_options(int argc, char* argv[]) {
-  constexpr std::array<option, 11> OPTIONS{{
+  constexpr std::array<option, 12> OPTIONS{{
       {"live", required_argument, nullptr, 'a'},
       {"repeat", required_argument, nullptr, 'n'},
       {"rows", required_argument, nullptr, 'o'},
@@ -105,6 +109,7 @@ bench_options parse_bench_options(int argc, char* argv[]) {
       {"large", no_argument, nullptr, 'l'},
       {"directory", required_argument, nullptr, 'd'},
       {"program", required_argument, nullptr, 'p'},
+      {"trail", required_argument, nullptr, 't'},
       {"write", required_argument, nullptr, 'w'},
       {"read", required_argument, nullptr, 'r'},
       {"help", no_argument, nullptr, 'h'},

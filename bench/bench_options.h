@@ -15,6 +15,7 @@ struct bench_options {
   bool large = false;
   std::string directory;
   std::string program = CHRONEX_PROGRAM;
+  std::string trail = CHRONEX_TRAIL_PROGRAM;
   std::string write;
   std::string read;
 };

@@ -36,15 +36,19 @@ constexpr unsigned GZ_BUFFER_SIZE = 128 * 1024;
 // forms, the audit file, and the largest report (hex dumps).
 constexpr std::uint64_t SPACE_PER_OPERATION = 2500;
 
-// Compression takes as long as all else together, and is zlib's alone.
+// Compression takes as long as all else together, and is a library's alone.
 constexpr int MAX_COMPRESSIONS = 3;
 
 // No record has this number.
 constexpr const char* REJECT_ALL = "ORDERNO = -1";
 // Stands for the audit output in the work directory.
 constexpr const char* AUDIT_OUTPUT = "(audit output)";
+// The same for a file whose name asks for compression.
+constexpr const char* COMPRESSED_OUTPUT = "(audit output).gz";
 // Instead of options: the floor.
 constexpr const char* FLOOR = "(floor)";
+// The first word of a row for chronex-trail: the command.
+constexpr const char* JSON = "json";
 
 // A file to be read.
 struct bench_input {
@@ -67,7 +71,11 @@ struct measurement {
   std::uint64_t output_bytes = 0;
 
   bool is_floor() const { return !options.empty() && options[0] == FLOOR; }
-  bool compresses() const { return !options.empty() && options[0] == "-Z"; }
+  bool is_of_trail() const { return !options.empty() && options[0] == JSON; }
+  bool compresses() const {
+    return !options.empty() &&
+           (options[0] == "-Z" || options.back() == COMPRESSED_OUTPUT);
+  }
 };
 
 // A new directory, removed with everything in it at the end.
@@ -142,9 +150,12 @@ std::vector<std::string> command_of(const measurement& row,
                                     const bench_input& input,
                                     const std::string& audit_output) {
   if (row.is_floor()) return {"/proc/self/exe", "--read", input.path};
-  std::vector<std::string> words{chosen.program};
+  std::vector<std::string> words{row.is_of_trail() ? chosen.trail
+                                                   : chosen.program};
   for (const std::string& option : row.options) {
-    words.push_back(option == AUDIT_OUTPUT ? audit_output : option);
+    words.push_back(option == AUDIT_OUTPUT        ? audit_output
+                    : option == COMPRESSED_OUTPUT ? audit_output + ".gz"
+                                                  : option);
   }
   words.push_back(input.path);
   return words;
@@ -163,7 +174,8 @@ void measure(measurement& row, const bench_options& chosen,
   row.seconds.push_back(run.seconds);
   row.cpu_seconds.push_back(run.cpu_seconds);
   row.peak_kib = std::max(row.peak_kib, run.peak_kib);
-  row.output_bytes = take_size(report) + take_size(audit);
+  row.output_bytes =
+      take_size(report) + take_size(audit) + take_size(audit + ".gz");
 }
 
 double median(std::vector<double> values) {
@@ -287,6 +299,9 @@ void run_all(const bench_options& chosen) {
              {"log: -r", LOG, {"-r"}},
              {"log: -r -v", LOG, {"-r", "-v"}},
              {"log: -r -v to /dev/null", LOG, {"-r", "-v"}, true},
+             {"log: json", LOG, {JSON}},
+             {"log: json to /dev/null", LOG, {JSON}, true},
+             {"log: json -o NAME.gz", LOG, {JSON, "-o", COMPRESSED_OUTPUT}},
              {"log: -x", LOG, {"-x"}},
              {"log: -m", LOG, {"-m"}},
              {"gzip log: read alone (floor)", GZIP, {FLOOR}},
