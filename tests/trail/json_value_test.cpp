@@ -2,12 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
 #include <string>
 
 #include "tests/support/hex.h"
 #include "tests/trail/event_fixture.h"
 #include "util/chronex_trail/json/line_writer.h"
 #include "util/chronex_trail/json/record_text.h"
+#include "util/chronex_trail/json/value_text.h"
 
 namespace {
 
@@ -108,6 +111,32 @@ TEST(JsonValue, OfDecimals) {
       {'Z', 2, "3020", "null", "bad_digits"},
   };
   check(cases);
+}
+
+std::string real_json(double value) {
+  std::vector<std::uint8_t> bytes(sizeof value);
+  std::memcpy(bytes.data(), &value, sizeof value);
+  text_scratch scratch;
+  std::string out(value_text_room(bytes.size()), ' ');
+  const value_text text = put_value(
+      value_form::real, bytes, character_table_of(LATIN1), scratch, out.data());
+  return out.substr(0, static_cast<std::size_t>(text.end - out.data()));
+}
+
+// Short decimals have a way of their own, which must not show.
+TEST(JsonValue, OfDoublesIsTheShortestText) {
+  for (double digits = 1; digits < 1e17; digits = digits * 3 + 7) {
+    for (const double scale : {1., 10., 100., 1000., 10000., 4., 3.}) {
+      const double middle = digits / scale;
+      for (const double value :
+           {middle, std::nextafter(middle, 0), -std::nextafter(middle, 1e18)}) {
+        std::array<char, 32> shortest{};
+        const char* const end =
+            std::to_chars(shortest.data(), shortest.data() + 32, value).ptr;
+        EXPECT_EQ(real_json(value), std::string_view(shortest.data(), end));
+      }
+    }
+  }
 }
 
 TEST(JsonValue, OfFloats) {

@@ -15,14 +15,14 @@ namespace {
 // YYYY-MM-DD
 constexpr std::size_t DATE_LENGTH = 10;
 
-std::string_view op_letter(int op) {
+std::string_view op_member(int op) {
   switch (op) {
     case OP_PUT:
-      return "c";
+      return R"(,"op":"c")";
     case OP_UPDATE:
-      return "u";
+      return R"(,"op":"u")";
     default:
-      return "d";
+      return R"(,"op":"d")";
   }
 }
 
@@ -100,9 +100,7 @@ void json_output::put_images(const image_operation& operation,
 
 void json_output::put_operation(const image_operation& operation,
                                 const event_place& place) {
-  line_.out().put(R"(,"op":")");
-  line_.out().put(op_letter(operation.op));
-  line_.out().put('"');
+  line_.out().put(op_member(operation.op));
   line_.put_time(operation.timestamp);
   line_.put_source(place);
   const set_piece& set = sets_.of(operation.node, charset_at(place), place);

@@ -14,9 +14,7 @@ void event_line::begin_file() {
 
 void event_line::begin(std::string_view type) {
   notes_.clear();
-  out_.put(R"({"v":1,"type":")");
-  out_.put(type);
-  out_.put(R"(","n":)");
+  out_.put_all(R"({"v":1,"type":")", type, R"(","n":)");
   out_.put_number(++number_);
 }
 
@@ -36,18 +34,20 @@ int event_line::end() {
   return out_.end_line();
 }
 
+// Many events have the time of the one before.
 void event_line::put_time(std::uint32_t timestamp) {
-  out_.put(R"(,"ts":")");
-  out_.put(utc_.text(timestamp));
-  out_.put(R"(","ts_ms":)");
-  out_.put_number(timestamp);
-  out_.put(timestamp == 0 ? "" : "000");
+  if (time_text_.empty() || timestamp != time_) {
+    time_text_ = ",\"ts\":\"";
+    time_text_ += utc_.text(timestamp);
+    time_text_ += "\",\"ts_ms\":";
+    time_text_ += std::to_string(std::uint64_t{timestamp} * 1000);
+    time_ = timestamp;
+  }
+  out_.put(time_text_);
 }
 
 void event_line::put_key(std::string_view key) {
-  out_.put(",\"");
-  out_.put(key);
-  out_.put("\":");
+  out_.put_all(",\"", key, "\":");
 }
 
 void event_line::put_text(std::string_view key, std::string_view utf8) {

@@ -50,6 +50,9 @@ class event_line {
   std::string notes_;
   source_piece source_;
   utc_time utc_;
+  // The members of put_time, as they were last.
+  std::string time_text_;
+  std::uint32_t time_ = 0;
   std::uint64_t number_ = 0;
 };
 

@@ -49,6 +49,10 @@ bool needs_escape(std::uint64_t word) {
           zero_bytes(word ^ LOW_BITS * '\\')) != 0;
 }
 
+bool is_plain_ascii(std::uint64_t word) {
+  return (word & HIGH_BITS) == 0 && !needs_escape(word);
+}
+
 char* put_escaped(std::string_view text, char* out) {
   for (const char character : text) {
     const escaped_byte& escape = ESCAPES[static_cast<std::uint8_t>(character)];
@@ -73,6 +77,28 @@ char* put_json_text(std::string_view utf8, char* out) {
     utf8.remove_prefix(STEP);
   }
   return put_escaped(utf8, out);
+}
+
+char* put_plain_ascii(const std::uint8_t* bytes, std::size_t size, char* out) {
+  const auto copy_word = [&](std::size_t at) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes + at, STEP);
+    std::memcpy(out + at, &word, STEP);
+    return is_plain_ascii(word);
+  };
+  std::size_t at = 0;
+  for (; at + STEP <= size; at += STEP) {
+    if (!copy_word(at)) return nullptr;
+  }
+  // What is left is the end of another eight bytes, if there are so many.
+  if (at == size) return out + size;
+  if (size >= STEP) return copy_word(size - STEP) ? out + size : nullptr;
+  for (; at < size; ++at) {
+    const std::uint8_t byte = bytes[at];
+    if (byte >= 0x80 || ESCAPES[byte].length != 1) return nullptr;
+    out[at] = static_cast<char>(byte);
+  }
+  return out + size;
 }
 
 void append_json_string(std::string& out, std::string_view utf8) {

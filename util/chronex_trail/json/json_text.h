@@ -16,6 +16,10 @@ inline constexpr std::size_t LONGEST_ESCAPE = 6;
 // characters for each byte of `utf8`, and 8 more. Returns the end.
 char* put_json_text(std::string_view utf8, char* out);
 
+// Writes bytes that are ASCII without anything to escape as they are; returns
+// the end, or null if they are not. `out` has room for `size` characters.
+char* put_plain_ascii(const std::uint8_t* bytes, std::size_t size, char* out);
+
 // Appends a whole JSON string, quotes included.
 void append_json_string(std::string& out, std::string_view utf8);
 

@@ -53,6 +53,13 @@ class line_writer {
     if (!text.empty()) std::memcpy(out, text.data(), text.size());
     claim(out + text.size());
   }
+  // Several texts, which fit a room together.
+  template <typename... Text>
+  void put_all(const Text&... texts) {
+    char* out = room((std::string_view(texts).size() + ...));
+    ((out = copy(std::string_view(texts), out)), ...);
+    claim(out);
+  }
   template <typename number>
   requires std::integral<number> || std::floating_point<number>
   void put_number(number value) {
@@ -86,6 +93,10 @@ class line_writer {
   static constexpr std::size_t LONGEST_NUMBER = 32;
   static constexpr std::size_t HANDED_OVER = std::size_t{64} * 1024;
 
+  static char* copy(std::string_view text, char* out) {
+    std::memcpy(out, text.data(), text.size());
+    return out + text.size();
+  }
   void put_large(std::string_view text);
 
   byte_sink& sink_;

@@ -1,5 +1,6 @@
 #include "util/chronex_trail/json/record_text.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "util/chronex_trail/json/value_text.h"
@@ -43,7 +44,9 @@ void record_text::put(const set_piece& set, const shown_image& before,
                       !set.items.empty() && room <= line_writer::MAX_ROOM;
   if (copies) out_.room(room);
   out_.put(BEFORE_KEY);
+  keeps_written_ = copies;
   put_image(set, before);
+  keeps_written_ = false;
   out_.put(AFTER_KEY);
   if (copies) {
     put_differing(set, after);
@@ -69,6 +72,7 @@ void record_text::put_items(const set_piece& set, const shown_image& image) {
     const std::size_t notes_before = notes_.size();
     const char* const begin = out_.position();
     put_item({set, image, keyed, characters});
+    if (!keeps_written_) continue;
     written_.push_back({begin, out_.position(), notes_.size() > notes_before});
   }
   out_.put('}');
@@ -108,36 +112,45 @@ void record_text::put_item(const item_place& place) {
     note(place, "encrypted");
     return;
   }
-  put_value(place);
+  put_values(place);
   if (item.encrypted && place.image.may_be_sealed &&
       has_fill_values(item, place.image.bytes)) {
     note(place, "maybe_encrypted");
   }
 }
 
-void record_text::put_value(const item_place& place) {
-  if (place.keyed.item.count == 1) {
-    put_element(place, 0);
+void record_text::put_values(const item_place& place) {
+  const item_view& item = place.keyed.item;
+  const std::size_t room = value_text_room(item.size) + 1;
+  if (item.count == 1) {
+    out_.claim(put_element(place, 0, out_.room(room)));
     return;
   }
+  // As many elements at a time as are sure to fit.
+  const std::size_t step = line_writer::MAX_ROOM / room;
   out_.put('[');
-  for (std::size_t k = 0; k < place.keyed.item.count; ++k) {
-    if (k > 0) out_.put(',');
-    put_element(place, k);
+  for (std::size_t begin = 0; begin < item.count; begin += step) {
+    const std::size_t end = std::min<std::size_t>(item.count, begin + step);
+    char* out = out_.room((end - begin) * room);
+    for (std::size_t k = begin; k < end; ++k) {
+      if (k > 0) *out++ = ',';
+      out = put_element(place, k, out);
+    }
+    out_.claim(out);
   }
   out_.put(']');
 }
 
-void record_text::put_element(const item_place& place, std::size_t k) {
+char* record_text::put_element(const item_place& place, std::size_t k,
+                               char* out) {
   const item_view& item = place.keyed.item;
-  const item_value value =
-      read_value(item.form, item.element(place.image.bytes, k),
-                 place.characters, scratch_);
-  char* const out = out_.room(value_text_room(item.size));
-  out_.claim(put_value_text(item.form, item.size, value, out));
+  const value_text value =
+      put_value(item.form, item.element(place.image.bytes, k), place.characters,
+                scratch_, out);
   if (value.problem != value_problem::none) {
     note_element(place, k, value.problem);
   }
+  return value.end;
 }
 
 void record_text::begin_note(const item_place& place) {

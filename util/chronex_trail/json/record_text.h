@@ -65,8 +65,8 @@ class record_text {
   void put_items(const set_piece& set, const shown_image& image);
   void put_differing(const set_piece& set, const shown_image& image);
   void put_item(const item_place& place);
-  void put_value(const item_place& place);
-  void put_element(const item_place& place, std::size_t k);
+  void put_values(const item_place& place);
+  char* put_element(const item_place& place, std::size_t k, char* out);
   void note(const item_place& place, std::string_view why);
   void note_element(const item_place& place, std::size_t k,
                     value_problem problem);
@@ -77,8 +77,9 @@ class record_text {
   text_scratch scratch_;
   // Of each item of an operation with both images: whether they differ.
   std::vector<char> differs_;
-  // Of each item of the image that was written last.
+  // Of each item of the image that was written last, if it is kept.
   std::vector<item_text> written_;
+  bool keeps_written_ = false;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_RECORD_TEXT_H

@@ -23,12 +23,14 @@ void source_piece::put(line_writer& out, const event_place& place) {
   if (place.file == nullptr) return;
   if (place.file != file_) {
     text_ = source_text(*place.file);
-    number_key_ = is_in_audit_file(place) ? R"(,"record":)" : R"(,"action":)";
+    numbered_ = text_;
+    numbered_ += is_in_audit_file(place) ? R"(,"record":)" : R"(,"action":)";
     file_ = place.file;
   }
-  out.put(text_);
-  if (place.number != 0) {
-    out.put(number_key_);
+  if (place.number == 0) {
+    out.put(text_);
+  } else {
+    out.put(numbered_);
     out.put_number(place.number);
   }
   out.put('}');

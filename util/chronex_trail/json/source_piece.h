@@ -17,9 +17,9 @@ class source_piece {
 
  private:
   const input_file* file_ = nullptr;
-  // The object without its last brace, and the key of the number in it.
+  // The object without its last brace, and the same up to the number in it.
   std::string text_;
-  std::string number_key_;
+  std::string numbered_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SOURCE_PIECE_H

@@ -13,8 +13,16 @@ constexpr std::size_t value_text_room(std::size_t size) {
   return size * LONGEST_ESCAPE + 48;
 }
 
-// Writes the value of an element of `size` bytes as JSON; returns the end.
-char* put_value_text(value_form form, std::size_t size, const item_value& value,
+// What was written of a value.
+struct value_text {
+  char* end;
+  value_problem problem;
+};
+
+// Writes the value of an element as JSON. `out` has room for it
+// (value_text_room).
+value_text put_value(value_form form, std::span<const std::uint8_t> bytes,
+                     const character_table& characters, text_scratch& scratch,
                      char* out);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_VALUE_TEXT_H

@@ -1,5 +1,6 @@
 #include "util/chronex_trail/values/item_value.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -9,45 +10,24 @@ namespace {
 
 using byte_run = std::span<const std::uint8_t>;
 
-constexpr char HEX_DIGITS[] = "0123456789abcdef";
+using hex_byte = std::array<char, 2>;
 
-template <typename number>
-number load(byte_run bytes) {
-  number value;
-  std::memcpy(&value, bytes.data(), sizeof value);
-  return value;
-}
-
-std::int64_t load_integer(byte_run bytes) {
-  switch (bytes.size()) {
-    case 1:
-      return load<std::int8_t>(bytes);
-    case 2:
-      return load<std::int16_t>(bytes);
-    case 4:
-      return load<std::int32_t>(bytes);
-    default:
-      return load<std::int64_t>(bytes);
+constexpr std::array<hex_byte, 256> make_hex_bytes() {
+  constexpr char DIGITS[] = "0123456789abcdef";
+  std::array<hex_byte, 256> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    bytes[i] = {DIGITS[i >> 4], DIGITS[i & 0x0F]};
   }
+  return bytes;
 }
 
-std::uint64_t load_natural(byte_run bytes) {
-  switch (bytes.size()) {
-    case 1:
-      return bytes[0];
-    case 2:
-      return load<std::uint16_t>(bytes);
-    case 4:
-      return load<std::uint32_t>(bytes);
-    default:
-      return load<std::uint64_t>(bytes);
-  }
-}
+constexpr std::array<hex_byte, 256> HEX_BYTES = make_hex_bytes();
 
 item_value real_value(byte_run bytes) {
   item_value value;
-  value.real = bytes.size() == sizeof(float) ? double{load<float>(bytes)}
-                                             : load<double>(bytes);
+  value.real = bytes.size() == sizeof(float)
+                   ? double{stored_number<float>(bytes)}
+                   : stored_number<double>(bytes);
   if (std::isnan(value.real)) value.problem = value_problem::nan;
   if (std::isinf(value.real)) value.problem = value_problem::infinite;
   return value;
@@ -64,12 +44,15 @@ item_value digits_value(std::size_t (*digits)(byte_run, char*), byte_run bytes,
 
 bool is_padding(std::uint8_t byte) { return byte == ' ' || byte == 0; }
 
+// Whether eight bytes are all blanks, or all NULs.
+bool is_padding(std::uint64_t bytes) {
+  return bytes == 0x2020202020202020 || bytes == 0;
+}
+
 item_value text_value(byte_run bytes, const character_table& characters,
                       text_scratch& scratch) {
-  std::size_t length = bytes.size();
-  while (length > 0 && is_padding(bytes[length - 1])) --length;
   const decoded_text text =
-      decode_text(bytes.first(length), characters, scratch);
+      decode_text(without_padding(bytes), characters, scratch);
   item_value value;
   value.text = text.utf8;
   if (text.undecodable) value.problem = value_problem::undecodable;
@@ -146,9 +129,9 @@ item_value read_value(value_form form, byte_run bytes,
                       text_scratch& scratch) {
   switch (form) {
     case value_form::integer:
-      return {.integer = load_integer(bytes)};
+      return {.integer = stored_integer(bytes)};
     case value_form::natural:
-      return {.natural = load_natural(bytes)};
+      return {.natural = stored_natural(bytes)};
     case value_form::real:
       return real_value(bytes);
     case value_form::packed:
@@ -164,10 +147,21 @@ item_value read_value(value_form form, byte_run bytes,
   }
 }
 
+byte_run without_padding(byte_run bytes) {
+  constexpr std::size_t STEP = sizeof(std::uint64_t);
+  std::size_t length = bytes.size();
+  while (length >= STEP && is_padding(stored_number<std::uint64_t>(
+                               bytes.subspan(length - STEP, STEP)))) {
+    length -= STEP;
+  }
+  while (length > 0 && is_padding(bytes[length - 1])) --length;
+  return bytes.first(length);
+}
+
 char* put_hex_digits(byte_run bytes, char* out) {
   for (const std::uint8_t byte : bytes) {
-    *out++ = HEX_DIGITS[byte >> 4];
-    *out++ = HEX_DIGITS[byte & 0x0F];
+    std::memcpy(out, HEX_BYTES[byte].data(), 2);
+    out += 2;
   }
   return out;
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -70,6 +71,46 @@ struct item_value {
 // one of their sizes.
 item_value read_value(value_form form, std::span<const std::uint8_t> bytes,
                       const character_table& characters, text_scratch& scratch);
+
+// The bytes of a character item without the blanks and NULs at their end.
+std::span<const std::uint8_t> without_padding(
+    std::span<const std::uint8_t> bytes);
+
+// A number in the byte order of the machine, which is that of all inputs.
+template <typename number>
+number stored_number(std::span<const std::uint8_t> bytes) {
+  number value;
+  std::memcpy(&value, bytes.data(), sizeof value);
+  return value;
+}
+
+// The value of an element of form integer.
+inline std::int64_t stored_integer(std::span<const std::uint8_t> bytes) {
+  switch (bytes.size()) {
+    case 1:
+      return stored_number<std::int8_t>(bytes);
+    case 2:
+      return stored_number<std::int16_t>(bytes);
+    case 4:
+      return stored_number<std::int32_t>(bytes);
+    default:
+      return stored_number<std::int64_t>(bytes);
+  }
+}
+
+// The value of an element of form natural.
+inline std::uint64_t stored_natural(std::span<const std::uint8_t> bytes) {
+  switch (bytes.size()) {
+    case 1:
+      return bytes[0];
+    case 2:
+      return stored_number<std::uint16_t>(bytes);
+    case 4:
+      return stored_number<std::uint32_t>(bytes);
+    default:
+      return stored_number<std::uint64_t>(bytes);
+  }
+}
 
 // Writes two lower-case hex digits a byte; returns the end.
 char* put_hex_digits(std::span<const std::uint8_t> bytes, char* out);
