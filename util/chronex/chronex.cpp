@@ -1,7 +1,6 @@
 // The audit-trail utility of the KORVALINE database: forward-log and audit
 // files in, a clear-text report and a binary audit file out.
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,22 +15,13 @@
 #include "util/chronex/run/options.h"
 #include "util/chronex/run/output_check.h"
 #include "util/chronex/run/run.h"
+#include "util/chronex/run/standard_descriptors.h"
 #include "util/chronex/run/usage.h"
 #include "util/libmkey/mkey.h"
 
 namespace {
 
 constexpr int EXIT_ERROR = 1;
-
-// A closed standard descriptor would be given to the next file that is opened,
-// and reports or messages would end up in it. A placeholder takes its place, in
-// the direction that makes every use of it fail.
-void occupy_standard_descriptors() {
-  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) != -1) continue;
-    open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-  }
-}
 
 // Makes sure that what was printed has reached its destination.
 int close_report(run_messages& messages, report_stream& standard_output) {

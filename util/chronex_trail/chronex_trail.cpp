@@ -1,14 +1,12 @@
 // The companion of chronex, which hands the trail on as data.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstring>
 #include <new>
 #include <span>
 #include <string_view>
 
+#include "util/chronex/run/standard_descriptors.h"
 #include "util/chronex/run/usage.h"
 #include "util/chronex_trail/commands/commands.h"
 
@@ -18,15 +16,6 @@ constexpr int EXIT_ERROR = 1;
 constexpr int EXIT_USAGE = 2;
 
 constexpr const trail_command* COMMANDS[] = {&JSON_COMMAND};
-
-// A closed standard descriptor would be given to the next file that is opened,
-// and messages would end up in it.
-void occupy_standard_descriptors() {
-  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (fcntl(descriptor, F_GETFD) != -1) continue;
-    open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-  }
-}
 
 void print_usage(std::FILE* stream) {
   std::fputs(
