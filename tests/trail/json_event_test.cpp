@@ -78,6 +78,7 @@ TEST_F(JsonEvents, OfFiles) {
   output_.file_begins(audit);
   input_file standard_input(tables_.messages);
   fill_input(standard_input, "stdin", AUDIT_FILE, 7);
+  standard_input.is_standard_input = true;
   output_.file_begins(standard_input);
   output_.comment("new\nline \xDE", {&audit, 3});
   EXPECT_EQ(

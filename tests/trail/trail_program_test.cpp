@@ -138,6 +138,40 @@ TEST(TrailProgram, TellsOfNamesThatMatchNothing) {
   EXPECT_EQ(directory.run_trail({"json", "log", "-I", "A"}).err, "");
 }
 
+TEST(TrailProgram, WarnsInTheTrailOfWhatItSaysOnStandardError) {
+  const test_directory directory;
+  directory.write("log", sample().end().bytes());
+  const program_result failed =
+      directory.run_trail({"json", "log", "-e", "id={abc}"});
+  EXPECT_EQ(failed.status, 1);
+  directory.write("stdin", log_builder({.charset = 0}).end().bytes());
+  directory.run({"-o", "audit", "stdin"});
+  const program_result mixed = directory.run_trail({"json", "log", "audit"});
+  EXPECT_EQ(mixed.status, 0) << mixed.err;
+  const struct {
+    const program_result& result;
+    std::string code, text;
+  } cases[] = {
+      {failed, "filter_failed", "Failed to evaluate filter expression: "},
+      {mixed, "character_set",
+       "found: hp-roman8 (0), expected: iso-8859-1 (1)"},
+  };
+  for (const auto& test : cases) {
+    const auto events = read_events(test.result.out);
+    ASSERT_GT(events.size(), 2U);
+    const auto& warning = events[events.size() - 2];
+    EXPECT_EQ(warning["code"].GetString(), test.code);
+    const std::string text = warning["text"].GetString();
+    EXPECT_NE(text.find(test.text), std::string::npos) << text;
+    EXPECT_NE(test.result.err.find(test.text), std::string::npos);
+    EXPECT_EQ(events.back()["warnings"].GetInt(), 1);
+    EXPECT_EQ(events.back()["status"].GetInt(), test.result.status);
+  }
+  // A file of that name is not standard input.
+  EXPECT_NE(directory.run_trail({"json", "stdin"}).out.find("\"stdin\""),
+            std::string::npos);
+}
+
 TEST(TrailProgram, CountsEachFilesEventsAnew) {
   const test_directory directory;
   directory.write("a", sample(7).end().bytes());

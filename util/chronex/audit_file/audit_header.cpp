@@ -1,4 +1,5 @@
 #include <cstring>
+#include <string>
 
 #include "common/byte_cursor.h"
 #include "util/chronex/audit_file/audit_format.h"
@@ -8,15 +9,18 @@
 namespace {
 
 // Another character set is worth a note only: all texts are passed on as bytes.
-void check_charset(const input_file& file, int& charset_id) {
+void check_charset(input_file& file, int& charset_id) {
   if (charset_id < 0) {
     charset_id = file.charset;
   } else if (charset_id != file.charset) {
+    const std::string sets = format_text(
+        "found: %s (%u), expected: %s (%d)", charset_name(file.charset),
+        unsigned{file.charset}, charset_name(charset_id), charset_id);
     file.messages.print(
         "%s: Note: Character set does not match\n"
-        " found: %s (%u), expected: %s (%d))\n",
-        file.name.c_str(), charset_name(file.charset), unsigned{file.charset},
-        charset_name(charset_id), charset_id);
+        " %s)\n",
+        file.name.c_str(), sets.c_str());
+    file.charset_difference = "Character set does not match: " + sets;
   }
 }
 

@@ -260,6 +260,10 @@ int audit_reader::audit_process_file(input_file& file) {
   if (trail_.file_begins(file) != 0 || trail_.file_accepted(file) != 0) {
     return -1;
   }
+  if (!file.charset_difference.empty()) {
+    trail_.notice({.kind = notice_kind::character_set,
+                   .problem = file.charset_difference});
+  }
   int result = RECORD_DONE;
   while (result == RECORD_DONE) {
     result = process_record(file);

@@ -61,7 +61,8 @@ event_selection run_filter::evaluate(const filter_context& context) {
   const int result = evaluator_->expr_eval(context);
   if (result == EXPR_HOLDS) return event_selection::selected;
   if (result == EXPR_FAILS) return event_selection::rejected;
-  messages_.print("Failed to evaluate filter expression: %s\n",
-                  verbose_expr_rc(result));
+  failure_ = format_text("Failed to evaluate filter expression: %s",
+                         verbose_expr_rc(result));
+  messages_.print("%s\n", failure_.c_str());
   return event_selection::failed;
 }

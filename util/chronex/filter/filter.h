@@ -17,7 +17,9 @@
 enum class event_selection {
   rejected,
   selected,
-  failed,  // the filter could not be evaluated; the message has been printed
+  // The filter could not be evaluated; the message has been printed, and
+  // failure() has it.
+  failed,
 };
 
 class run_filter {
@@ -41,6 +43,9 @@ class run_filter {
     return evaluator_ ? evaluate(context) : event_selection::selected;
   }
 
+  // Why the last event could not be selected, without line end.
+  const std::string& failure() const { return failure_; }
+
   // All texts added so far, as one expression.
   std::string_view filter_expr_str() const {
     return filter_expr_str_ ? *filter_expr_str_ : std::string_view();
@@ -55,6 +60,7 @@ class run_filter {
   void print_no_memory(const char* call);
 
   run_messages& messages_;
+  std::string failure_;
   // Unset until there is a text.
   std::optional<std::string> filter_expr_str_;
   compiled_expr filter_expr_;

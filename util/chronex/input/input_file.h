@@ -33,6 +33,10 @@ struct input_file {
   std::array<std::uint8_t, SIGNATURE_SIZE> signature{};
   std::uint16_t byte_order = 0;
   std::uint16_t charset = 0;
+  // How that differs from the run's character set, if it does.
+  std::string charset_difference;
+  // It is standard input.
+  bool is_standard_input = false;
   // File version.
   int major = 0;
   int minor = 0;

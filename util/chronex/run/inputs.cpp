@@ -96,6 +96,7 @@ int input_list::insert_file(const char* operand, std::size_t used) {
 int input_list::open_standard_input() {
   std::unique_ptr<input_file> file = new_file("stdin");
   if (!file) return -1;
+  file->is_standard_input = true;
   if (!file->stream.open_duplicate(STDIN_FILENO,
                                    [this] { messages_.let_out(); })) {
     messages_.print("Unable to open stdin for reading\n");

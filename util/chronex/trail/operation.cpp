@@ -56,7 +56,7 @@ int trail::write_image_op(const image_operation& operation) {
                             .record_number = operation.recno,
                             .before_image = operation.before,
                             .after_image = operation.after});
-  if (selection == event_selection::failed) return -1;
+  if (selection == event_selection::failed) return tell_filter_failure();
   if (selection == event_selection::rejected) return 0;
   if (write_prerequisites(operation) != 0) return -1;
   for (trail_output* output : outputs()) {

@@ -98,7 +98,7 @@ int trail::process_memo(session_entry& session, memo_event memo) {
 
   const event_selection selection =
       filter_.select_event({.session = &session, .timestamp = memo.timestamp});
-  if (selection == event_selection::failed) return -1;
+  if (selection == event_selection::failed) return tell_filter_failure();
   if (selection == event_selection::rejected) return 0;
   if (write_session_sign_on(session, sign_on_caller::memo) != 0) return -1;
   if (is_transaction) return write_session_dbbegin_end(session);

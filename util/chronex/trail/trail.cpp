@@ -67,6 +67,11 @@ void trail::notice(notice_kind kind, const std::string& comment) {
   notice({.kind = kind, .comment = comment});
 }
 
+int trail::tell_filter_failure() {
+  notice({.kind = notice_kind::filter_failed, .problem = filter_.failure()});
+  return -1;
+}
+
 int trail::comment(std::string_view text) {
   for (trail_output* output : outputs()) {
     if (output->comment(text, place) != 0) return -1;

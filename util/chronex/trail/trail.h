@@ -125,6 +125,8 @@ class trail {
     return std::span(output_slots_).first(output_count_);
   }
   void tell_action_done();
+  // Always -1.
+  int tell_filter_failure();
   int tell_memo(const memo_view& memo);
   int write_prerequisites(const image_operation& operation);
 

@@ -15,5 +15,5 @@ bool is_in_forward_log(const event_place& place) {
 }
 
 std::string_view name_as_given(const input_file& file) {
-  return file.name == "stdin" ? std::string_view("-") : file.name;
+  return file.is_standard_input ? std::string_view("-") : file.name;
 }
