@@ -7,7 +7,9 @@
 #include "util/chronex/tables/session.h"
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
+#include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
@@ -71,14 +73,6 @@ void json_output::put_slots(const session_entry& session) {
   if (before == ",") line_.out().put('}');
 }
 
-void json_output::note_missing(std::string_view image) {
-  line_.notes() += ",{\"image\":\"";
-  line_.notes() += image;
-  line_.notes() += "\",\"why\":\"no_";
-  line_.notes() += image;
-  line_.notes() += "_image\"}";
-}
-
 void json_output::put_images(const image_operation& operation,
                              const set_piece& set, const event_place& place) {
   const bool may_be_sealed = is_in_audit_file(place);
@@ -90,8 +84,10 @@ void json_output::put_images(const image_operation& operation,
                           .bytes = operation.after,
                           .sealed = operation.after_sealed,
                           .may_be_sealed = may_be_sealed};
-  if (!before.exists() && operation.op != OP_PUT) note_missing(before.name);
-  if (!after.exists() && operation.op != OP_DELETE) note_missing(after.name);
+  if (!before.exists() && operation.op != OP_PUT)
+    append_missing_note(line_.notes(), before.name);
+  if (!after.exists() && operation.op != OP_DELETE)
+    append_missing_note(line_.notes(), after.name);
   record_.put(set, before, after);
   if (operation.op != OP_UPDATE || !before.exists() || !after.exists()) return;
   line_.out().put(R"(,"changed":)");

@@ -11,32 +11,14 @@
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
 #include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
 
-std::string_view format_name(const input_file& file) {
-  if (file.type == AUDIT_FILE) return "audit";
-  return file.audit_only ? "audit-only" : "log";
-}
-
 std::string version_text(const input_file& file) {
   const std::string minor = std::to_string(file.minor);
   return std::to_string(file.major) + (file.minor < 10 ? ".0" : ".") + minor;
-}
-
-// The name of a memo's mode; empty = the mode has none.
-std::string_view mode_name(std::uint32_t mode) {
-  switch (mode) {
-    case MEMO_DBBEGIN:
-      return "DBBEGIN";
-    case MEMO_DBEND:
-      return "DBEND";
-    case MEMO_DBMEMO:
-      return "DBMEMO";
-    default:
-      return "";
-  }
 }
 
 std::string schema_item(const item_view& view, const item_descriptor& item,
@@ -165,7 +147,7 @@ int json_output::schema(const node_entry& node, const event_place& place) {
 }
 
 void json_output::put_memo_mode(std::uint32_t mode) {
-  const std::string_view name = mode_name(mode);
+  const std::string_view name = memo_mode_name(mode);
   if (name.empty()) {
     line_.put_number("mode", static_cast<std::int32_t>(mode));
   } else {

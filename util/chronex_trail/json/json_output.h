@@ -61,7 +61,6 @@ class json_output : public trail_output {
   void put_slots(const session_entry& session);
   void put_images(const image_operation& operation, const set_piece& set,
                   const event_place& place);
-  void note_missing(std::string_view image);
   int put_change(const image_operation& operation, const event_place& place);
   void select_file(const image_operation& operation, const event_place& place);
 

@@ -4,65 +4,9 @@
 
 #include "util/chronex_trail/json/guarded.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
 #include "util/chronex_trail/values/utf8_text.h"
-
-namespace {
-
-enum class notice_event { gap, repeat, damage, warning };
-
-// What kind of event a notice is, and its kind among these or the warning's
-// code.
-struct notice_shape {
-  notice_event event;
-  std::string_view kind;
-};
-
-notice_shape shape_of(notice_kind kind) {
-  switch (kind) {
-    case notice_kind::missing_generations:
-      return {notice_event::gap, "generation"};
-    case notice_kind::missing_files:
-      return {notice_event::gap, "sequence"};
-    case notice_kind::missing_actions:
-      return {notice_event::gap, "action"};
-    case notice_kind::repeated_generation:
-      return {notice_event::repeat, "generation"};
-    case notice_kind::repeated_file:
-      return {notice_event::repeat, "sequence"};
-    case notice_kind::repeated_actions:
-      return {notice_event::repeat, "action"};
-    case notice_kind::server_abort:
-      return {notice_event::warning, "abort"};
-    case notice_kind::role_change:
-      return {notice_event::warning, "role_change"};
-    case notice_kind::old_version:
-      return {notice_event::warning, "old_version"};
-    case notice_kind::character_set:
-      return {notice_event::warning, "character_set"};
-    case notice_kind::ignored_key:
-      return {notice_event::warning, "ignored_key"};
-    case notice_kind::filter_failed:
-      return {notice_event::warning, "filter_failed"};
-    default:
-      return {notice_event::damage, ""};
-  }
-}
-
-std::string_view type_name(notice_event event) {
-  switch (event) {
-    case notice_event::gap:
-      return "gap";
-    case notice_event::repeat:
-      return "repeat";
-    case notice_event::damage:
-      return "damage";
-    default:
-      return "warning";
-  }
-}
-
-}  // namespace
 
 // The members of gaps and repeats.
 void json_output::put_numbers(const trail_notice& notice,
@@ -77,7 +21,7 @@ void json_output::put_numbers(const trail_notice& notice,
 
 void json_output::put_notice(const trail_notice& notice) {
   const notice_shape shape = shape_of(notice.kind);
-  line_.begin(type_name(shape.event));
+  line_.begin(notice_event_name(shape.event));
   switch (shape.event) {
     case notice_event::gap:
       ++gaps_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/value_text.h"
 
 namespace {
@@ -153,33 +154,16 @@ char* record_text::put_element(const item_place& place, std::size_t k,
   return value.end;
 }
 
-void record_text::begin_note(const item_place& place) {
-  notes_ += ",{\"image\":\"";
-  notes_ += place.image.name;
-  notes_ += "\",\"item\":";
-  notes_ += place.set.quoted_name(place.keyed);
-}
-
 void record_text::note(const item_place& place, std::string_view why) {
-  begin_note(place);
-  notes_ += ",\"why\":\"";
-  notes_ += why;
-  notes_ += "\"}";
+  append_item_note(notes_,
+                   {place.image.name, place.set.quoted_name(place.keyed)}, why);
 }
 
 void record_text::note_element(const item_place& place, std::size_t k,
                                value_problem problem) {
-  const item_view& item = place.keyed.item;
-  begin_note(place);
-  if (item.count > 1) notes_ += ",\"element\":" + std::to_string(k + 1);
-  notes_ += ",\"why\":\"";
-  notes_ += problem_name(problem);
-  notes_ += "\",\"raw\":\"";
-  const byte_run raw = item.element(place.image.bytes, k);
-  const std::size_t begin = notes_.size();
-  notes_.resize(begin + raw.size() * 2);
-  put_hex_digits(raw, notes_.data() + begin);
-  notes_ += "\"}";
+  append_element_note(notes_,
+                      {place.image.name, place.set.quoted_name(place.keyed)},
+                      place.keyed.item, k, place.image.bytes, problem);
 }
 
 void record_text::put_changed(const set_piece& set, const shown_image& before,

@@ -70,7 +70,6 @@ class record_text {
   void note(const item_place& place, std::string_view why);
   void note_element(const item_place& place, std::size_t k,
                     value_problem problem);
-  void begin_note(const item_place& place);
 
   line_writer& out_;
   std::string& notes_;
