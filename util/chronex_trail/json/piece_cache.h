@@ -20,6 +20,12 @@ class piece_cache {
   // The piece that has the number's place, which may be another's; null = none.
   Piece* at(std::uint64_t number) const { return place(number).get(); }
 
+  // Drops all pieces.
+  void clear() {
+    for (std::unique_ptr<Piece>& piece : places_) piece.reset();
+    used_ = 0;
+  }
+
   // Takes the place for a new piece. It stays where it is until another takes
   // a place.
   Piece& put(std::uint64_t number, std::unique_ptr<Piece> piece) {
@@ -28,7 +34,7 @@ class piece_cache {
     mine.reset();
     used_ += piece->footprint();
     if (used_ > budget_) {
-      for (std::unique_ptr<Piece>& other : places_) other.reset();
+      clear();
       used_ = piece->footprint();
     }
     mine = std::move(piece);

@@ -1,0 +1,142 @@
+// chronex-trail sql: the trail as tables of a database.
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "util/chronex/run/usage.h"
+#include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/run/trail_run.h"
+#include "util/chronex_trail/sql/database_file.h"
+#include "util/chronex_trail/sql/sql_output.h"
+
+namespace {
+
+constexpr int EXIT_ERROR = 1;
+constexpr int EXIT_USAGE = 2;
+
+constexpr const char* HELP =
+    R"(usage: chronex-trail sql [options] -o DATABASE FILE...
+
+Writes the trail into an SQLite database: a table of all changes, one for each
+data set with the values of its items, and what is known of sessions, memos,
+gaps and inputs. FILE is a forward log or an audit file, compressed or not; - is
+standard input.
+
+  -o, --output DATABASE   the database; it gets its name when it is complete
+      --force             replace a database that is there
+      --append            go on in a database that is there
+  -e, --filter EXPR       only what satisfies the filter expression
+  -f, --filter-file FILE  the same, from a file
+  -I, --items LIST        only these items, separated by commas or blanks
+  -M, --master-keys       unlock master keys; what is written is in clear
+      --time-zone ZONE    of dates in filter expressions
+  -h, --help              show this
+
+Example:
+  chronex-trail sql -o trail.db shop.7-1 shop.7-2
+  sqlite3 trail.db 'SELECT ts, op, recno FROM change'
+)";
+
+// The options of this command.
+struct sql_options {
+  shared_options shared;
+  bool force = false;
+  bool append = false;
+
+  existing_database existing() const {
+    if (append) return existing_database::continued;
+    return force ? existing_database::replaced : existing_database::refused;
+  }
+};
+
+int parse(std::span<char*> arguments, run_messages& messages,
+          sql_options& options) {
+  const own_option own[] = {
+      {"force", nullptr, &options.force},
+      {"append", nullptr, &options.append},
+  };
+  const int status =
+      parse_shared_options(arguments, messages, options.shared, own);
+  if (status != 0 || options.shared.help) return status;
+  if (options.shared.output == "-") {
+    messages.print("No database specified: -o DATABASE\n");
+    return EXIT_USAGE;
+  }
+  if (options.force && options.append) {
+    messages.print("--force and --append exclude each other\n");
+    return EXIT_USAGE;
+  }
+  return 0;
+}
+
+// The arguments as a JSON array.
+std::string words_of(std::span<char* const> arguments) {
+  std::string words;
+  for (const char* argument : arguments) {
+    words += words.empty() ? '[' : ',';
+    append_json_string(words, well_formed_utf8(argument));
+  }
+  return words + ']';
+}
+
+// Refuses an output that is one of the inputs, also while it is being written.
+int check_output(trail_run& run, const shared_options& options) {
+  const std::string partial = options.output + ".partial";
+  for (const std::string& name : {options.output, partial}) {
+    if (inputs_check_output(options.operands, -1, name.c_str(), run.messages) !=
+        0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+// Returns the exit status.
+int fill(trail_run& run, database_file& file, const run_facts& facts) {
+  sql_output output(run.messages, file.database(), &run.item_names);
+  try {
+    output.begin(file.is_continued(), facts);
+    run.events.add_output(output);
+    const int status = process_inputs(run);
+    if (!output.failure().empty()) return EXIT_ERROR;
+    output.end(status);
+    return status;
+  } catch (const sql_error& error) {
+    run.messages.print("The database could not be filled: %s\n", error.what());
+    return EXIT_ERROR;
+  }
+}
+
+int write_database(trail_run& run, const sql_options& options,
+                   const run_facts& facts) {
+  database_file file(run.messages);
+  if (file.open(options.shared.output, options.existing(),
+                options.shared.use_master_keys) != 0) {
+    return EXIT_ERROR;
+  }
+  const int status = fill(run, file, facts);
+  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+}
+
+int run_sql(std::span<char*> arguments) {
+  const auto run = std::make_unique<trail_run>();
+  // The parser changes the order of the arguments.
+  const run_facts facts{VERSION_LINE, words_of(arguments)};
+  sql_options options;
+  const int status = parse(arguments, run->messages, options);
+  if (status != 0) return status;
+  if (options.shared.help) {
+    std::fputs(HELP, stdout);
+    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
+  }
+  if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
+  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
+  return write_database(*run, options, facts);
+}
+
+}  // namespace
+
+const trail_command SQL_COMMAND = {"sql", "the trail as tables of a database",
+                                   HELP, run_sql};

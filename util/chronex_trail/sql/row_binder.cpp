@@ -1,0 +1,215 @@
+#include "util/chronex_trail/sql/row_binder.h"
+
+#include <array>
+#include <charconv>
+#include <cstring>
+#include <functional>
+#include <iterator>
+
+#include "util/chronex_trail/json/item_note.h"
+#include "util/chronex_trail/json/value_text.h"
+
+namespace {
+
+constexpr int FIRST_ITEM_PARAMETER = std::size(FIXED_COLUMNS) + 1;
+
+// Takes every number there is.
+constexpr std::size_t NUMBER_ROOM = 32;
+
+// The number that the shortest text of a real number stands for, at the width
+// at which it is stored.
+double shown_number(double value, std::size_t size) {
+  if (size != sizeof(float)) return value;
+  std::array<char, NUMBER_ROOM> text;
+  const char* const end = std::to_chars(text.data(), text.data() + text.size(),
+                                        static_cast<float>(value))
+                              .ptr;
+  double shown = 0;
+  std::from_chars(text.data(), end, shown);
+  return shown;
+}
+
+std::int64_t whole_number(value_form form, const item_value& value) {
+  if (form == value_form::integer) return value.integer;
+  if (form == value_form::natural) {
+    return static_cast<std::int64_t>(value.natural);
+  }
+  std::int64_t number = 0;
+  std::from_chars(value.text.data(), value.text.data() + value.text.size(),
+                  number);
+  return number;
+}
+
+// Whether a text is borrowed from a record.
+bool is_within(std::string_view text, record_image record) {
+  const auto* const begin = reinterpret_cast<const char*>(record.data());
+  return std::greater_equal<>()(text.data(), begin) &&
+         std::less_equal<>()(text.data() + text.size(), begin + record.size());
+}
+
+bool is_sealed(const item_view& item, const shown_image& image) {
+  return item.encrypted && image.sealed;
+}
+
+bool differs(const item_view& item, record_image before, record_image after) {
+  const record_image old_bytes = item.of(before);
+  return std::memcmp(old_bytes.data(), item.of(after).data(),
+                     old_bytes.size()) != 0;
+}
+
+}  // namespace
+
+void row_binder::bind_before(set_table& table, const set_piece& set,
+                             const shown_image& image) {
+  bind_image(table, set, image, FIRST_ITEM_PARAMETER + 1);
+}
+
+void row_binder::bind_after(set_table& table, const set_piece& set,
+                            const shown_image& image) {
+  bind_image(table, set, image, FIRST_ITEM_PARAMETER);
+}
+
+// Parameters of an image are every second one from the first.
+void row_binder::bind_image(set_table& table, const set_piece& set,
+                            const shown_image& image, int first) {
+  if (!image.exists()) return;
+  const character_table& characters = character_table_of(set.charset);
+  std::size_t pair = 0;
+  int at = first;
+  for (std::size_t i = 0; i < table.plan.first_more; ++i) {
+    at = bind_item(table, pair, {set, image, set.items[i], characters}, at);
+  }
+  if (table.plan.has_more) bind_more(table, set, image, at);
+}
+
+// Encrypted values are NULL. Returns whether it is one.
+bool row_binder::put_sealed(const item_place& place) {
+  if (!is_sealed(place.keyed.item, place.image)) return false;
+  append_item_note(notes_,
+                   {place.image.name, place.set.quoted_name(place.keyed)},
+                   "encrypted");
+  return true;
+}
+
+void row_binder::note_fill(const item_place& place) {
+  const item_view& item = place.keyed.item;
+  if (item.encrypted && place.image.may_be_sealed &&
+      has_fill_values(item, place.image.bytes)) {
+    append_item_note(notes_,
+                     {place.image.name, place.set.quoted_name(place.keyed)},
+                     "maybe_encrypted");
+  }
+}
+
+// Returns the parameter of the next item.
+int row_binder::bind_item(set_table& table, std::size_t& pair,
+                          const item_place& place, int at) {
+  const std::vector<column_pair>& pairs = table.plan.pairs;
+  const bool sealed = put_sealed(place);
+  const std::size_t item = pairs[pair].item;
+  for (; pair < pairs.size() && pairs[pair].item == item; ++pair, at += 2) {
+    if (!sealed) bind_element(table.insert, at, pairs[pair], place);
+  }
+  if (!sealed) note_fill(place);
+  return at;
+}
+
+item_value row_binder::read(const item_place& place, std::size_t k) {
+  const item_view& item = place.keyed.item;
+  const item_value value =
+      read_value(item.form, item.element(place.image.bytes, k),
+                 place.characters, scratch_);
+  if (value.problem != value_problem::none) {
+    append_element_note(notes_,
+                        {place.image.name, place.set.quoted_name(place.keyed)},
+                        item, k, place.image.bytes, value.problem);
+  }
+  return value;
+}
+
+void row_binder::bind_element(sql_statement& row, int at,
+                              const column_pair& pair,
+                              const item_place& place) {
+  const item_view& item = place.keyed.item;
+  if (pair.kind == column_kind::array) {
+    json_.clear();
+    append_item(place);
+    row.bind_text(at, json_, true);
+    return;
+  }
+  if (pair.kind == column_kind::bytes) {
+    row.bind_bytes(at, item.element(place.image.bytes, pair.element));
+    return;
+  }
+  const item_value value = read(place, pair.element);
+  if (value.is_null()) return;
+  if (pair.kind == column_kind::integer) {
+    row.bind(at, whole_number(item.form, value));
+  } else if (pair.kind == column_kind::real) {
+    row.bind_real(at, shown_number(value.real, item.size));
+  } else {
+    bind_text(row, at, place, value);
+  }
+}
+
+void row_binder::bind_text(sql_statement& row, int at, const item_place& place,
+                           const item_value& value) {
+  if (place.keyed.item.form == value_form::natural) {
+    row.bind_text(at, std::to_string(value.natural), true);
+  } else {
+    row.bind_text(at, value.text, !is_within(value.text, place.image.bytes));
+  }
+}
+
+void row_binder::append_element(const item_place& place, std::size_t k) {
+  const item_view& item = place.keyed.item;
+  const item_value value = read(place, k);
+  const std::size_t begin = json_.size();
+  json_.resize(begin + value_text_room(item.size));
+  const char* const end =
+      put_value_text(item.form, item.size, value, json_.data() + begin);
+  json_.resize(static_cast<std::size_t>(end - json_.data()));
+}
+
+// Appends an item's value as JSON.
+void row_binder::append_item(const item_place& place) {
+  const std::size_t count = place.keyed.item.count;
+  if (count > 1) json_ += '[';
+  for (std::size_t k = 0; k < count; ++k) {
+    if (k > 0) json_ += ',';
+    append_element(place, k);
+  }
+  if (count > 1) json_ += ']';
+}
+
+// The items without columns as one object.
+void row_binder::bind_more(set_table& table, const set_piece& set,
+                           const shown_image& image, int at) {
+  const character_table& characters = character_table_of(set.charset);
+  json_.clear();
+  for (std::size_t i = table.plan.first_more; i < set.items.size(); ++i) {
+    const item_place place{set, image, set.items[i], characters};
+    json_ += set.key(place.keyed);
+    if (put_sealed(place)) {
+      json_ += "null";
+      continue;
+    }
+    append_item(place);
+    note_fill(place);
+  }
+  json_.front() = '{';
+  table.insert.bind_text(at, json_ + '}', true);
+}
+
+const std::string& row_binder::changed(const set_piece& set,
+                                       const shown_image& before,
+                                       const shown_image& after) {
+  changed_ = '[';
+  for (const keyed_item& keyed : set.items) {
+    if (is_sealed(keyed.item, before) || is_sealed(keyed.item, after)) continue;
+    if (!differs(keyed.item, before.bytes, after.bytes)) continue;
+    if (changed_.size() > 1) changed_ += ',';
+    changed_ += set.quoted_name(keyed);
+  }
+  return changed_ += ']';
+}

@@ -1,0 +1,63 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ROW_BINDER_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ROW_BINDER_H
+
+// The images of an operation as columns of its data set's table.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "util/chronex_trail/json/record_text.h"
+#include "util/chronex_trail/sql/set_tables.h"
+
+class row_binder {
+ public:
+  // `notes` takes what has to be told about values, as in record_text; it stays
+  // the caller's.
+  explicit row_binder(std::string& notes) : notes_(notes) {}
+
+  // Binds the values of an image; those of one that is not there stay as they
+  // are. The images must stay until the statement has run.
+  void bind_before(set_table& table, const set_piece& set,
+                   const shown_image& image);
+  void bind_after(set_table& table, const set_piece& set,
+                  const shown_image& image);
+
+  // The names of the items that differ, as a JSON array; valid until the next
+  // call.
+  const std::string& changed(const set_piece& set, const shown_image& before,
+                             const shown_image& after);
+
+ private:
+  // An item of an image.
+  struct item_place {
+    const set_piece& set;
+    const shown_image& image;
+    const keyed_item& keyed;
+    const character_table& characters;
+  };
+
+  void bind_image(set_table& table, const set_piece& set,
+                  const shown_image& image, int first);
+  int bind_item(set_table& table, std::size_t& pair, const item_place& place,
+                int at);
+  void bind_element(sql_statement& row, int at, const column_pair& pair,
+                    const item_place& place);
+  void bind_text(sql_statement& row, int at, const item_place& place,
+                 const item_value& value);
+  void bind_more(set_table& table, const set_piece& set,
+                 const shown_image& image, int at);
+  bool put_sealed(const item_place& place);
+  void note_fill(const item_place& place);
+  item_value read(const item_place& place, std::size_t k);
+  void append_item(const item_place& place);
+  void append_element(const item_place& place, std::size_t k);
+
+  std::string& notes_;
+  text_scratch scratch_;
+  // An array or object that is being put together.
+  std::string json_;
+  std::string changed_;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ROW_BINDER_H

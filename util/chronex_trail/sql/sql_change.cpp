@@ -1,0 +1,144 @@
+// The rows of an operation on a record.
+
+#include <string_view>
+
+#include "util/chronex/input/input_file.h"
+#include "util/chronex/tables/image_record.h"
+#include "util/chronex_trail/json/field_note.h"
+#include "util/chronex_trail/json/item_note.h"
+#include "util/chronex_trail/sql/sql_guarded.h"
+#include "util/chronex_trail/values/event_names.h"
+#include "util/chronex_trail/values/text_origin.h"
+
+namespace {
+
+// Parameters of the table `change`.
+enum change_column : int {
+  CHANGE_N = 1,
+  CHANGE_TS,
+  CHANGE_OP,
+  CHANGE_DATA_SET,
+  CHANGE_RECNO,
+  CHANGE_SESSION,
+  CHANGE_INPUT,
+  CHANGE_GENERATION,
+  CHANGE_SEQUENCE,
+  CHANGE_ACTION,
+  CHANGE_MEMO_BEGIN,
+  CHANGE_MEMO_END,
+  CHANGE_MEMO_TEXT,
+  CHANGE_CHANGED,
+  CHANGE_NOTES,
+};
+
+// Notes of one event that took more are not kept as room for the next.
+constexpr std::size_t KEPT_NOTES = std::size_t{1} << 20;
+
+std::string_view text_of(const memo_slot& slot) {
+  return {reinterpret_cast<const char*>(slot.data.data()),
+          static_cast<std::size_t>(slot.size)};
+}
+
+}  // namespace
+
+void sql_output::bind_slot(int at, const memo_slot& slot,
+                           std::string_view field) {
+  if (slot.size <= 0) return;
+  const decoded_text text = decode_text(
+      text_of(slot), character_table_of(charset_at(slot.place)), scratch_);
+  if (text.undecodable) append_field_note(notes_, field, text_of(slot));
+  change_.bind_text(at, text.utf8, true);
+}
+
+// What the session last said of its transaction.
+void sql_output::bind_slots(const session_entry& session) {
+  if (session.dbbegin_end.mode == MEMO_DBBEGIN) {
+    bind_slot(CHANGE_MEMO_BEGIN, session.dbbegin_end, "memo.begin");
+  } else {
+    bind_slot(CHANGE_MEMO_END, session.dbbegin_end, "memo.end");
+  }
+  bind_slot(CHANGE_MEMO_TEXT, session.dbmemo, "memo.text");
+}
+
+void sql_output::bind_operation(const image_operation& operation,
+                                const event_place& place) {
+  change_.clear();
+  change_.bind(CHANGE_N, n_);
+  change_.bind_text(CHANGE_TS, time_.text(operation.timestamp));
+  change_.bind_text(CHANGE_OP, op_letter(operation.op));
+  change_.bind(CHANGE_RECNO, operation.recno);
+  change_.bind(CHANGE_SESSION, session_of(operation.session));
+  if (place.file != nullptr) change_.bind(CHANGE_INPUT, input_);
+  if (is_in_forward_log(place)) {
+    change_.bind(CHANGE_GENERATION, place.file->generation);
+    change_.bind(CHANGE_SEQUENCE, place.file->sequence);
+  }
+  if (place.number != 0) change_.bind(CHANGE_ACTION, place.number);
+}
+
+void sql_output::bind_images(const image_operation& operation,
+                             const set_piece& set, set_table& table,
+                             const event_place& place) {
+  const bool may_be_sealed = is_in_audit_file(place);
+  const shown_image before{.name = "before",
+                           .bytes = operation.before,
+                           .sealed = operation.before_sealed,
+                           .may_be_sealed = may_be_sealed};
+  const shown_image after{.name = "after",
+                          .bytes = operation.after,
+                          .sealed = operation.after_sealed,
+                          .may_be_sealed = may_be_sealed};
+  if (!before.exists() && operation.op != OP_PUT) {
+    append_missing_note(notes_, before.name);
+  }
+  if (!after.exists() && operation.op != OP_DELETE) {
+    append_missing_note(notes_, after.name);
+  }
+  rows_.bind_before(table, set, before);
+  rows_.bind_after(table, set, after);
+  if (operation.op == OP_UPDATE && before.exists() && after.exists()) {
+    change_.bind_text(CHANGE_CHANGED, rows_.changed(set, before, after));
+  }
+}
+
+// The row of the data set's table.
+void sql_output::insert_images(const image_operation& operation,
+                               const set_piece& set, set_table& table,
+                               const event_place& place) {
+  sql_statement& row = table.insert;
+  row.clear();
+  row.bind(1, n_);
+  row.bind_text(2, time_.text(operation.timestamp));
+  row.bind_text(3, op_letter(operation.op));
+  row.bind(4, operation.recno);
+  row.bind(5, session_of(operation.session));
+  bind_images(operation, set, table, place);
+  row.run();
+}
+
+void sql_output::insert_change(const image_operation& operation,
+                               const event_place& place) {
+  const int charset = charset_at(place);
+  const set_piece& set = sets_.of(operation.node, charset, place);
+  set_table& table = tables_.of(operation.node, set, place);
+  ++n_;
+  ++changes_;
+  notes_ = set.notes;
+  notes_ += sessions_.of(operation.session, charset).notes;
+  bind_operation(operation, place);
+  change_.bind(CHANGE_DATA_SET, table.data_set);
+  bind_slots(operation.session);
+  insert_images(operation, set, table, place);
+  if (!notes_.empty()) {
+    notes_.front() = '[';
+    notes_ += ']';
+    change_.bind_text(CHANGE_NOTES, notes_);
+  }
+  change_.run();
+  if (notes_.capacity() > KEPT_NOTES) notes_ = std::string();
+}
+
+int sql_output::operation(const image_operation& operation,
+                          const event_place& place) {
+  return guarded([&] { insert_change(operation, place); });
+}

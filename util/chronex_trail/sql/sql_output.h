@@ -1,0 +1,125 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQL_OUTPUT_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQL_OUTPUT_H
+
+// The trail as tables of an SQLite database. Values are those of the JSON
+// events; doc/sql.md describes the tables.
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "util/chronex/messages/messages.h"
+#include "util/chronex/trail/output.h"
+#include "util/chronex_trail/json/session_piece.h"
+#include "util/chronex_trail/json/set_piece.h"
+#include "util/chronex_trail/sql/database.h"
+#include "util/chronex_trail/sql/row_binder.h"
+#include "util/chronex_trail/sql/set_tables.h"
+#include "util/chronex_trail/values/utc_time.h"
+#include "util/chronex_trail/values/utf8_text.h"
+
+// Times as the engine has them: "YYYY-MM-DD HH:MM:SS", UTC.
+class sql_time {
+ public:
+  // Valid until the next call.
+  std::string_view text(std::uint32_t timestamp);
+
+ private:
+  utc_time utc_;
+  std::array<char, 19> text_{};
+};
+
+// What a run tells of itself.
+struct run_facts {
+  // Version of the program, and the command's arguments.
+  std::string version;
+  std::string options;
+};
+
+class sql_output : public trail_output {
+ public:
+  // All stay the caller's. `listed` narrows what is kept of records; null:
+  // nothing does.
+  sql_output(run_messages& messages, sql_database& database,
+             const item_name_list* listed);
+
+  // Makes the tables, or goes on behind what is there. Throws sql_error.
+  void begin(bool append, run_facts facts);
+  // Makes the indexes, and notes the run with its exit status. Throws
+  // sql_error.
+  void end(int status);
+  // What the engine said went wrong; empty = nothing did.
+  const std::string& failure() const { return failure_; }
+
+  int file_begins(const input_file& file) override;
+  sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
+                         const event_place& place) override;
+  int sign_off(const session_entry& session, const event_place& place) override;
+  int schema(const node_entry& node, const event_place& place) override;
+  int memo(const memo_view& memo) override;
+  int operation(const image_operation& operation,
+                const event_place& place) override;
+  int notice(const trail_notice& notice) override;
+  int comment(std::string_view text, const event_place& place) override;
+
+ private:
+  // Calls what adds rows. Returns 0, or -1 after a failure.
+  template <typename Event>
+  int guarded(const Event& event);
+
+  void prepare();
+  void go_on();
+  std::int64_t session_of(const session_entry& session) const;
+  void insert_input(const input_file& file);
+  void insert_session(const session_entry& session, const event_place& place);
+  void insert_memo(const memo_view& memo);
+  void insert_notice(const trail_notice& notice);
+  void bind_attribute(int at, const session_entry& session,
+                      std::string_view key, int charset);
+  void insert_run(int status);
+
+  // In sql_change.cpp.
+  void insert_change(const image_operation& operation,
+                     const event_place& place);
+  void bind_operation(const image_operation& operation,
+                      const event_place& place);
+  void bind_slots(const session_entry& session);
+  void bind_slot(int at, const memo_slot& slot, std::string_view field);
+  void insert_images(const image_operation& operation, const set_piece& set,
+                     set_table& table, const event_place& place);
+  void bind_images(const image_operation& operation, const set_piece& set,
+                   set_table& table, const event_place& place);
+
+  run_messages& messages_;
+  sql_database& database_;
+  set_pieces sets_;
+  session_pieces sessions_;
+  set_tables tables_;
+  std::string notes_;
+  row_binder rows_{notes_};
+  text_scratch scratch_;
+  sql_time time_;
+  std::string failure_;
+  run_facts facts_;
+  std::string started_;
+
+  sql_statement change_;
+  sql_statement memo_;
+  sql_statement notice_;
+  sql_statement session_;
+  sql_statement sign_off_;
+
+  // The number of the latest event, and the id of the latest input.
+  std::int64_t n_ = 0;
+  std::int64_t input_ = 0;
+  // The highest numbers of earlier runs. An id is this and the sign-on's
+  // number.
+  std::int64_t earlier_sessions_ = 0;
+  std::int64_t changes_ = 0;
+  std::int64_t gaps_ = 0;
+  std::int64_t warnings_ = 0;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQL_OUTPUT_H
