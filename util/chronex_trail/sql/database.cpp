@@ -44,9 +44,10 @@ std::string_view sql_statement::text(int column) const {
 
 void sql_database::open(const std::string& name) {
   sqlite3* connection = nullptr;
-  const int code =
-      sqlite3_open_v2(name.c_str(), &connection,
-                      SQLITE_OPEN_READWRITE | SQLITE_OPEN_EXRESCODE, nullptr);
+  const int code = sqlite3_open_v2(
+      name.c_str(), &connection,
+      SQLITE_OPEN_READWRITE | SQLITE_OPEN_EXRESCODE | SQLITE_OPEN_NOMUTEX,
+      nullptr);
   connection_.reset(connection);
   check(code, connection);
 }

@@ -67,7 +67,9 @@ void sql_output::bind_operation(const image_operation& operation,
   change_.bind_text(CHANGE_TS, time_.text(operation.timestamp));
   change_.bind_text(CHANGE_OP, op_letter(operation.op));
   change_.bind(CHANGE_RECNO, operation.recno);
-  change_.bind(CHANGE_SESSION, session_of(operation.session));
+  const std::int64_t session = session_of(operation.session);
+  bounds_.add(session, n_);
+  change_.bind(CHANGE_SESSION, session);
   if (place.file != nullptr) change_.bind(CHANGE_INPUT, input_);
   if (is_in_forward_log(place)) {
     change_.bind(CHANGE_GENERATION, place.file->generation);

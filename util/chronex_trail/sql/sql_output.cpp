@@ -24,12 +24,6 @@ SELECT max((SELECT coalesce(max(n), 0) FROM change),
            (SELECT coalesce(max(n), 0) FROM notice),
            (SELECT coalesce(max(signed_off_n), 0) FROM session)))sql";
 
-constexpr const char* SET_SESSION_BOUNDS = R"sql(
-UPDATE session SET first_n = bounds.first_n, last_n = bounds.last_n
-FROM (SELECT session, min(n) AS first_n, max(n) AS last_n
-      FROM change GROUP BY session) AS bounds
-WHERE id = bounds.session AND id > )sql";
-
 std::string now() {
   sql_time time;
   return std::string(time.text(static_cast<std::uint32_t>(std::time(nullptr))));
@@ -58,6 +52,7 @@ void sql_output::begin(bool append, run_facts facts) {
   database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
   database_.run("PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;");
   if (!append) {
+    database_.run("PRAGMA page_size = 8192");
     database_.run(CREATE_TRAIL_TABLES);
     database_.run(
         "PRAGMA application_id = " + std::to_string(TRAIL_APPLICATION_ID) +
@@ -89,6 +84,7 @@ void sql_output::prepare() {
       true);
   sign_off_ = database_.prepare(
       "UPDATE session SET signed_off_n = ? WHERE id = ?", true);
+  bounds_.prepare(database_);
 }
 
 void sql_output::insert_input(const input_file& file) {
@@ -257,9 +253,8 @@ void sql_output::end(int status) {
        {&change_, &memo_, &notice_, &session_, &sign_off_}) {
     *statement = sql_statement();
   }
-  database_.run(CREATE_TRAIL_INDEXES);
+  bounds_.finish();
   tables_.make_indexes();
-  database_.run(SET_SESSION_BOUNDS + std::to_string(earlier_sessions_));
   insert_run(status);
   database_.run("COMMIT");
 }

@@ -16,6 +16,7 @@
 #include "util/chronex_trail/json/set_piece.h"
 #include "util/chronex_trail/sql/database.h"
 #include "util/chronex_trail/sql/row_binder.h"
+#include "util/chronex_trail/sql/session_bounds.h"
 #include "util/chronex_trail/sql/set_tables.h"
 #include "util/chronex_trail/values/utc_time.h"
 #include "util/chronex_trail/values/utf8_text.h"
@@ -97,6 +98,7 @@ class sql_output : public trail_output {
   set_pieces sets_;
   session_pieces sessions_;
   set_tables tables_;
+  session_bounds bounds_;
   std::string notes_;
   row_binder rows_{notes_};
   text_scratch scratch_;

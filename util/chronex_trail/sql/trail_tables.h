@@ -38,12 +38,4 @@ CREATE TABLE run(
   changes INTEGER, gaps INTEGER, warnings INTEGER, status INTEGER);
 )sql";
 
-// Made when all rows are there. A table named like one of them may not be.
-inline constexpr const char* TRAIL_INDEX_NAMES[] = {"change_by_record",
-                                                    "change_by_session"};
-inline constexpr const char* CREATE_TRAIL_INDEXES = R"sql(
-CREATE INDEX IF NOT EXISTS change_by_record ON change(data_set, recno);
-CREATE INDEX IF NOT EXISTS change_by_session ON change(session);
-)sql";
-
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_TRAIL_TABLES_H
