@@ -5,6 +5,7 @@
 #include <string>
 
 #include "util/chronex/run/usage.h"
+#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/run/trail_run.h"
@@ -79,18 +80,6 @@ std::string words_of(std::span<char* const> arguments) {
     append_json_string(words, well_formed_utf8(argument));
   }
   return words + ']';
-}
-
-// Refuses an output that is one of the inputs, also while it is being written.
-int check_output(trail_run& run, const shared_options& options) {
-  const std::string partial = options.output + ".partial";
-  for (const std::string& name : {options.output, partial}) {
-    if (inputs_check_output(options.operands, -1, name.c_str(), run.messages) !=
-        0) {
-      return -1;
-    }
-  }
-  return 0;
 }
 
 // Returns the exit status.

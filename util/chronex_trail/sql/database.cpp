@@ -74,6 +74,23 @@ sql_statement sql_database::prepare(std::string_view text, bool reused) {
   return statement;
 }
 
+sql_statement sql_database::prepare_only(std::string_view text) {
+  sqlite3_stmt* prepared = nullptr;
+  const char* rest = nullptr;
+  const int code =
+      sqlite3_prepare_v2(connection_.get(), text.data(),
+                         static_cast<int>(text.size()), &prepared, &rest);
+  sql_statement statement;
+  statement.statement_.reset(prepared);
+  check(code, connection_.get());
+  const std::string_view behind =
+      text.substr(static_cast<std::size_t>(rest - text.data()));
+  if (behind.find_first_not_of(" \t\r\n;") != behind.npos) {
+    throw sql_error("one query at a time");
+  }
+  return statement;
+}
+
 std::int64_t sql_database::number(std::string_view query) {
   sql_statement statement = prepare(query);
   return statement.step() ? statement.integer(0) : 0;

@@ -92,6 +92,8 @@ class sql_database {
   void run(const std::string& text);
   // `reused`: the statement will be there for long.
   sql_statement prepare(std::string_view text, bool reused = false);
+  // Prepares a text that is a single statement; nothing else may follow it.
+  sql_statement prepare_only(std::string_view text);
   // The number that a query answers with.
   std::int64_t number(std::string_view query);
 

@@ -1,0 +1,10 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_COMMANDS_CHECK_OUTPUT_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_COMMANDS_CHECK_OUTPUT_H
+
+#include "util/chronex_trail/run/trail_run.h"
+
+// Refuses an output that is one of the inputs, also while it is being written.
+// Returns 0, or -1 with a message.
+int check_output(trail_run& run, const shared_options& options);
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_COMMANDS_CHECK_OUTPUT_H
