@@ -17,6 +17,7 @@ struct trail_command {
 };
 
 extern const trail_command JSON_COMMAND;
+extern const trail_command LIST_COMMAND;
 extern const trail_command QUERY_COMMAND;
 extern const trail_command SQL_COMMAND;
 

@@ -4,14 +4,15 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/temporary_database.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/sql/answer.h"
-#include "util/chronex_trail/sql/sql_output.h"
 
 namespace {
 
@@ -120,21 +121,9 @@ int answer(trail_run& run, const query_options& options, sql_database& database,
 // The answer is that over what could be read, whatever the status.
 int load_and_answer(trail_run& run, const query_options& options) {
   sql_database database;
-  sql_output output(run.messages, database, &run.item_names);
-  int status = 0;
-  try {
-    database.open("");
-    output.begin(false, {});
-    run.events.add_output(output);
-    status = process_inputs(run);
-    if (!output.failure().empty()) return EXIT_ERROR;
-    output.end(status);
-  } catch (const sql_error& error) {
-    run.messages.print("The temporary database could not be filled: %s\n",
-                       error.what());
-    return EXIT_ERROR;
-  }
-  return answer(run, options, database, status);
+  const std::optional<int> status =
+      load_temporary(run, database, kept_rows::all);
+  return status ? answer(run, options, database, *status) : EXIT_ERROR;
 }
 
 int run_query(std::span<char*> arguments) {

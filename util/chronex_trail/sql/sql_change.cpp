@@ -130,7 +130,7 @@ void sql_output::insert_change(const image_operation& operation,
   bind_operation(operation, place);
   change_.bind(CHANGE_DATA_SET, table.data_set);
   bind_slots(operation.session);
-  insert_images(operation, set, table, place);
+  if (kept_ == kept_rows::all) insert_images(operation, set, table, place);
   if (!notes_.empty()) {
     notes_.front() = '[';
     notes_ += ']';

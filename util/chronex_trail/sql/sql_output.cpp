@@ -38,9 +38,10 @@ std::string_view sql_time::text(std::uint32_t timestamp) {
 }
 
 sql_output::sql_output(run_messages& messages, sql_database& database,
-                       const item_name_list* listed)
+                       const item_name_list* listed, kept_rows kept)
     : messages_(messages),
       database_(database),
+      kept_(kept),
       sets_(listed),
       tables_(database) {}
 

@@ -39,12 +39,19 @@ struct run_facts {
   std::string options;
 };
 
+// Which rows an output adds.
+enum class kept_rows {
+  all,
+  // Not those of the tables of data sets, which are made but stay empty.
+  no_images,
+};
+
 class sql_output : public trail_output {
  public:
   // All stay the caller's. `listed` narrows what is kept of records; null:
   // nothing does.
   sql_output(run_messages& messages, sql_database& database,
-             const item_name_list* listed);
+             const item_name_list* listed, kept_rows kept = kept_rows::all);
 
   // Makes the tables, or goes on behind what is there. Throws sql_error.
   void begin(bool append, run_facts facts);
@@ -95,6 +102,7 @@ class sql_output : public trail_output {
 
   run_messages& messages_;
   sql_database& database_;
+  const kept_rows kept_;
   set_pieces sets_;
   session_pieces sessions_;
   set_tables tables_;

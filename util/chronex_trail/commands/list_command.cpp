@@ -1,0 +1,153 @@
+// chronex-trail list: what is in logs.
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "util/chronex_trail/commands/check_output.h"
+#include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/temporary_database.h"
+#include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/sql/answer.h"
+
+namespace {
+
+constexpr int EXIT_ERROR = 1;
+
+constexpr const char* HELP =
+    R"(usage: chronex-trail list [options] FILE...
+
+Tells what is in logs: data sets with their items, the numbers of their records,
+users, programs and hosts, and of each when it was at work and how many changes
+it made. FILE is a forward log or an audit file, compressed or not; - is
+standard input.
+
+      --json              as one JSON object
+  -e, --filter EXPR       only what satisfies the filter expression
+  -f, --filter-file FILE  the same, from a file
+  -I, --items LIST        only these items, separated by commas or blanks
+  -M, --master-keys       unlock master keys
+  -o, --output NAME       write to a file
+      --time-zone ZONE    of dates in filter expressions
+  -h, --help              show this
+
+Example:
+  chronex-trail list shop.7-1 shop.7-2
+)";
+
+// The rows of a part, with names that both forms show.
+struct list_part {
+  const char* name;
+  const char* query;
+};
+
+constexpr list_part PARTS[] = {
+    {"total", R"sql(
+SELECT count(*) AS changes, min(ts) AS first, max(ts) AS last FROM change)sql"},
+    {"data_sets", R"sql(
+SELECT table_name AS data_set, count(*) AS changes, min(ts) AS first,
+       max(ts) AS last, count(DISTINCT recno) AS records,
+       min(recno) AS lowest, max(recno) AS highest
+FROM change JOIN data_set ON data_set.id = change.data_set
+GROUP BY table_name ORDER BY table_name)sql"},
+    {"items", R"sql(
+SELECT DISTINCT table_name AS data_set, item.name AS item, type, elements, size
+FROM item JOIN data_set ON data_set.id = item.data_set
+ORDER BY table_name, position)sql"},
+    {"users", R"sql(
+SELECT user, count(*) AS changes, min(ts) AS first, max(ts) AS last
+FROM change JOIN session ON session.id = change.session
+GROUP BY user ORDER BY user)sql"},
+    {"programs", R"sql(
+SELECT program, count(*) AS changes, min(ts) AS first, max(ts) AS last
+FROM change JOIN session ON session.id = change.session
+GROUP BY program ORDER BY program)sql"},
+    {"hosts", R"sql(
+SELECT host, count(*) AS changes, min(ts) AS first, max(ts) AS last
+FROM change JOIN session ON session.id = change.session
+GROUP BY host ORDER BY host)sql"},
+};
+
+// Puts the lines of an answer together as a JSON array.
+class array_sink : public byte_sink {
+ public:
+  int write(std::string_view bytes) override {
+    for (const char byte : bytes) {
+      if (!text_.empty() && text_.back() == '\n') text_.back() = ',';
+      text_ += byte;
+    }
+    return 0;
+  }
+  std::string array() const {
+    return '[' + text_.substr(0, text_.empty() ? 0 : text_.size() - 1) + ']';
+  }
+
+ private:
+  std::string text_;
+};
+
+int write_json(sql_database& database, byte_sink& sink) {
+  std::string object;
+  for (const list_part& part : PARTS) {
+    array_sink rows;
+    write_answer(database, part.query, answer_format::json, rows);
+    object += object.empty() ? "{\"" : ",\"";
+    object += part.name;
+    object += "\":" + rows.array();
+  }
+  return sink.write(object + "}\n");
+}
+
+int write_tables(sql_database& database, byte_sink& sink) {
+  for (const list_part& part : PARTS) {
+    if (&part != PARTS && sink.write("\n") != 0) return -1;
+    if (write_answer(database, part.query, answer_format::table, sink) != 0) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+// `status` is that of what was read. Returns the exit status.
+int write_list(trail_run& run, const shared_options& options, bool json,
+               sql_database& database, int status) {
+  result_file file(run.messages);
+  if (file.open(options.output, options.use_master_keys) != 0) {
+    return EXIT_ERROR;
+  }
+  try {
+    const int written =
+        json ? write_json(database, file) : write_tables(database, file);
+    if (written != 0) status = EXIT_ERROR;
+  } catch (const sql_error& error) {
+    run.messages.print("The list could not be made: %s\n", error.what());
+    status = EXIT_ERROR;
+  }
+  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+}
+
+int run_list(std::span<char*> arguments) {
+  const auto run = std::make_unique<trail_run>();
+  shared_options options;
+  bool json = false;
+  const own_option own[] = {{"json", nullptr, &json}};
+  const int wrong =
+      parse_shared_options(arguments, run->messages, options, own);
+  if (wrong != 0) return wrong;
+  if (options.help) {
+    std::fputs(HELP, stdout);
+    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
+  }
+  if (check_output(*run, options) != 0) return EXIT_ERROR;
+  if (prepare_run(*run, options) != 0) return EXIT_ERROR;
+  sql_database database;
+  const std::optional<int> status =
+      load_temporary(*run, database, kept_rows::no_images);
+  if (!status) return EXIT_ERROR;
+  return write_list(*run, options, json, database, *status);
+}
+
+}  // namespace
+
+const trail_command LIST_COMMAND = {"list", "what is in logs", HELP, run_list};
