@@ -1,15 +1,25 @@
 #include "util/chronex_trail/commands/check_output.h"
 
+#include <unistd.h>
+
+#include <cstdlib>
 #include <string>
 
+#include "util/chronex/run/output_check.h"
+#include "util/libmkey/mkey.h"
+
 int check_output(trail_run& run, const shared_options& options) {
+  files_read files{.operands = options.operands,
+                   .filter_files = options.filter_files};
+  if (options.use_master_keys) {
+    files.key_files = ko_mkey_files(std::getenv("KO_MKEYFILE"));
+  }
   if (options.output == "-") {
-    return inputs_check_output(options.operands, 1, "stdout", run.messages);
+    return check_output_file(files, STDOUT_FILENO, "stdout", run.messages);
   }
   const std::string partial = options.output + ".partial";
   for (const std::string& name : {options.output, partial}) {
-    if (inputs_check_output(options.operands, -1, name.c_str(), run.messages) !=
-        0) {
+    if (check_output_file(files, -1, name.c_str(), run.messages) != 0) {
       return -1;
     }
   }

@@ -3,7 +3,8 @@
 
 #include "util/chronex_trail/run/trail_run.h"
 
-// Refuses an output that is one of the inputs, also while it is being written.
+// Refuses an output that is a file which the run reads, also while it is being
+// written.
 // Returns 0, or -1 with a message.
 int check_output(trail_run& run, const shared_options& options);
 

@@ -1,13 +1,10 @@
 // chronex-trail json: the trail as JSON Lines.
 
-#include <unistd.h>
-
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 
-#include "util/chronex/run/output_check.h"
+#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
@@ -15,7 +12,6 @@
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/values/text_origin.h"
-#include "util/libmkey/mkey.h"
 
 namespace {
 
@@ -41,26 +37,6 @@ audit file, compressed or not; - is standard input.
 Example:
   chronex-trail json -e 'user={BOB}' -o bob.jsonl.gz shop.7-1 shop.7-2
 )";
-
-// Refuses an output that is a file which the run reads, also while it is being
-// written.
-int check_output(trail_run& run, const shared_options& options) {
-  files_read files{.operands = options.operands,
-                   .filter_files = options.filter_files};
-  if (options.use_master_keys) {
-    files.key_files = ko_mkey_files(std::getenv("KO_MKEYFILE"));
-  }
-  if (options.output == "-") {
-    return check_output_file(files, STDOUT_FILENO, "stdout", run.messages);
-  }
-  const std::string partial = options.output + ".partial";
-  for (const std::string& name : {options.output, partial}) {
-    if (check_output_file(files, -1, name.c_str(), run.messages) != 0) {
-      return -1;
-    }
-  }
-  return 0;
-}
 
 // Sends the trail to an output whose file is open.
 template <typename File>
