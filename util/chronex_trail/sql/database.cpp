@@ -15,6 +15,13 @@ void check(int code, sqlite3* connection) {
   if (code != SQLITE_OK) fail(code, connection);
 }
 
+// This program has one thread, and does not ask how much memory the engine has
+// taken. Must come before anything else is asked of the engine.
+bool set_up_engine() {
+  return sqlite3_config(SQLITE_CONFIG_SINGLETHREAD) == SQLITE_OK &&
+         sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+}
+
 struct backup_releaser {
   void operator()(sqlite3_backup* backup) const {
     sqlite3_backup_finish(backup);
@@ -43,6 +50,7 @@ std::string_view sql_statement::text(int column) const {
 }
 
 void sql_database::open(const std::string& name) {
+  [[maybe_unused]] static const bool is_set_up = set_up_engine();
   sqlite3* connection = nullptr;
   const int code = sqlite3_open_v2(
       name.c_str(), &connection,

@@ -51,7 +51,9 @@ void sql_output::begin(bool append, run_facts facts) {
   // The file has a temporary name until it is complete: nothing has to be
   // undone in it.
   database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
-  database_.run("PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;");
+  database_.run(
+      "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;"
+      " PRAGMA secure_delete = OFF;");
   if (!append) {
     database_.run("PRAGMA page_size = 8192");
     database_.run(CREATE_TRAIL_TABLES);
