@@ -20,6 +20,13 @@ class piece_cache {
   // The piece that has the number's place, which may be another's; null = none.
   Piece* at(std::uint64_t number) const { return place(number).get(); }
 
+  template <typename Visit>
+  void for_each(const Visit& visit) {
+    for (const std::unique_ptr<Piece>& piece : places_) {
+      if (piece) visit(*piece);
+    }
+  }
+
   // Drops all pieces.
   void clear() {
     for (std::unique_ptr<Piece>& piece : places_) piece.reset();

@@ -26,7 +26,7 @@ class sql_statement {
   bool is_prepared() const { return statement_ != nullptr; }
 
   // Set parameters, counted from 1. What is borrowed must stay until the
-  // statement has run; `copied` text need not.
+  // statement has run; what is `copied` need not.
   void bind(int at, std::int64_t number) {
     note(sqlite3_bind_int64(statement_.get(), at, number));
   }
@@ -38,9 +38,10 @@ class sql_statement {
         statement_.get(), at, utf8.empty() ? "" : utf8.data(), utf8.size(),
         copied ? SQLITE_TRANSIENT : SQLITE_STATIC, SQLITE_UTF8));
   }
-  void bind_bytes(int at, std::span<const std::uint8_t> bytes) {
+  void bind_bytes(int at, std::span<const std::uint8_t> bytes,
+                  bool copied = false) {
     note(sqlite3_bind_blob64(statement_.get(), at, bytes.data(), bytes.size(),
-                             SQLITE_STATIC));
+                             copied ? SQLITE_TRANSIENT : SQLITE_STATIC));
   }
   // All parameters become NULL.
   void clear() { sqlite3_clear_bindings(statement_.get()); }

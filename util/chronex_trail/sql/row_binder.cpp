@@ -3,7 +3,6 @@
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <functional>
 #include <iterator>
 
 #include "util/chronex_trail/json/item_note.h"
@@ -11,7 +10,7 @@
 
 namespace {
 
-constexpr int FIRST_ITEM_PARAMETER = std::size(FIXED_COLUMNS) + 1;
+constexpr int FIRST_ITEM_COLUMN = std::size(FIXED_COLUMNS) + 1;
 
 // Takes every number there is.
 constexpr std::size_t NUMBER_ROOM = 32;
@@ -40,13 +39,6 @@ std::int64_t whole_number(value_form form, const item_value& value) {
   return number;
 }
 
-// Whether a text is borrowed from a record.
-bool is_within(std::string_view text, record_image record) {
-  const auto* const begin = reinterpret_cast<const char*>(record.data());
-  return std::greater_equal<>()(text.data(), begin) &&
-         std::less_equal<>()(text.data() + text.size(), begin + record.size());
-}
-
 bool is_sealed(const item_view& item, const shown_image& image) {
   return item.encrypted && image.sealed;
 }
@@ -61,15 +53,15 @@ bool differs(const item_view& item, record_image before, record_image after) {
 
 void row_binder::bind_before(set_table& table, const set_piece& set,
                              const shown_image& image) {
-  bind_image(table, set, image, FIRST_ITEM_PARAMETER + 1);
+  bind_image(table, set, image, FIRST_ITEM_COLUMN + 1);
 }
 
 void row_binder::bind_after(set_table& table, const set_piece& set,
                             const shown_image& image) {
-  bind_image(table, set, image, FIRST_ITEM_PARAMETER);
+  bind_image(table, set, image, FIRST_ITEM_COLUMN);
 }
 
-// Parameters of an image are every second one from the first.
+// Columns of an image are every second one from the first.
 void row_binder::bind_image(set_table& table, const set_piece& set,
                             const shown_image& image, int first) {
   if (!image.exists()) return;
@@ -101,14 +93,14 @@ void row_binder::note_fill(const item_place& place) {
   }
 }
 
-// Returns the parameter of the next item.
+// Returns the column of the next item.
 int row_binder::bind_item(set_table& table, std::size_t& pair,
                           const item_place& place, int at) {
   const std::vector<column_pair>& pairs = table.plan.pairs;
   const bool sealed = put_sealed(place);
   const std::size_t item = pairs[pair].item;
   for (; pair < pairs.size() && pairs[pair].item == item; ++pair, at += 2) {
-    if (!sealed) bind_element(table.insert, at, pairs[pair], place);
+    if (!sealed) bind_element(table.rows, at, pairs[pair], place);
   }
   if (!sealed) note_fill(place);
   return at;
@@ -127,14 +119,13 @@ item_value row_binder::read(const item_place& place, std::size_t k) {
   return value;
 }
 
-void row_binder::bind_element(sql_statement& row, int at,
-                              const column_pair& pair,
+void row_binder::bind_element(row_batch& row, int at, const column_pair& pair,
                               const item_place& place) {
   const item_view& item = place.keyed.item;
   if (pair.kind == column_kind::array) {
     json_.clear();
     append_item(place);
-    row.bind_text(at, json_, true);
+    row.bind_text(at, json_);
     return;
   }
   if (pair.kind == column_kind::bytes) {
@@ -147,17 +138,10 @@ void row_binder::bind_element(sql_statement& row, int at,
     row.bind(at, whole_number(item.form, value));
   } else if (pair.kind == column_kind::real) {
     row.bind_real(at, shown_number(value.real, item.size));
+  } else if (item.form == value_form::natural) {
+    row.bind_text(at, std::to_string(value.natural));
   } else {
-    bind_text(row, at, place, value);
-  }
-}
-
-void row_binder::bind_text(sql_statement& row, int at, const item_place& place,
-                           const item_value& value) {
-  if (place.keyed.item.form == value_form::natural) {
-    row.bind_text(at, std::to_string(value.natural), true);
-  } else {
-    row.bind_text(at, value.text, !is_within(value.text, place.image.bytes));
+    row.bind_text(at, value.text);
   }
 }
 
@@ -198,7 +182,7 @@ void row_binder::bind_more(set_table& table, const set_piece& set,
     note_fill(place);
   }
   json_.front() = '{';
-  table.insert.bind_text(at, json_ + '}', true);
+  table.rows.bind_text(at, json_ + '}');
 }
 
 const std::string& row_binder::changed(const set_piece& set,

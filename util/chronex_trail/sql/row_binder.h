@@ -17,7 +17,7 @@ class row_binder {
   explicit row_binder(std::string& notes) : notes_(notes) {}
 
   // Binds the values of an image; those of one that is not there stay as they
-  // are. The images must stay until the statement has run.
+  // are.
   void bind_before(set_table& table, const set_piece& set,
                    const shown_image& image);
   void bind_after(set_table& table, const set_piece& set,
@@ -41,10 +41,8 @@ class row_binder {
                   const shown_image& image, int first);
   int bind_item(set_table& table, std::size_t& pair, const item_place& place,
                 int at);
-  void bind_element(sql_statement& row, int at, const column_pair& pair,
+  void bind_element(row_batch& row, int at, const column_pair& pair,
                     const item_place& place);
-  void bind_text(sql_statement& row, int at, const item_place& place,
-                 const item_value& value);
   void bind_more(set_table& table, const set_piece& set,
                  const shown_image& image, int at);
   bool put_sealed(const item_place& place);

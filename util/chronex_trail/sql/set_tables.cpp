@@ -69,12 +69,9 @@ std::string form_of_items(std::int64_t record_size,
   return form;
 }
 
-std::string insert_text(const std::string& table, const column_plan& plan) {
-  std::size_t columns = std::size(FIXED_COLUMNS) + 2 * plan.pairs.size();
-  if (plan.has_more) columns += 2;
-  std::string text = "INSERT INTO " + quoted_identifier(table) + " VALUES(?";
-  while (--columns > 0) text += ",?";
-  return text + ')';
+std::size_t column_count(const column_plan& plan) {
+  return std::size(FIXED_COLUMNS) + 2 * plan.pairs.size() +
+         (plan.has_more ? 2 : 0);
 }
 
 std::size_t size_of(const set_table& table) {
@@ -82,8 +79,13 @@ std::size_t size_of(const set_table& table) {
   for (const column_pair& pair : table.plan.pairs) {
     size += sizeof pair + pair.name.capacity() + pair.before_name.capacity();
   }
-  return size + static_cast<std::size_t>(sqlite3_stmt_status(
-                    table.insert.handle(), SQLITE_STMTSTATUS_MEMUSED, 0));
+  return size + table.rows.footprint();
+}
+
+// About what the texts of a row take: two images, and the time.
+std::size_t row_size(const set_context& schema) {
+  constexpr std::size_t TIME_SIZE = 19;
+  return 2 * static_cast<std::size_t>(schema.rec_sz) + TIME_SIZE;
 }
 
 void bind_item(sql_statement& statement, std::int64_t data_set,
@@ -255,9 +257,9 @@ std::unique_ptr<set_table> set_tables::make(const node_entry& node,
   const std::string form =
       form_of_items(node.set->rec_sz, rows_of(*node.set, set));
   table->data_set = data_set_of(node, name, form, set, table->plan);
-  table->insert = database_.prepare(
-      insert_text(form_of(name, form, table->plan).table_name, table->plan),
-      true);
+  table->rows.prepare(
+      database_, quoted_identifier(form_of(name, form, table->plan).table_name),
+      static_cast<int>(column_count(table->plan)), row_size(*node.set));
   table->size = size_of(*table);
   return table;
 }
@@ -271,6 +273,8 @@ set_table& set_tables::of(const node_entry& node, const set_piece& set,
       kept->from_audit_file == is_in_audit_file(place)) {
     return *kept;
   }
+  // The new one may take the place of any that has rows to insert.
+  flush();
   return kept_.put(set.schema_id, make(node, set, place));
 }
 
@@ -283,4 +287,12 @@ void set_tables::make_indexes() {
   new_tables_.clear();
 }
 
-void set_tables::release() { kept_.clear(); }
+void set_tables::flush() {
+  kept_.for_each([](set_table& table) { table.rows.flush(); });
+}
+
+void set_tables::finish() {
+  flush();
+  kept_.clear();
+  make_indexes();
+}

@@ -19,6 +19,7 @@
 #include "util/chronex_trail/sql/columns.h"
 #include "util/chronex_trail/sql/database.h"
 #include "util/chronex_trail/sql/identifiers.h"
+#include "util/chronex_trail/sql/row_batch.h"
 
 // A data set's table, ready to take rows.
 struct set_table {
@@ -31,8 +32,7 @@ struct set_table {
   // data_set.id
   std::int64_t data_set = 0;
   column_plan plan;
-  // Its parameters are the table's columns in their order.
-  sql_statement insert;
+  row_batch rows;
 
   // Bytes that it took when it was made.
   std::size_t size = 0;
@@ -51,10 +51,9 @@ class set_tables {
   set_table& of(const node_entry& node, const set_piece& set,
                 const event_place& place);
 
-  // Makes the indexes of tables that are new.
-  void make_indexes();
-  // Lets go of all statements.
-  void release();
+  // Inserts all rows and lets go of all statements, and makes the indexes of
+  // tables that are new.
+  void finish();
 
  private:
   // The name of a data set, in UTF-8.
@@ -75,6 +74,8 @@ class set_tables {
   static set_name name_of(const node_entry& node, const set_piece& set,
                           bool from_audit_file);
   void load_names();
+  void make_indexes();
+  void flush();
   void remember(const set_name& name, const std::string& form,
                 std::int64_t node, const known_form& known,
                 std::int64_t data_set);

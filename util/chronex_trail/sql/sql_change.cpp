@@ -12,7 +12,7 @@
 
 namespace {
 
-// Parameters of the table `change`.
+// Columns of the table `change`.
 enum change_column : int {
   CHANGE_N = 1,
   CHANGE_TS,
@@ -47,7 +47,7 @@ void sql_output::bind_slot(int at, const memo_slot& slot,
   const decoded_text text = decode_text(
       text_of(slot), character_table_of(charset_at(slot.place)), scratch_);
   if (text.undecodable) append_field_note(notes_, field, text_of(slot));
-  change_.bind_text(at, text.utf8, true);
+  change_.bind_text(at, text.utf8);
 }
 
 // What the session last said of its transaction.
@@ -62,10 +62,9 @@ void sql_output::bind_slots(const session_entry& session) {
 
 void sql_output::bind_operation(const image_operation& operation,
                                 const event_place& place) {
-  change_.clear();
-  change_.bind(CHANGE_N, n_);
+  change_.begin(n_);
   change_.bind_text(CHANGE_TS, time_.text(operation.timestamp));
-  change_.bind_text(CHANGE_OP, op_letter(operation.op));
+  change_.bind_literal(CHANGE_OP, op_letter(operation.op));
   change_.bind(CHANGE_RECNO, operation.recno);
   const std::int64_t session = session_of(operation.session);
   bounds_.add(session, n_);
@@ -107,15 +106,14 @@ void sql_output::bind_images(const image_operation& operation,
 void sql_output::insert_images(const image_operation& operation,
                                const set_piece& set, set_table& table,
                                const event_place& place) {
-  sql_statement& row = table.insert;
-  row.clear();
-  row.bind(1, n_);
+  row_batch& row = table.rows;
+  row.begin(n_);
   row.bind_text(2, time_.text(operation.timestamp));
-  row.bind_text(3, op_letter(operation.op));
+  row.bind_literal(3, op_letter(operation.op));
   row.bind(4, operation.recno);
   row.bind(5, session_of(operation.session));
   bind_images(operation, set, table, place);
-  row.run();
+  row.end();
 }
 
 void sql_output::insert_change(const image_operation& operation,
@@ -136,7 +134,7 @@ void sql_output::insert_change(const image_operation& operation,
     notes_ += ']';
     change_.bind_text(CHANGE_NOTES, notes_);
   }
-  change_.run();
+  change_.end();
   if (notes_.capacity() > KEPT_NOTES) notes_ = std::string();
 }
 

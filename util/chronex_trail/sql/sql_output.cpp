@@ -24,6 +24,10 @@ SELECT max((SELECT coalesce(max(n), 0) FROM change),
            (SELECT coalesce(max(n), 0) FROM notice),
            (SELECT coalesce(max(signed_off_n), 0) FROM session)))sql";
 
+// Columns of the table `change`, and about what the texts of a row take.
+constexpr int CHANGE_COLUMNS = 15;
+constexpr std::size_t CHANGE_TEXT_SIZE = 256;
+
 std::string now() {
   sql_time time;
   return std::string(time.text(static_cast<std::uint32_t>(std::time(nullptr))));
@@ -75,9 +79,7 @@ void sql_output::go_on() {
 }
 
 void sql_output::prepare() {
-  change_ = database_.prepare(
-      "INSERT INTO change VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-      true);
+  change_.prepare(database_, "change", CHANGE_COLUMNS, CHANGE_TEXT_SIZE);
   memo_ = database_.prepare("INSERT INTO memo VALUES(?, ?, ?, ?, ?)", true);
   notice_ = database_.prepare(
       "INSERT INTO notice VALUES(?, ?, ?, ?, ?, ?, ?, ?)", true);
@@ -251,13 +253,13 @@ void sql_output::insert_run(int status) {
 }
 
 void sql_output::end(int status) {
-  tables_.release();
-  for (sql_statement* statement :
-       {&change_, &memo_, &notice_, &session_, &sign_off_}) {
+  change_.flush();
+  change_.release();
+  tables_.finish();
+  for (sql_statement* statement : {&memo_, &notice_, &session_, &sign_off_}) {
     *statement = sql_statement();
   }
   bounds_.finish();
-  tables_.make_indexes();
   insert_run(status);
   database_.run("COMMIT");
 }

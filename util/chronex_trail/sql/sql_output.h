@@ -15,6 +15,7 @@
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
 #include "util/chronex_trail/sql/database.h"
+#include "util/chronex_trail/sql/row_batch.h"
 #include "util/chronex_trail/sql/row_binder.h"
 #include "util/chronex_trail/sql/session_bounds.h"
 #include "util/chronex_trail/sql/set_tables.h"
@@ -115,7 +116,7 @@ class sql_output : public trail_output {
   run_facts facts_;
   std::string started_;
 
-  sql_statement change_;
+  row_batch change_;
   sql_statement memo_;
   sql_statement notice_;
   sql_statement session_;
