@@ -42,31 +42,44 @@ struct list_part {
   const char* query;
 };
 
+// Walks over all changes once; what follows is short.
+constexpr const char* MAKE_TALLY = R"sql(
+CREATE TEMP TABLE tally AS
+SELECT data_set, session, count(*) AS changes, min(ts) AS first, max(ts) AS last
+FROM change GROUP BY data_set, session;
+CREATE TEMP TABLE records AS
+SELECT data_set, recno FROM change GROUP BY data_set, recno;
+CREATE TEMP VIEW worker AS
+SELECT * FROM tally JOIN session ON session.id = tally.session)sql";
+
 constexpr list_part PARTS[] = {
     {"total", R"sql(
-SELECT count(*) AS changes, min(ts) AS first, max(ts) AS last FROM change)sql"},
+SELECT coalesce(sum(changes), 0) AS changes, min(first) AS first,
+       max(last) AS last
+FROM tally)sql"},
     {"data_sets", R"sql(
-SELECT table_name AS data_set, count(*) AS changes, min(ts) AS first,
-       max(ts) AS last, count(DISTINCT recno) AS records,
-       min(recno) AS lowest, max(recno) AS highest
-FROM change JOIN data_set ON data_set.id = change.data_set
+SELECT table_name AS data_set, sum(changes) AS changes, min(first) AS first,
+       max(last) AS last, records, lowest, highest
+FROM tally
+JOIN data_set ON data_set.id = tally.data_set
+JOIN (SELECT table_name, count(DISTINCT recno) AS records,
+             min(recno) AS lowest, max(recno) AS highest
+      FROM records JOIN data_set ON data_set.id = records.data_set
+      GROUP BY table_name) USING (table_name)
 GROUP BY table_name ORDER BY table_name)sql"},
     {"items", R"sql(
 SELECT DISTINCT table_name AS data_set, item.name AS item, type, elements, size
 FROM item JOIN data_set ON data_set.id = item.data_set
 ORDER BY table_name, position)sql"},
     {"users", R"sql(
-SELECT user, count(*) AS changes, min(ts) AS first, max(ts) AS last
-FROM change JOIN session ON session.id = change.session
-GROUP BY user ORDER BY user)sql"},
+SELECT user, sum(changes) AS changes, min(first) AS first, max(last) AS last
+FROM worker GROUP BY user ORDER BY user)sql"},
     {"programs", R"sql(
-SELECT program, count(*) AS changes, min(ts) AS first, max(ts) AS last
-FROM change JOIN session ON session.id = change.session
-GROUP BY program ORDER BY program)sql"},
+SELECT program, sum(changes) AS changes, min(first) AS first, max(last) AS last
+FROM worker GROUP BY program ORDER BY program)sql"},
     {"hosts", R"sql(
-SELECT host, count(*) AS changes, min(ts) AS first, max(ts) AS last
-FROM change JOIN session ON session.id = change.session
-GROUP BY host ORDER BY host)sql"},
+SELECT host, sum(changes) AS changes, min(first) AS first, max(last) AS last
+FROM worker GROUP BY host ORDER BY host)sql"},
 };
 
 // Puts the lines of an answer together as a JSON array.
@@ -117,6 +130,7 @@ int write_list(trail_run& run, const shared_options& options, bool json,
     return EXIT_ERROR;
   }
   try {
+    database.run(MAKE_TALLY);
     const int written =
         json ? write_json(database, file) : write_tables(database, file);
     if (written != 0) status = EXIT_ERROR;
