@@ -106,16 +106,20 @@ int row_binder::bind_item(set_table& table, std::size_t& pair,
   return at;
 }
 
+void row_binder::note_problem(const item_place& place, std::size_t k,
+                              value_problem problem) {
+  if (problem == value_problem::none) return;
+  append_element_note(notes_,
+                      {place.image.name, place.set.quoted_name(place.keyed)},
+                      place.keyed.item, k, place.image.bytes, problem);
+}
+
 item_value row_binder::read(const item_place& place, std::size_t k) {
   const item_view& item = place.keyed.item;
   const item_value value =
       read_value(item.form, item.element(place.image.bytes, k),
                  place.characters, scratch_);
-  if (value.problem != value_problem::none) {
-    append_element_note(notes_,
-                        {place.image.name, place.set.quoted_name(place.keyed)},
-                        item, k, place.image.bytes, value.problem);
-  }
+  note_problem(place, k, value.problem);
   return value;
 }
 
@@ -147,12 +151,13 @@ void row_binder::bind_element(row_batch& row, int at, const column_pair& pair,
 
 void row_binder::append_element(const item_place& place, std::size_t k) {
   const item_view& item = place.keyed.item;
-  const item_value value = read(place, k);
   const std::size_t begin = json_.size();
   json_.resize(begin + value_text_room(item.size));
-  const char* const end =
-      put_value_text(item.form, item.size, value, json_.data() + begin);
-  json_.resize(static_cast<std::size_t>(end - json_.data()));
+  const value_text value =
+      put_value(item.form, item.element(place.image.bytes, k), place.characters,
+                scratch_, json_.data() + begin);
+  json_.resize(static_cast<std::size_t>(value.end - json_.data()));
+  note_problem(place, k, value.problem);
 }
 
 // Appends an item's value as JSON.

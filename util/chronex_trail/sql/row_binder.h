@@ -47,6 +47,8 @@ class row_binder {
                  const shown_image& image, int at);
   bool put_sealed(const item_place& place);
   void note_fill(const item_place& place);
+  void note_problem(const item_place& place, std::size_t k,
+                    value_problem problem);
   item_value read(const item_place& place, std::size_t k);
   void append_item(const item_place& place);
   void append_element(const item_place& place, std::size_t k);
