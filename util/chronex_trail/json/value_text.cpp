@@ -77,7 +77,7 @@ char* put_short_decimal(double value, char* out) {
   for (int decimals = 0; decimals <= MOST_DECIMALS; ++decimals) {
     const auto scale = static_cast<double>(SCALES[decimals]);
     if (size * scale > LARGEST_NUMBER) return nullptr;
-    const auto number = static_cast<std::int64_t>(size * scale + 0.5);
+    const auto number = std::int64_t{std::llround(size * scale)};
     if (static_cast<double>(number) / scale != size) continue;
     if (decimals == 0 && size > LARGEST_WHOLE) return nullptr;
     if (std::signbit(value)) *out++ = '-';
