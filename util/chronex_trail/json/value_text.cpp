@@ -158,18 +158,3 @@ value_text put_value(value_form form, byte_run bytes,
       return put_any(form, bytes, characters, scratch, out);
   }
 }
-
-char* put_value_text(value_form form, std::size_t size, const item_value& value,
-                     char* out) {
-  if (value.is_null()) return put_null(out);
-  switch (form) {
-    case value_form::integer:
-      return put_whole_number(value.integer, size, out);
-    case value_form::natural:
-      return put_whole_number(value.natural, size, out);
-    case value_form::real:
-      return put_real(value.real, size, out);
-    default:
-      return put_quoted(form, value.text, out);
-  }
-}
