@@ -11,7 +11,11 @@ _chronex_trail() {
   local previous=${COMP_WORDS[COMP_CWORD - 1]}
   local options='--filter --filter-file --help --items --master-keys --output
     --time-zone'
-  local -A own_options=([json]=--split)
+  local -A own_options=(
+    [json]=--split
+    [sql]='--append --force'
+    [query]='--json --list-tables --schema'
+    [list]=--json)
 
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
