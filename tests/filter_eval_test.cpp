@@ -34,6 +34,11 @@ std::size_t allocations = 0;
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+[[gnu::noinline]] void* operator new(std::size_t size,
+                                     const std::nothrow_t& /*tag*/) noexcept {
+  ++allocations;
+  return std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }
