@@ -63,11 +63,18 @@ std::pmr::memory_resource& key_pool() {
   return *pool.get();
 }
 
+// The pool has blocks of sizes that are no multiple of the alignment, one
+// beside the other.
+std::size_t aligned_size(std::size_t size) {
+  constexpr std::size_t ALIGNMENT = alignof(std::max_align_t);
+  return (size + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
+}
+
 }  // namespace
 
 void* key_memory_take(std::size_t size) noexcept {
   try {
-    return std::memset(key_pool().allocate(size), 0, size);
+    return std::memset(key_pool().allocate(aligned_size(size)), 0, size);
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;
     return nullptr;
@@ -77,7 +84,7 @@ void* key_memory_take(std::size_t size) noexcept {
 void key_memory_return(void* block, std::size_t size) noexcept {
   if (block == nullptr) return;
   wipe(block, size);
-  key_pool().deallocate(block, size);
+  key_pool().deallocate(block, aligned_size(size));
 }
 
 key_bytes& key_bytes::operator=(key_bytes&& other) noexcept {

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
+#include "common/key_memory.h"
 #include "common/wipe.h"
 
 namespace {
@@ -74,3 +77,21 @@ TEST(traces, vector_registers_are_cleared_in_their_full_width) {
 #endif
 
 }  // namespace
+
+TEST(KeyMemory, IsAlignedForAnyTypeAndClean) {
+  for (std::size_t size = 1; size <= 80; ++size) {
+    std::vector<std::uint8_t*> blocks;
+    for (int i = 0; i < 3; ++i) {
+      auto* block = static_cast<std::uint8_t*>(key_memory_take(size));
+      ASSERT_NE(nullptr, block);
+      EXPECT_EQ(0U, reinterpret_cast<std::uintptr_t>(block) %
+                        alignof(std::max_align_t))
+          << size;
+      EXPECT_EQ(static_cast<std::ptrdiff_t>(size),
+                std::count(block, block + size, 0));
+      std::fill_n(block, size, std::uint8_t{0xaa});
+      blocks.push_back(block);
+    }
+    for (std::uint8_t* block : blocks) key_memory_return(block, size);
+  }
+}
