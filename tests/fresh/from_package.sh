@@ -25,5 +25,6 @@ try "events of the samples" json
 try "completion in bash" expect completion_test.exp bash
 try "completion in zsh" expect completion_test.exp zsh
 
-try "purge" dpkg --purge chronex
+# What came along with it goes with it.
+try "purge" apt-get autoremove -y -qq --purge chronex
 tree /usr /etc | diff /tmp/before - || fail "purge left or took something"
