@@ -21,7 +21,7 @@ try "demo" scripts/demo
 grep -q 'DBDELETE SHOP.ORDERS' /tmp/tried || fail "the demo shows no report"
 grep -q '"after":{"CUSTNO":1001,"LIMIT":"12000"}' /tmp/tried ||
   fail "the demo shows no JSON"
-grep -q 'export PATH="/root/chronex/build' /tmp/tried ||
+grep -q 'export PATH="/srv/chronex/build' /tmp/tried ||
   fail "the demo does not say how to call the program"
 if grep -i locale /tmp/tried; then fail "demo: words about locales"; fi
 

@@ -42,6 +42,7 @@ std::string hex_text(const sql_statement& rows, int column) {
 std::vector<std::string> column_names(const sql_statement& rows) {
   std::vector<std::string> names;
   const int count = sqlite3_column_count(rows.handle());
+  names.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     names.push_back(well_formed_utf8(sqlite3_column_name(rows.handle(), i)));
   }
