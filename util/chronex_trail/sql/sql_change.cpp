@@ -69,10 +69,12 @@ void sql_output::bind_operation(const image_operation& operation,
   const std::int64_t session = session_of(operation.session);
   bounds_.add(session, n_);
   change_.bind(CHANGE_SESSION, session);
-  if (place.file != nullptr) change_.bind(CHANGE_INPUT, input_);
-  if (is_in_forward_log(place)) {
-    change_.bind(CHANGE_GENERATION, place.file->generation);
-    change_.bind(CHANGE_SEQUENCE, place.file->sequence);
+  if (place.file != nullptr) {
+    change_.bind(CHANGE_INPUT, input_);
+    if (place.file->type == FWLOG_FILE) {
+      change_.bind(CHANGE_GENERATION, place.file->generation);
+      change_.bind(CHANGE_SEQUENCE, place.file->sequence);
+    }
   }
   if (place.number != 0) change_.bind(CHANGE_ACTION, place.number);
 }
