@@ -24,6 +24,12 @@ struct element_name {
 std::size_t write_subscript(std::uint16_t subscript, char* place) {
   if (subscript == 0) return 0;
   *place = '[';
+  // Most arrays are short.
+  if (subscript < 10) {
+    place[1] = static_cast<char>('0' + subscript);
+    place[2] = ']';
+    return 3;
+  }
   char* const end =
       std::to_chars(place + 1, place + SUBSCRIPT_SIZE, subscript).ptr;
   *end = ']';
