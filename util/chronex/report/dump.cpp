@@ -44,9 +44,14 @@ void put_character_value(report_stream& out, byte_run value, char fill) {
   out.put('"');
 }
 
-// Bytes of a zoned value are copied as they are; a zero among them ends the
-// text.
-void put_zoned(report_stream& out, const item_type& type, byte_run value) {
+// What is seldom called, and needs room of its own, is kept out of the way of
+// what every element goes.
+
+// Bytes of a zoned value are copied as they are, so a terminal must not see
+// them; a zero among them ends the text.
+[[gnu::noinline]] void put_zoned_on_terminal(report_stream& out,
+                                             const item_type& type,
+                                             byte_run value) {
   std::array<char, VALUE_TEXT_SIZE> text;
   type.fmt(text, value, nullptr);
   out.put_foreign(text.data());
@@ -54,18 +59,21 @@ void put_zoned(report_stream& out, const item_type& type, byte_run value) {
 
 // Wide hex forms that do not fit the room are shown as far as they go.
 void put_number(report_stream& out, const item_type& type, byte_run value) {
-  if (type.letter == 'Z') {
-    put_zoned(out, type, value);
+  const bool zoned = type.letter == 'Z';
+  if (zoned && out.on_terminal()) {
+    put_zoned_on_terminal(out, type, value);
     return;
   }
   const std::span<char> text = out.room(VALUE_TEXT_SIZE);
   std::size_t length = 0;
   type.fmt(text, value, &length);
+  if (zoned) length = strnlen(text.data(), length);
   out.claim(length);
 }
 
 // A label of unusual length, or on a terminal.
-void put_long_label(report_stream& out, const element_name& name) {
+[[gnu::noinline]] void put_long_label(report_stream& out,
+                                      const element_name& name) {
   std::array<char, SUBSCRIPT_SIZE> subscript{};
   const std::size_t length = write_subscript(name.subscript, subscript.data());
   out.put_foreign(name.item);
