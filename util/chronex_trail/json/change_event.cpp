@@ -7,7 +7,6 @@
 #include "util/chronex/tables/session.h"
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
-#include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
@@ -75,23 +74,11 @@ void json_output::put_slots(const session_entry& session) {
 
 void json_output::put_images(const image_operation& operation,
                              const set_piece& set, const event_place& place) {
-  const bool may_be_sealed = is_in_audit_file(place);
-  const shown_image before{.name = "before",
-                           .bytes = operation.before,
-                           .sealed = operation.before_sealed,
-                           .may_be_sealed = may_be_sealed};
-  const shown_image after{.name = "after",
-                          .bytes = operation.after,
-                          .sealed = operation.after_sealed,
-                          .may_be_sealed = may_be_sealed};
-  if (!before.exists() && operation.op != OP_PUT)
-    append_missing_note(line_.notes(), before.name);
-  if (!after.exists() && operation.op != OP_DELETE)
-    append_missing_note(line_.notes(), after.name);
-  record_.put(set, before, after);
-  if (operation.op != OP_UPDATE || !before.exists() || !after.exists()) return;
+  const shown_images images = images_of(operation, place, line_.notes());
+  record_.put(set, images.before, images.after);
+  if (!images.can_be_compared) return;
   line_.out().put(R"(,"changed":)");
-  record_.put_changed(set, before, after);
+  record_.put_changed(set, images.before, images.after);
 }
 
 void json_output::put_operation(const image_operation& operation,

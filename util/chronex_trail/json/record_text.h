@@ -13,20 +13,8 @@
 #include "util/chronex/tables/record_image.h"
 #include "util/chronex_trail/json/line_writer.h"
 #include "util/chronex_trail/json/set_piece.h"
+#include "util/chronex_trail/json/shown_image.h"
 #include "util/chronex_trail/values/item_value.h"
-
-// One image of an operation.
-struct shown_image {
-  // "before" or "after".
-  std::string_view name;
-  record_image bytes{};
-  // The encrypted items have fill values, for want of a key.
-  bool sealed = false;
-  // Whether they have is not known.
-  bool may_be_sealed = false;
-
-  bool exists() const { return is_there(bytes); }
-};
 
 class record_text {
  public:

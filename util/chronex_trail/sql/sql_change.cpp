@@ -5,7 +5,7 @@
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex_trail/json/field_note.h"
-#include "util/chronex_trail/json/item_note.h"
+#include "util/chronex_trail/json/shown_image.h"
 #include "util/chronex_trail/sql/sql_guarded.h"
 #include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
@@ -82,25 +82,12 @@ void sql_output::bind_operation(const image_operation& operation,
 void sql_output::bind_images(const image_operation& operation,
                              const set_piece& set, set_table& table,
                              const event_place& place) {
-  const bool may_be_sealed = is_in_audit_file(place);
-  const shown_image before{.name = "before",
-                           .bytes = operation.before,
-                           .sealed = operation.before_sealed,
-                           .may_be_sealed = may_be_sealed};
-  const shown_image after{.name = "after",
-                          .bytes = operation.after,
-                          .sealed = operation.after_sealed,
-                          .may_be_sealed = may_be_sealed};
-  if (!before.exists() && operation.op != OP_PUT) {
-    append_missing_note(notes_, before.name);
-  }
-  if (!after.exists() && operation.op != OP_DELETE) {
-    append_missing_note(notes_, after.name);
-  }
-  rows_.bind_before(table, set, before);
-  rows_.bind_after(table, set, after);
-  if (operation.op == OP_UPDATE && before.exists() && after.exists()) {
-    change_.bind_text(CHANGE_CHANGED, rows_.changed(set, before, after));
+  const shown_images images = images_of(operation, place, notes_);
+  rows_.bind_before(table, set, images.before);
+  rows_.bind_after(table, set, images.after);
+  if (images.can_be_compared) {
+    change_.bind_text(CHANGE_CHANGED,
+                      rows_.changed(set, images.before, images.after));
   }
 }
 
