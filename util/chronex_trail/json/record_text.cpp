@@ -23,6 +23,18 @@ bool differs(const item_view& item, byte_run before, byte_run after) {
                      old_bytes.size()) != 0;
 }
 
+char* put_plain(std::string_view text, char* out) {
+  std::memcpy(out, text.data(), text.size());
+  return out + text.size();
+}
+
+// A comma stands before every key; the first one opens the object.
+char* put_key(const set_piece& set, const keyed_item& keyed, char* out) {
+  char* const end = put_plain(set.key(keyed), out);
+  if (&keyed == &set.items.front()) *out = '{';
+  return end;
+}
+
 }  // namespace
 
 void record_text::compare(const set_piece& set, const shown_image& before,
@@ -67,14 +79,34 @@ void record_text::put_image(const set_piece& set, const shown_image& image) {
 }
 
 void record_text::put_items(const set_piece& set, const shown_image& image) {
+  if (set.image_room > line_writer::MAX_ROOM) {
+    put_long_items(set, image);
+    return;
+  }
   const character_table& characters = character_table_of(set.charset);
   written_.clear();
+  char* out = out_.room(set.image_room);
   for (const keyed_item& keyed : set.items) {
     const std::size_t notes_before = notes_.size();
-    const char* const begin = out_.position();
-    put_item({set, image, keyed, characters});
+    char* const begin = out;
+    out = put_item({set, image, keyed, characters}, begin);
     if (!keeps_written_) continue;
-    written_.push_back({begin, out_.position(), notes_.size() > notes_before});
+    written_.push_back({begin, out, notes_.size() > notes_before});
+  }
+  out_.claim(out);
+  out_.put('}');
+}
+
+void record_text::put_long_items(const set_piece& set,
+                                 const shown_image& image) {
+  const character_table& characters = character_table_of(set.charset);
+  for (const keyed_item& keyed : set.items) {
+    const item_place place{set, image, keyed, characters};
+    if (keyed.room > line_writer::MAX_ROOM) {
+      put_long_item(place);
+    } else {
+      out_.claim(put_item(place, out_.room(keyed.room)));
+    }
   }
   out_.put('}');
 }
@@ -94,64 +126,73 @@ void record_text::put_differing(const set_piece& set,
     }
     out_.put(copied);
     copied = {};
-    put_item({set, image, set.items[i], characters});
+    const keyed_item& keyed = set.items[i];
+    out_.claim(
+        put_item({set, image, keyed, characters}, out_.room(keyed.room)));
   }
   out_.put(copied);
   out_.put('}');
 }
 
-void record_text::put_item(const item_place& place) {
+char* record_text::put_item(const item_place& place, char* out) {
   const item_view& item = place.keyed.item;
-  const std::string_view key = place.set.key(place.keyed);
-  char* const out = out_.room(key.size());
-  std::memcpy(out, key.data(), key.size());
-  // A comma stands before every key; the first one opens the object.
-  if (&place.keyed == &place.set.items.front()) *out = '{';
-  out_.claim(out + key.size());
+  out = put_key(place.set, place.keyed, out);
   if (is_sealed(item, place.image)) {
-    out_.put("null");
     note(place, "encrypted");
+    return put_plain("null", out);
+  }
+  if (item.count == 1) {
+    out = put_elements(place, 0, 1, out);
+  } else {
+    *out++ = '[';
+    out = put_elements(place, 0, item.count, out);
+    *out++ = ']';
+  }
+  if (item.encrypted) note_fill(place);
+  return out;
+}
+
+// An array that is written as many elements at a time as are sure to fit.
+void record_text::put_long_item(const item_place& place) {
+  const item_view& item = place.keyed.item;
+  out_.claim(
+      put_key(place.set, place.keyed, out_.room(place.keyed.key_length)));
+  if (is_sealed(item, place.image)) {
+    note(place, "encrypted");
+    out_.put("null");
     return;
   }
-  put_values(place);
+  const std::size_t room = value_text_room(item.size) + 1;
+  const std::size_t step = line_writer::MAX_ROOM / room;
+  out_.put('[');
+  for (std::size_t begin = 0; begin < item.count; begin += step) {
+    if (begin > 0) out_.put(',');
+    const std::size_t end = std::min<std::size_t>(item.count, begin + step);
+    out_.claim(
+        put_elements(place, begin, end, out_.room((end - begin) * room)));
+  }
+  out_.put(']');
+  note_fill(place);
+}
+
+char* record_text::put_elements(const item_place& place, std::size_t begin,
+                                std::size_t end, char* out) {
+  const item_view& item = place.keyed.item;
+  const values_text values =
+      put_values(item.form,
+                 {item.element(place.image.bytes, begin).data(), item.size,
+                  static_cast<std::uint32_t>(end - begin)},
+                 place.characters, scratch_, out);
+  if (values.any_problem) note_elements(place, begin, end);
+  return values.end;
+}
+
+void record_text::note_fill(const item_place& place) {
+  const item_view& item = place.keyed.item;
   if (item.encrypted && place.image.may_be_sealed &&
       has_fill_values(item, place.image.bytes)) {
     note(place, "maybe_encrypted");
   }
-}
-
-void record_text::put_values(const item_place& place) {
-  const item_view& item = place.keyed.item;
-  const std::size_t room = value_text_room(item.size) + 1;
-  if (item.count == 1) {
-    out_.claim(put_element(place, 0, out_.room(room)));
-    return;
-  }
-  // As many elements at a time as are sure to fit.
-  const std::size_t step = line_writer::MAX_ROOM / room;
-  out_.put('[');
-  for (std::size_t begin = 0; begin < item.count; begin += step) {
-    const std::size_t end = std::min<std::size_t>(item.count, begin + step);
-    char* out = out_.room((end - begin) * room);
-    for (std::size_t k = begin; k < end; ++k) {
-      if (k > 0) *out++ = ',';
-      out = put_element(place, k, out);
-    }
-    out_.claim(out);
-  }
-  out_.put(']');
-}
-
-char* record_text::put_element(const item_place& place, std::size_t k,
-                               char* out) {
-  const item_view& item = place.keyed.item;
-  const value_text value =
-      put_value(item.form, item.element(place.image.bytes, k), place.characters,
-                scratch_, out);
-  if (value.problem != value_problem::none) {
-    note_element(place, k, value.problem);
-  }
-  return value.end;
 }
 
 void record_text::note(const item_place& place, std::string_view why) {
@@ -159,11 +200,18 @@ void record_text::note(const item_place& place, std::string_view why) {
                    {place.image.name, place.set.quoted_name(place.keyed)}, why);
 }
 
-void record_text::note_element(const item_place& place, std::size_t k,
-                               value_problem problem) {
-  append_element_note(notes_,
-                      {place.image.name, place.set.quoted_name(place.keyed)},
-                      place.keyed.item, k, place.image.bytes, problem);
+void record_text::note_elements(const item_place& place, std::size_t begin,
+                                std::size_t end) {
+  const item_view& item = place.keyed.item;
+  for (std::size_t k = begin; k < end; ++k) {
+    const byte_run bytes = item.element(place.image.bytes, k);
+    const value_problem problem =
+        read_value(item.form, bytes, place.characters, scratch_).problem;
+    if (problem == value_problem::none) continue;
+    append_element_note(notes_,
+                        {place.image.name, place.set.quoted_name(place.keyed)},
+                        item, k, place.image.bytes, problem);
+  }
 }
 
 void record_text::put_changed(const set_piece& set, const shown_image& before,

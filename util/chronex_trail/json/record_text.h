@@ -51,13 +51,17 @@ class record_text {
                const shown_image& after);
   void put_image(const set_piece& set, const shown_image& image);
   void put_items(const set_piece& set, const shown_image& image);
+  void put_long_items(const set_piece& set, const shown_image& image);
   void put_differing(const set_piece& set, const shown_image& image);
   void put_item(const item_place& place);
-  void put_values(const item_place& place);
-  char* put_element(const item_place& place, std::size_t k, char* out);
+  void put_long_item(const item_place& place);
+  char* put_item(const item_place& place, char* out);
+  char* put_elements(const item_place& place, std::size_t begin,
+                     std::size_t end, char* out);
+  void note_fill(const item_place& place);
   void note(const item_place& place, std::string_view why);
-  void note_element(const item_place& place, std::size_t k,
-                    value_problem problem);
+  void note_elements(const item_place& place, std::size_t begin,
+                     std::size_t end);
 
   line_writer& out_;
   std::string& notes_;

@@ -23,11 +23,13 @@ std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
     append_json_string(piece->keys, item.name);
     piece->keys += ':';
     const std::size_t length = piece->keys.size() - begin;
-    piece->image_room +=
+    const std::size_t room =
         length + item.count * (value_text_room(item.size) + 1) + 2;
+    piece->image_room += room;
     piece->items.push_back({.item = std::move(item),
                             .key_begin = static_cast<std::uint32_t>(begin),
-                            .key_length = static_cast<std::uint32_t>(length)});
+                            .key_length = static_cast<std::uint32_t>(length),
+                            .room = room});
   }
   return piece;
 }

@@ -21,6 +21,8 @@ struct keyed_item {
   // Place of `,"NAME":` in set_piece::keys.
   std::uint32_t key_begin = 0;
   std::uint32_t key_length = 0;
+  // The room that the key and the value need at most.
+  std::size_t room = 0;
 };
 
 struct set_piece {

@@ -77,7 +77,7 @@ char* put_short_decimal(double value, char* out) {
   for (int decimals = 0; decimals <= MOST_DECIMALS; ++decimals) {
     const auto scale = static_cast<double>(SCALES[decimals]);
     if (size * scale > LARGEST_NUMBER) return nullptr;
-    const auto number = std::int64_t{std::llround(size * scale)};
+    const auto number = std::int64_t{std::llrint(size * scale)};
     if (static_cast<double>(number) / scale != size) continue;
     if (decimals == 0 && size > LARGEST_WHOLE) return nullptr;
     if (std::signbit(value)) *out++ = '-';
@@ -105,16 +105,20 @@ char* put_quoted(value_form form, std::string_view text, char* out) {
   return out;
 }
 
-// Values of all forms but whole numbers and digits.
-value_text put_any(value_form form, byte_run bytes,
-                   const character_table& characters, text_scratch& scratch,
-                   char* out) {
+template <typename number>
+value_text put_stored_real(byte_run bytes, char* out) {
+  const double value{stored_number<number>(bytes)};
+  if (std::isnan(value)) return {put_null(out), value_problem::nan};
+  if (std::isinf(value)) return {put_null(out), value_problem::infinite};
+  return {put_real(value, sizeof(number), out), value_problem::none};
+}
+
+// Texts of all forms.
+value_text put_any_text(value_form form, byte_run bytes,
+                        const character_table& characters,
+                        text_scratch& scratch, char* out) {
   const item_value value = read_value(form, bytes, characters, scratch);
-  if (value.is_null()) return {put_null(out), value.problem};
-  char* const end = form == value_form::real
-                        ? put_real(value.real, bytes.size(), out)
-                        : put_quoted(form, value.text, out);
-  return {end, value.problem};
+  return {put_quoted(form, value.text, out), value.problem};
 }
 
 // Most texts are ASCII without anything to escape.
@@ -123,38 +127,87 @@ value_text put_text(byte_run bytes, const character_table& characters,
   const byte_run text = without_padding(bytes);
   char* const end = put_plain_ascii(text.data(), text.size(), out + 1);
   if (end == nullptr) {
-    return put_any(value_form::text, bytes, characters, scratch, out);
+    return put_any_text(value_form::text, bytes, characters, scratch, out);
   }
   *out = '"';
   *end = '"';
   return {end + 1, value_problem::none};
 }
 
+value_text put_hex_bytes(byte_run bytes, char* out) {
+  *out = '"';
+  char* const end = put_hex_digits(bytes, out + 1);
+  *end = '"';
+  return {end + 1, value_problem::none};
+}
+
+// `put_one` writes one element: value_text(byte_run, char* out).
+template <typename put_function>
+values_text put_each(element_run elements, char* out,
+                     const put_function& put_one) {
+  bool any_problem = false;
+  const std::uint8_t* bytes = elements.bytes;
+  for (std::size_t k = 0; k < elements.count; ++k) {
+    if (k > 0) *out++ = ',';
+    const value_text value = put_one(byte_run(bytes, elements.size), out);
+    any_problem |= value.problem != value_problem::none;
+    out = value.end;
+    bytes += elements.size;
+  }
+  return {out, any_problem};
+}
+
+template <typename number>
+values_text put_whole_numbers(number (*stored)(byte_run), element_run elements,
+                              char* out) {
+  return put_each(elements, out, [stored](byte_run bytes, char* to) {
+    return value_text{put_whole_number(stored(bytes), bytes.size(), to),
+                      value_problem::none};
+  });
+}
+
 }  // namespace
+
+// The form is looked at once, so that each loop knows what it writes.
+values_text put_values(value_form form, element_run elements,
+                       const character_table& characters, text_scratch& scratch,
+                       char* out) {
+  switch (form) {
+    case value_form::integer:
+      return put_whole_numbers(stored_integer, elements, out);
+    case value_form::natural:
+      return put_whole_numbers(stored_natural, elements, out);
+    case value_form::packed:
+      return put_each(elements, out, [](byte_run bytes, char* to) {
+        return put_digits(packed_digits, bytes, to);
+      });
+    case value_form::zoned:
+      return put_each(elements, out, [](byte_run bytes, char* to) {
+        return put_digits(zoned_digits, bytes, to);
+      });
+    case value_form::text:
+      return put_each(elements, out, [&](byte_run bytes, char* to) {
+        return put_text(bytes, characters, scratch, to);
+      });
+    case value_form::hex_bytes:
+      return put_each(elements, out, put_hex_bytes);
+    case value_form::real:
+      return elements.size == sizeof(float)
+                 ? put_each(elements, out, put_stored_real<float>)
+                 : put_each(elements, out, put_stored_real<double>);
+    default:
+      return put_each(elements, out, [&](byte_run bytes, char* to) {
+        return put_any_text(form, bytes, characters, scratch, to);
+      });
+  }
+}
 
 value_text put_value(value_form form, byte_run bytes,
                      const character_table& characters, text_scratch& scratch,
                      char* out) {
-  switch (form) {
-    case value_form::integer:
-      return {put_whole_number(stored_integer(bytes), bytes.size(), out),
-              value_problem::none};
-    case value_form::natural:
-      return {put_whole_number(stored_natural(bytes), bytes.size(), out),
-              value_problem::none};
-    case value_form::packed:
-      return put_digits(packed_digits, bytes, out);
-    case value_form::zoned:
-      return put_digits(zoned_digits, bytes, out);
-    case value_form::text:
-      return put_text(bytes, characters, scratch, out);
-    case value_form::hex_bytes: {
-      *out = '"';
-      char* const end = put_hex_digits(bytes, out + 1);
-      *end = '"';
-      return {end + 1, value_problem::none};
-    }
-    default:
-      return put_any(form, bytes, characters, scratch, out);
-  }
+  const values_text text = put_values(
+      form, {bytes.data(), static_cast<std::uint32_t>(bytes.size()), 1},
+      characters, scratch, out);
+  if (!text.any_problem) return {text.end, value_problem::none};
+  return {text.end, read_value(form, bytes, characters, scratch).problem};
 }

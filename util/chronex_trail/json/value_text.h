@@ -2,11 +2,12 @@
 #define CHRONEX_UTIL_CHRONEX_TRAIL_JSON_VALUE_TEXT_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/values/item_value.h"
 
-// The room that put_value_text needs for an element of `size` bytes. Of all
+// The room that put_value needs for an element of `size` bytes. Of all
 // values those of character items grow most, by escapes; every other byte
 // becomes at most three characters.
 constexpr std::size_t value_text_room(std::size_t size) {
@@ -24,5 +25,26 @@ struct value_text {
 value_text put_value(value_form form, std::span<const std::uint8_t> bytes,
                      const character_table& characters, text_scratch& scratch,
                      char* out);
+
+// Elements of one item that stand side by side in a record.
+struct element_run {
+  const std::uint8_t* bytes;
+  // Bytes of an element, and their number.
+  std::uint32_t size;
+  std::uint32_t count;
+};
+
+// What was written of elements: the end of their text, and whether any of them
+// has a value_problem, which read_value tells.
+struct values_text {
+  char* end;
+  bool any_problem;
+};
+
+// Writes the values of elements as JSON, with commas between them. `out` has
+// value_text_room and one more for each.
+values_text put_values(value_form form, element_run elements,
+                       const character_table& characters, text_scratch& scratch,
+                       char* out);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_VALUE_TEXT_H
