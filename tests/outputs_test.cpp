@@ -68,6 +68,12 @@ TEST(Outputs, AFileThatIsReadIsRefused) {
     EXPECT_EQ(1, result.status);
   }
   EXPECT_EQ("DBPUT", directory.read_raw("filter"));
+  // A report that is appended to its input would never end.
+  const std::string log = directory.read_raw("log");
+  EXPECT_EQ(256, directory.shell("\"$CHRONEX\" -r log >>hard 2>problem"));
+  EXPECT_EQ("log: input and report are the same file\n",
+            directory.read_raw("problem"));
+  EXPECT_EQ(log, directory.read_raw("hard"));
 }
 
 TEST(Outputs, ATrailIsCompletedWithoutAReaderOfTheReport) {

@@ -47,19 +47,25 @@ int print_version() {
 constexpr mode_t PERMISSIONS = 0666;
 constexpr mode_t PERMISSIONS_WITH_KEYS = 0600;
 
-int open_audit_output(chronex_run& run, const command_line& options) {
-  audit_stream& audit = run.audit.stream;
-  if (audit.audit_fname == nullptr) return 0;
+int check_outputs(chronex_run& run, const command_line& options) {
   files_read files{.operands = options.operands,
                    .filter_files = options.filter_files};
   if (options.crypt_flag) {
     files.key_files = ko_mkey_files(std::getenv("KO_MKEYFILE"));
   }
-  const int descriptor = options.audit_to_stdout ? STDOUT_FILENO : -1;
-  if (check_output_file(files, descriptor, audit.audit_fname, run.messages) !=
-      0) {
-    return -1;
-  }
+  output_to_check output{
+      .kind = options.audit_to_stdout ? "audit output" : "report",
+      .descriptor = STDOUT_FILENO};
+  if (check_output_file(files, output, run.messages) != 0) return -1;
+  const char* const name = run.audit.stream.audit_fname;
+  if (name == nullptr || options.audit_to_stdout) return 0;
+  output = {.kind = "audit output", .name = name};
+  return check_output_file(files, output, run.messages);
+}
+
+int open_audit_output(chronex_run& run, const command_line& options) {
+  audit_stream& audit = run.audit.stream;
+  if (audit.audit_fname == nullptr) return 0;
   // The audit file is completed even if nobody reads the report any more.
   std::signal(SIGPIPE, SIG_IGN);
   if (audit.audit_open(
@@ -86,7 +92,10 @@ int run_steps(int argc, char* argv[], chronex_run& run,
   if (status != 0) return status;
   if (run.filter.setup_filter_expr() != 0) return EXIT_ERROR;
   if (options.crypt_flag && ko_mkey_init() != 0) return EXIT_ERROR;
-  if (open_audit_output(run, options) != 0) return EXIT_ERROR;
+  if (check_outputs(run, options) != 0 ||
+      open_audit_output(run, options) != 0) {
+    return EXIT_ERROR;
+  }
   options_apply_to_report(options, run, standard_output);
   run.events.watched = standard_output.on_terminal();
   // In a pipe or a file nothing is added to what the inputs give rise to.

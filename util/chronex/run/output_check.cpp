@@ -9,6 +9,13 @@ namespace {
 
 using file_status = struct stat;
 
+// An output that is there.
+struct present_output {
+  file_status status{};
+  // What messages call it.
+  const char* kind;
+};
+
 bool is_same_file(const file_status& a, const file_status& b) {
   return S_ISREG(a.st_mode) && S_ISREG(b.st_mode) && a.st_dev == b.st_dev &&
          a.st_ino == b.st_ino;
@@ -24,14 +31,14 @@ bool is_standard_input_output(const file_status& output) {
   return fstat(STDIN_FILENO, &input) == 0 && is_same_file(input, output);
 }
 
-int check_inputs(std::span<char* const> operands, const file_status& output,
+int check_inputs(std::span<char* const> operands, const present_output& output,
                  run_messages& messages) {
   const bool from_stdin = is_standard_input(operands);
   for (const char* name : operands) {
-    if (from_stdin ? is_standard_input_output(output)
-                   : is_output(name, output)) {
-      messages.print("%s: input and audit output are the same file\n",
-                     from_stdin ? "stdin" : name);
+    if (from_stdin ? is_standard_input_output(output.status)
+                   : is_output(name, output.status)) {
+      messages.print("%s: input and %s are the same file\n",
+                     from_stdin ? "stdin" : name, output.kind);
       return -1;
     }
   }
@@ -39,22 +46,22 @@ int check_inputs(std::span<char* const> operands, const file_status& output,
 }
 
 int check_filter_files(std::span<const char* const> names,
-                       const file_status& output, run_messages& messages) {
+                       const present_output& output, run_messages& messages) {
   for (const char* name : names) {
-    if (!is_output(name, output)) continue;
-    messages.print("%s: filter file and audit output are the same file\n",
-                   name);
+    if (!is_output(name, output.status)) continue;
+    messages.print("%s: filter file and %s are the same file\n", name,
+                   output.kind);
     return -1;
   }
   return 0;
 }
 
 int check_key_files(std::span<const std::string> names,
-                    const file_status& output, run_messages& messages) {
+                    const present_output& output, run_messages& messages) {
   for (const std::string& name : names) {
-    if (!is_output(name.c_str(), output)) continue;
-    messages.print("%s: key file and audit output are the same file\n",
-                   name.c_str());
+    if (!is_output(name.c_str(), output.status)) continue;
+    messages.print("%s: key file and %s are the same file\n", name.c_str(),
+                   output.kind);
     return -1;
   }
   return 0;
@@ -62,16 +69,17 @@ int check_key_files(std::span<const std::string> names,
 
 }  // namespace
 
-int check_output_file(const files_read& files, int descriptor, const char* name,
+int check_output_file(const files_read& files, const output_to_check& output,
                       run_messages& messages) {
-  file_status output{};
-  const int found =
-      descriptor >= 0 ? fstat(descriptor, &output) : stat(name, &output);
+  present_output present{.kind = output.kind};
+  const int found = output.descriptor >= 0
+                        ? fstat(output.descriptor, &present.status)
+                        : stat(output.name, &present.status);
   // An output that is not there yet is no file that is read.
   if (found != 0) return 0;
-  if (check_inputs(files.operands, output, messages) != 0 ||
-      check_filter_files(files.filter_files, output, messages) != 0) {
+  if (check_inputs(files.operands, present, messages) != 0 ||
+      check_filter_files(files.filter_files, present, messages) != 0) {
     return -1;
   }
-  return check_key_files(files.key_files, output, messages);
+  return check_key_files(files.key_files, present, messages);
 }

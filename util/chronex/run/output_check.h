@@ -15,11 +15,18 @@ struct files_read {
   std::vector<std::string> key_files{};
 };
 
+struct output_to_check {
+  // What messages call it: "audit output", "report" ...
+  const char* kind;
+  // That of an output that is open already; -1: it is the file `name`.
+  int descriptor = -1;
+  const char* name = nullptr;
+};
+
 // Refuses an output that is a file which the run reads: writing would destroy
-// it. By whatever name or link it is given, the file itself counts.
-// `descriptor` is that of an output that is open already, or -1 when the output
-// is the file `name`. Returns 0, or -1 after a message.
-int check_output_file(const files_read& files, int descriptor, const char* name,
+// it, or never end. By whatever name or link it is given, the file itself
+// counts. Returns 0, or -1 after a message.
+int check_output_file(const files_read& files, const output_to_check& output,
                       run_messages& messages);
 
 #endif  // CHRONEX_UTIL_CHRONEX_RUN_OUTPUT_CHECK_H

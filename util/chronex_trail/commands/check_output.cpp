@@ -15,13 +15,13 @@ int check_output(trail_run& run, const shared_options& options) {
     files.key_files = ko_mkey_files(std::getenv("KO_MKEYFILE"));
   }
   if (options.output == "-") {
-    return check_output_file(files, STDOUT_FILENO, "stdout", run.messages);
+    return check_output_file(
+        files, {.kind = "output", .descriptor = STDOUT_FILENO}, run.messages);
   }
   const std::string partial = options.output + ".partial";
   for (const std::string& name : {options.output, partial}) {
-    if (check_output_file(files, -1, name.c_str(), run.messages) != 0) {
-      return -1;
-    }
+    const output_to_check output{.kind = "output", .name = name.c_str()};
+    if (check_output_file(files, output, run.messages) != 0) return -1;
   }
   return 0;
 }
