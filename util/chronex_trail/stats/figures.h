@@ -9,7 +9,9 @@
 // but for control characters, which stand in them as they are. Times are
 // seconds since the epoch.
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
 #include <vector>
@@ -206,10 +208,10 @@ struct trail_figures {
   change_figures changes;
 
   // In the order in which the trail named them; nothing is left out.
-  std::vector<set_figures> data_sets;
-  std::vector<name_figures> users;
-  std::vector<name_figures> programs;
-  std::vector<name_figures> hosts;
+  std::deque<set_figures> data_sets;
+  std::deque<name_figures> users;
+  std::deque<name_figures> programs;
+  std::deque<name_figures> hosts;
 
   // In the local time of the run's time zone. Under the days since 1970-01-01;
   // and by hour of week: 0 = Monday from 0:00, 167 = Sunday from 23:00.
