@@ -27,6 +27,7 @@ struct op_counts {
   std::uint64_t total() const { return puts + updates + deletes; }
   // `op` is OP_PUT, OP_UPDATE or OP_DELETE.
   void add(int op);
+  void add(const op_counts& more);
 };
 
 // Some of the changes: how many, and when the earliest and the latest were,
@@ -37,6 +38,7 @@ struct change_figures {
   std::uint32_t last = 0;
 
   void add(int op, std::uint32_t timestamp);
+  void add(const change_figures& more);
 };
 
 // A user, program or host, by the value that sign-ons have of it.
@@ -111,8 +113,9 @@ struct gap_figures {
   std::uint32_t missing = 0;
 };
 
-// Damage of an input, or a warning about one.
+// Damage of an input, a warning about one, or the comment of an audit file.
 struct notice_figures {
+  // Of a comment bad_format, whatever it says.
   notice_kind kind = notice_kind::bad_format;
   // NO_INPUT: of none.
   std::size_t input = 0;
@@ -133,6 +136,9 @@ struct completeness_figures {
   std::vector<gap_figures> gaps;
   std::vector<notice_figures> damage;
   std::vector<notice_figures> warnings;
+  // What audit files among the inputs say was missing from, or damaged in, the
+  // logs that they were made of.
+  std::vector<notice_figures> reported;
 
   // Of all gaps the number, and what is missing in them.
   std::uint64_t gap_count = 0;
@@ -141,6 +147,9 @@ struct completeness_figures {
   std::uint64_t lost_actions = 0;
   std::uint64_t damage_count = 0;
   std::uint64_t warning_count = 0;
+  std::uint64_t reported_count = 0;
+  // Inputs that were passed over because their version has no changes in it.
+  std::uint64_t too_old = 0;
   // Changes with an image that could not be read for want of a key.
   std::uint64_t unreadable = 0;
   // The run's exit status.
@@ -148,8 +157,8 @@ struct completeness_figures {
 
   // Nothing is known to be missing, damaged or unreadable.
   bool is_complete() const {
-    return gap_count == 0 && damage_count == 0 && unreadable == 0 &&
-           status == 0;
+    return gap_count == 0 && damage_count == 0 && reported_count == 0 &&
+           too_old == 0 && unreadable == 0 && status == 0;
   }
 };
 

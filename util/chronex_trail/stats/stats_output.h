@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string_view>
 
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/trail/output.h"
@@ -28,15 +29,22 @@ class stats_output : public trail_output {
   sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
                          const event_place& place) override;
   int sign_off(const session_entry& session, const event_place& place) override;
+  int memo(const memo_view& memo) override;
   int operation(const image_operation& operation,
                 const event_place& place) override;
   int notice(const trail_notice& notice) override;
+  int comment(std::string_view text, const event_place& place) override;
 
   // Ends the gathering; `status` is the run's exit status. The figures stay the
   // output's. Throws std::bad_alloc.
   const trail_figures& end(int status);
 
  private:
+  // Calls what gathers. Without memory what happened is not counted, and the
+  // result is -1 with a message.
+  template <typename Event>
+  int guarded(const Event& event);
+
   run_messages& messages_;
   std::unique_ptr<stats_gatherer> gatherer_;
 };

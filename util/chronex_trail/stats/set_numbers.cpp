@@ -1,0 +1,19 @@
+#include "util/chronex_trail/stats/set_numbers.h"
+
+#include <optional>
+#include <string_view>
+
+#include "util/chronex_trail/values/data_set_name.h"
+#include "util/chronex_trail/values/text_origin.h"
+
+std::uint32_t set_numbers::look_up(const node_entry& node,
+                                   const event_place& place) {
+  const character_table& characters = character_table_of(charset_at(place));
+  const data_set_name name = data_set_name_of(node, is_in_audit_file(place));
+  std::optional<std::string_view> database;
+  if (name.database) {
+    database = decode_text(*name.database, characters, database_).utf8;
+  }
+  return sets_.number_of(database,
+                         decode_text(name.data_set, characters, name_).utf8);
+}
