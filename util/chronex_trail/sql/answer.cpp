@@ -4,6 +4,7 @@
 
 #include "util/chronex_trail/sql/answer_cell.h"
 #include "util/chronex_trail/sql/answer_table.h"
+#include "util/chronex_trail/values/csv_text.h"
 
 namespace {
 

@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/values/csv_text.h"
 #include "util/chronex_trail/values/item_value.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
@@ -81,19 +82,6 @@ std::string cell_text(const sql_statement& rows, int column) {
     default:
       return well_formed_utf8(rows.text(column));
   }
-}
-
-void append_csv_text(std::string& line, std::string_view text) {
-  if (!text.empty() && text.find_first_of(",\"\r\n") == text.npos) {
-    line += text;
-    return;
-  }
-  line += '"';
-  for (const char character : text) {
-    if (character == '"') line += '"';
-    line += character;
-  }
-  line += '"';
 }
 
 void append_csv_cell(std::string& line, const sql_statement& rows, int column) {

@@ -20,10 +20,8 @@ std::string cell_text(const sql_statement& rows, int column);
 // Whether it is a number, which columns show at their right edge.
 bool is_number(const sql_statement& rows, int column);
 
-// Appends the value to a line, in quotes where commas, quotes, line ends, or
-// being an empty text demand it.
+// Appends the value to a line of CSV.
 void append_csv_cell(std::string& line, const sql_statement& rows, int column);
-void append_csv_text(std::string& line, std::string_view text);
 
 // Appends `"NAME":VALUE`.
 void append_json_cell(std::string& line, std::string_view name,

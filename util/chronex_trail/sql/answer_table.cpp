@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "util/chronex_trail/sql/answer_cell.h"
+#include "util/chronex_trail/values/terminal_text.h"
 
 namespace {
 
@@ -18,43 +18,6 @@ struct table_cell {
 };
 using table_row = std::vector<table_cell>;
 
-bool is_control(std::uint8_t byte) { return byte < 0x20 || byte == 0x7F; }
-
-void append_escape(std::string& text, std::uint8_t byte) {
-  constexpr char DIGITS[] = "0123456789abcdef";
-  text += "\\x";
-  text += DIGITS[byte >> 4];
-  text += DIGITS[byte & 15];
-}
-
-// Without control characters, those behind 0x7f included, which are two bytes
-// in UTF-8.
-std::string harmless(const std::string& text) {
-  std::string shown;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const auto byte = static_cast<std::uint8_t>(text[i]);
-    const auto next =
-        static_cast<std::uint8_t>(i + 1 < text.size() ? text[i + 1] : '\0');
-    if (is_control(byte)) {
-      append_escape(shown, byte);
-    } else if (byte == 0xC2 && next < 0xA0) {
-      append_escape(shown, next);
-      ++i;
-    } else {
-      shown += text[i];
-    }
-  }
-  return shown;
-}
-
-// The number of characters.
-std::size_t width_of(const std::string& utf8) {
-  return static_cast<std::size_t>(
-      std::count_if(utf8.begin(), utf8.end(), [](char byte) {
-        return (static_cast<std::uint8_t>(byte) & 0xC0) != 0x80;
-      }));
-}
-
 class table_writer {
  public:
   table_writer(sql_statement& rows, byte_sink& sink)
@@ -62,7 +25,7 @@ class table_writer {
 
   int write() {
     for (const std::string& name : column_names(rows_)) {
-      header_.push_back({harmless(name)});
+      header_.push_back({terminal_text(name)});
     }
     widths_.resize(header_.size());
     measure(header_);
@@ -86,14 +49,14 @@ class table_writer {
   table_row next_row() const {
     table_row row;
     for (int i = 0; i < static_cast<int>(header_.size()); ++i) {
-      row.push_back({harmless(cell_text(rows_, i)), is_number(rows_, i)});
+      row.push_back({terminal_text(cell_text(rows_, i)), is_number(rows_, i)});
     }
     return row;
   }
 
   void measure(const table_row& row) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      widths_[i] = std::max(widths_[i], width_of(row[i].text));
+      widths_[i] = std::max(widths_[i], terminal_width(row[i].text));
     }
   }
 
@@ -108,7 +71,7 @@ class table_writer {
   int write_row(const table_row& row) {
     std::string line;
     for (std::size_t i = 0; i < row.size(); ++i) {
-      const std::size_t width = width_of(row[i].text);
+      const std::size_t width = terminal_width(row[i].text);
       const std::string padding(widths_[i] > width ? widths_[i] - width : 0,
                                 ' ');
       if (i > 0) line += "  ";
