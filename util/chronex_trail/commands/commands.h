@@ -20,5 +20,6 @@ extern const trail_command JSON_COMMAND;
 extern const trail_command LIST_COMMAND;
 extern const trail_command QUERY_COMMAND;
 extern const trail_command SQL_COMMAND;
+extern const trail_command STATS_COMMAND;
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_COMMANDS_COMMANDS_H
