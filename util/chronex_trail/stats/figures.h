@@ -9,6 +9,7 @@
 // but for control characters, which stand in them as they are. Times are
 // seconds since the epoch.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -16,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "util/chronex/tables/image_record.h"
 #include "util/chronex/trail/output.h"
 
 // How many changes of each kind.
@@ -26,8 +28,23 @@ struct op_counts {
 
   std::uint64_t total() const { return puts + updates + deletes; }
   // `op` is OP_PUT, OP_UPDATE or OP_DELETE.
-  void add(int op);
-  void add(const op_counts& more);
+  void add(int op) {
+    switch (op) {
+      case OP_PUT:
+        ++puts;
+        return;
+      case OP_UPDATE:
+        ++updates;
+        return;
+      default:
+        ++deletes;
+    }
+  }
+  void add(const op_counts& more) {
+    puts += more.puts;
+    updates += more.updates;
+    deletes += more.deletes;
+  }
 };
 
 // Some of the changes: how many, and when the earliest and the latest were,
@@ -37,8 +54,19 @@ struct change_figures {
   std::uint32_t first = 0;
   std::uint32_t last = 0;
 
-  void add(int op, std::uint32_t timestamp);
-  void add(const change_figures& more);
+  void add(int op, std::uint32_t timestamp) {
+    const bool is_first = count.total() == 0;
+    count.add(op);
+    if (is_first || timestamp < first) first = timestamp;
+    if (is_first || timestamp > last) last = timestamp;
+  }
+  void add(const change_figures& more) {
+    if (more.count.total() == 0) return;
+    const bool is_first = count.total() == 0;
+    count.add(more.count);
+    first = is_first ? more.first : std::min(first, more.first);
+    last = is_first ? more.last : std::max(last, more.last);
+  }
 };
 
 // A user, program or host, by the value that sign-ons have of it.

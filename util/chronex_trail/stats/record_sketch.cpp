@@ -1,6 +1,7 @@
 #include "util/chronex_trail/stats/record_sketch.h"
 
 #include <algorithm>
+#include <span>
 
 #include "common/chained_table.h"
 #include "util/chronex_trail/stats/top_list.h"
@@ -11,29 +12,42 @@ constexpr std::size_t FIRST_PLACES = 256;
 
 }  // namespace
 
-record_sketch::entry& record_sketch::place_of(std::uint32_t data_set,
-                                              std::uint32_t recno) {
+record_sketch::entry& record_sketch::place_of(const record_key& key) {
   const std::size_t mask = places_.size() - 1;
-  std::size_t at = keyed_hash(data_set, recno, 0) & mask;
-  for (;; at = (at + 1) & mask) {
+  for (std::size_t at = first_place(key);; at = (at + 1) & mask) {
     entry& place = places_[at];
-    if (place.at_most == 0 ||
-        (place.recno == recno && place.data_set == data_set)) {
-      return place;
-    }
+    if (place.at_most == 0 || place.key == key) return place;
   }
 }
 
-record_sketch::entry& record_sketch::first_place(std::uint32_t data_set,
-                                                 std::uint32_t recno) {
-  places_.resize(FIRST_PLACES);
-  return place_of(data_set, recno);
+// All places are looked at before any is changed: what the processor has to
+// fetch for them it fetches side by side.
+void record_sketch::add_waiting() {
+  if (places_.empty()) places_.resize(FIRST_PLACES);
+  const std::span keys = std::span(waiting_).first(waiting_count_);
+  waiting_count_ = 0;
+  std::uint64_t sum = 0;
+  for (const record_key& key : keys) sum += places_[first_place(key)].at_most;
+  fetched_ = sum;
+  for (const record_key& key : keys) add_now(key);
+}
+
+std::size_t record_sketch::first_place(const record_key& key) const {
+  return keyed_hash(key.data_set, key.recno, 0) & (places_.size() - 1);
+}
+
+void record_sketch::add_now(const record_key& key) {
+  entry& mine = place_of(key);
+  if (mine.at_most == 0) {
+    come_in(mine, key);
+  } else {
+    ++mine.at_most;
+  }
 }
 
 // The place is void when others have to go.
-void record_sketch::come_in(entry& place, std::uint32_t data_set,
-                            std::uint32_t recno) {
-  place = {data_set, recno, bound_ + 1, bound_};
+void record_sketch::come_in(entry& place, const record_key& key) {
+  place = {key, bound_ + 1, bound_};
   ++watched_;
   if (watched_ >= capacity_) {
     bound_ = middle();
@@ -43,17 +57,21 @@ void record_sketch::come_in(entry& place, std::uint32_t data_set,
   }
 }
 
-// What half of the watched records have at most.
+// What half of the watched records have at most. Where records seldom change
+// twice that is what the latest came in with, which takes no sorting to see.
 std::uint64_t record_sketch::middle() const {
+  const auto is_new = [this](const entry& each) {
+    return each.at_most == bound_ + 1;
+  };
+  const auto half = static_cast<std::ptrdiff_t>(watched_ / 2);
+  if (std::ranges::count_if(places_, is_new) >= half) return bound_ + 1;
   std::vector<std::uint64_t> counts;
   counts.reserve(watched_);
   for (const entry& each : places_) {
     if (each.at_most > 0) counts.push_back(each.at_most);
   }
-  const auto half =
-      counts.begin() + static_cast<std::ptrdiff_t>(counts.size() / 2);
-  std::ranges::nth_element(counts, half);
-  return *half;
+  std::ranges::nth_element(counts, counts.begin() + half);
+  return counts[watched_ / 2];
 }
 
 // Keeps the records above the bound.
@@ -63,7 +81,7 @@ void record_sketch::rebuild(std::size_t places) {
     if (each.at_most > bound_) kept.push_back(each);
   }
   places_.assign(places, {});
-  for (const entry& each : kept) place_of(each.data_set, each.recno) = each;
+  for (const entry& each : kept) place_of(each.key) = each;
   watched_ = kept.size();
 }
 
@@ -71,10 +89,12 @@ void record_sketch::rebuild(std::size_t places) {
 std::vector<record_figures> record_sketch::top(std::size_t limit) const {
   top_list<record_figures> largest(limit);
   for (const entry& each : places_) {
-    const top_rank rank{each.at_most - each.error,
-                        std::uint64_t{each.data_set} << 32U | each.recno};
+    const top_rank rank{
+        each.at_most - each.error,
+        std::uint64_t{each.key.data_set} << 32U | each.key.recno};
     if (each.at_most == 0 || !largest.takes(rank)) continue;
-    largest.add(rank, {each.data_set, each.recno, rank.changes, each.at_most});
+    largest.add(
+        rank, {each.key.data_set, each.key.recno, rank.changes, each.at_most});
   }
   return largest.take();
 }

@@ -10,6 +10,7 @@
 // records the bound is 2n/m at most, so a record that makes up more of the
 // trail than that cannot be missed.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -24,16 +25,14 @@ class record_sketch {
   explicit record_sketch(std::size_t capacity = CAPACITY)
       : capacity_(capacity) {}
 
-  // A change of a record. Throws std::bad_alloc.
+  // A change of a record. Changes wait until there are some, so that the
+  // processor fetches their places at the same time. Throws std::bad_alloc.
   void add(std::uint32_t data_set, std::uint32_t recno) {
-    entry& mine = places_.empty() ? first_place(data_set, recno)
-                                  : place_of(data_set, recno);
-    if (mine.at_most == 0) {
-      come_in(mine, data_set, recno);
-    } else {
-      ++mine.at_most;
-    }
+    waiting_[waiting_count_] = {data_set, recno};
+    if (++waiting_count_ == waiting_.size()) add_waiting();
   }
+  // Must be called before anything is asked. Throws std::bad_alloc.
+  void add_waiting();
 
   // Changes that a record which is not watched can have at most.
   std::uint64_t bound() const { return bound_; }
@@ -43,18 +42,26 @@ class record_sketch {
   std::vector<record_figures> top(std::size_t limit) const;
 
  private:
-  struct entry {
+  struct record_key {
     std::uint32_t data_set = 0;
     std::uint32_t recno = 0;
+
+    bool operator==(const record_key&) const = default;
+  };
+  struct entry {
+    record_key key;
     // 0: the place is free.
     std::uint64_t at_most = 0;
     // The bound when it came in.
     std::uint64_t error = 0;
   };
 
-  entry& place_of(std::uint32_t data_set, std::uint32_t recno);
-  entry& first_place(std::uint32_t data_set, std::uint32_t recno);
-  void come_in(entry& place, std::uint32_t data_set, std::uint32_t recno);
+  static constexpr std::size_t WAITING = 64;
+
+  std::size_t first_place(const record_key& key) const;
+  entry& place_of(const record_key& key);
+  void add_now(const record_key& key);
+  void come_in(entry& place, const record_key& key);
   std::uint64_t middle() const;
   void rebuild(std::size_t places);
 
@@ -63,6 +70,10 @@ class record_sketch {
   std::vector<entry> places_;
   std::size_t watched_ = 0;
   std::uint64_t bound_ = 0;
+  std::array<record_key, WAITING> waiting_{};
+  std::size_t waiting_count_ = 0;
+  // Of no meaning: what is fetched must be used for something.
+  std::uint64_t fetched_ = 0;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_STATS_RECORD_SKETCH_H

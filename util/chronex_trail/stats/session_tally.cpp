@@ -71,9 +71,9 @@ session_tally::session_state& session_tally::state_of(
     const session_entry& session, const event_place& place) {
   recent_state& recent = recent_[session.sign_on_id % RECENT];
   if (recent.sign_on_id != session.sign_on_id) {
-    recent = {session.sign_on_id, find_state(session, place)};
+    recent = {session.sign_on_id, &states_[find_state(session, place)]};
   }
-  return states_[recent.position];
+  return *recent.state;
 }
 
 void session_tally::sign_on(const session_entry& session,

@@ -70,7 +70,8 @@ class session_tally {
   };
   struct recent_state {
     std::uint64_t sign_on_id = 0;
-    std::uint32_t position = 0;
+    // Stays where it is until a file ends.
+    session_state* state = nullptr;
   };
   static constexpr std::size_t RECENT = 256;
 

@@ -21,15 +21,19 @@ class stats_gatherer {
   void add(const image_operation& operation, const event_place& place) {
     completeness.add(operation);
     sessions.add(operation, place);
-    add_to_set(operation, set_numbers_.of(operation.node, place));
+    const std::uint32_t number = set_numbers_.of(operation.node, place);
+    set_figures& set = figures.data_sets[number];
+    set.changes.add(operation.op, operation.timestamp);
+    if (operation.before_sealed || operation.after_sealed) ++set.unreadable;
+    records_.add(number, operation.recno);
     if (!hours_.is_in(operation.timestamp)) enter_hour(operation.timestamp);
-    day_->add(operation.op);
-    hour_->add(operation.op);
+    in_hour_.add(operation.op);
   }
 
   void end(int status) {
     sessions.end();
     completeness.end();
+    leave_hour();
     for (const name_figures& user : figures.users) {
       figures.changes.add(user.changes);
     }
@@ -37,23 +41,24 @@ class stats_gatherer {
       figures.completeness.unreadable += set.unreadable;
     }
     figures.completeness.status = status;
+    records_.add_waiting();
     figures.records = records_.top(top_);
     figures.record_bound = records_.bound();
     if (figures.record_bound == 0) figures.record_count = records_.watched();
   }
 
  private:
-  void add_to_set(const image_operation& operation, std::uint32_t number) {
-    set_figures& set = figures.data_sets[number];
-    set.changes.add(operation.op, operation.timestamp);
-    if (operation.before_sealed || operation.after_sealed) ++set.unreadable;
-    records_.add(number, operation.recno);
+  // The changes of an hour are counted before it is looked up.
+  void enter_hour(std::uint32_t timestamp) {
+    leave_hour();
+    hour_ = hours_.enter(timestamp);
   }
 
-  void enter_hour(std::uint32_t timestamp) {
-    const local_hour hour = hours_.enter(timestamp);
-    day_ = &figures.days[hour.day];
-    hour_ = &figures.hours[hour.hour_of_week];
+  void leave_hour() {
+    if (in_hour_.total() == 0) return;
+    figures.days[hour_.day].add(in_hour_);
+    figures.hours[hour_.hour_of_week].add(in_hour_);
+    in_hour_ = {};
   }
 
   std::size_t top_;
@@ -61,9 +66,9 @@ class stats_gatherer {
   set_numbers set_numbers_{sets_};
   record_sketch records_;
   local_hours hours_;
-  // Of the hour that hours_ has entered.
-  op_counts* day_ = nullptr;
-  op_counts* hour_ = nullptr;
+  // The hour that hours_ has entered, and the changes in it.
+  local_hour hour_;
+  op_counts in_hour_;
 };
 
 template <typename Event>
