@@ -14,6 +14,7 @@
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex/run/options.h"
 #include "util/chronex/run/output_check.h"
+#include "util/chronex/run/progress.h"
 #include "util/chronex/run/run.h"
 #include "util/chronex/run/standard_descriptors.h"
 #include "util/chronex/run/usage.h"
@@ -78,6 +79,8 @@ int open_audit_output(chronex_run& run, const command_line& options) {
 }
 
 int process_files(chronex_run& run) {
+  const run_progress progress(run.messages, run.inputs,
+                              progress_mode::automatic);
   for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
     if (process_input(run, *file) != 0) return -1;
   }

@@ -91,6 +91,7 @@ bool input_stream::fill(std::size_t count) {
     end_ += got;
     delivered_ += got;
   }
+  if (refilled_) refilled_();
   return true;
 }
 
@@ -116,12 +117,26 @@ bool input_stream::skip(std::uint64_t count) {
 
 void input_stream::verify_rest() {
   if (!is_compressed()) return;
-  while (source_->read(window_.bytes().first(READ_SIZE)) > 0) continue;
+  while (source_->read(window_.bytes().first(READ_SIZE)) > 0) {
+    if (refilled_) refilled_();
+  }
   next_ = 0;
   end_ = 0;
   error_ = source_->error();
   truncated_ = source_->truncated();
   resource_error_ = source_->resource_error();
+}
+
+std::uint64_t input_stream::stored_size() const {
+  struct stat status {};
+  const bool known = regular_ && fstat(descriptor_, &status) == 0;
+  return known ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
+// All that reads the file shares the place of its descriptor.
+std::uint64_t input_stream::stored_position() const {
+  const off_t position = regular_ ? lseek(descriptor_, 0, SEEK_CUR) : 0;
+  return position > 0 ? static_cast<std::uint64_t>(position) : 0;
 }
 
 void input_stream::suspend() {

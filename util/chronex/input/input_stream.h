@@ -12,6 +12,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <utility>
 
 #include "common/owned_bytes.h"
 #include "util/chronex/input/byte_source.h"
@@ -70,6 +71,18 @@ class input_stream {
     return source_ ? delivered_ - (end_ - next_) : resume_at_;
   }
 
+  // The size of the file as it is stored, and how much of that has been read,
+  // ahead of what has been taken. Of what is no regular file, or was not handed
+  // over at its beginning, both are 0.
+  std::uint64_t stored_size() const;
+  std::uint64_t stored_position() const;
+  bool is_regular() const { return regular_; }
+  // Calls `refilled` each time the window has been filled, once in about a
+  // megabyte; none: no more.
+  void set_refilled(std::function<void()> refilled) {
+    refilled_ = std::move(refilled);
+  }
+
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
   void suspend();
@@ -82,6 +95,7 @@ class input_stream {
   int descriptor_ = -1;
   bool regular_ = false;
   std::function<void()> before_wait_;
+  std::function<void()> refilled_;
   std::unique_ptr<byte_source> source_;
   owned_bytes window_;
   // The bytes of the window that have not been taken yet.

@@ -184,7 +184,7 @@ db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
   if (!context) return context;
   const trace_guard traces;
   // The crypto layer prints its messages itself.
-  trail.messages.let_out();
+  trail.messages.make_way();
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
     switch (take_entry(entry, context->entries[context->count], trail)) {
       case entry_fate::kept:

@@ -16,7 +16,7 @@ bool is_terminal(int descriptor) {
 run_messages::run_messages() : on_terminal(is_terminal(STDERR_FILENO)) {}
 
 void run_messages::print(const char* format, ...) {
-  let_out();
+  make_way();
   std::va_list arguments;
   va_start(arguments, format);
   std::vfprintf(stderr, format, arguments);
@@ -25,7 +25,7 @@ void run_messages::print(const char* format, ...) {
 
 void run_messages::perror(const char* name) {
   const int error = errno;
-  let_out();
+  make_way();
   errno = error;
   std::perror(name);
 }

@@ -10,6 +10,8 @@
 #include <string>
 #include <utility>
 
+#include "util/chronex/messages/progress_line.h"
+
 class run_messages {
  public:
   run_messages();
@@ -17,13 +19,18 @@ class run_messages {
   run_messages& operator=(const run_messages&) = delete;
 
   // `let_out` hands out what the run's outputs hold back. It is called before
-  // each message, and by whoever is about to wait or to print a message by
-  // other means.
+  // each message, and by whoever is about to wait.
   void set_let_out(std::function<void()> let_out) {
     let_out_ = std::move(let_out);
   }
   void let_out() const {
     if (let_out_) let_out_();
+  }
+
+  // To be called by whoever is about to print a message by other means.
+  void make_way() {
+    progress.clear();
+    let_out();
   }
 
   // Prints a formatted text as it is.
@@ -36,6 +43,9 @@ class run_messages {
 
   // The number of -v options.
   int verbose = 0;
+
+  // How far the run is; messages take its place.
+  progress_line progress;
 
  private:
   std::function<void()> let_out_;

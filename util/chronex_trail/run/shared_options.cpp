@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 
 #include "util/chronex_trail/run/time_zone.h"
 
@@ -18,7 +19,8 @@ constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
 
 // Options without a letter; the last stands for the first of a command's own.
 constexpr int TIME_ZONE_OPTION = 256;
-constexpr int OWN_OPTIONS = 257;
+constexpr int PROGRESS_OPTION = 257;
+constexpr int OWN_OPTIONS = 258;
 
 // ":": the parser keeps silent; its messages are printed here.
 constexpr const char* OPTION_LETTERS = ":e:f:I:Mo:h";
@@ -29,6 +31,7 @@ constexpr option LONG_OPTIONS[] = {
     {"master-keys", no_argument, nullptr, 'M'},
     {"output", required_argument, nullptr, 'o'},
     {"time-zone", required_argument, nullptr, TIME_ZONE_OPTION},
+    {"progress", required_argument, nullptr, PROGRESS_OPTION},
     {"help", no_argument, nullptr, 'h'},
 };
 
@@ -70,6 +73,27 @@ int read_filter_file(const char* name, run_messages& messages,
   return 0;
 }
 
+int set_time_zone_option(const char* zone, run_messages& messages) {
+  if (set_time_zone(zone)) return 0;
+  messages.print("Unknown time zone: %s\n", zone);
+  return EXIT_USAGE;
+}
+
+int set_progress(std::string_view word, run_messages& messages,
+                 shared_options& options) {
+  if (word == "auto") {
+    options.progress = progress_mode::automatic;
+  } else if (word == "never") {
+    options.progress = progress_mode::never;
+  } else if (word == "always") {
+    options.progress = progress_mode::always;
+  } else {
+    messages.print("--progress takes auto, never or always\n");
+    return EXIT_USAGE;
+  }
+  return 0;
+}
+
 // Applies one option. Returns 0 or the exit status that ends the run.
 int apply_option(int letter, const char* argument, run_messages& messages,
                  shared_options& options) {
@@ -90,9 +114,9 @@ int apply_option(int letter, const char* argument, run_messages& messages,
       options.output = argument;
       return 0;
     case TIME_ZONE_OPTION:
-      if (set_time_zone(argument)) return 0;
-      messages.print("Unknown time zone: %s\n", argument);
-      return EXIT_USAGE;
+      return set_time_zone_option(argument, messages);
+    case PROGRESS_OPTION:
+      return set_progress(argument, messages, options);
     default:
       options.help = true;
       return 0;

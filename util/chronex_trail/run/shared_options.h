@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "util/chronex/messages/messages.h"
+#include "util/chronex/run/progress.h"
 
 struct shared_options {
   // -e and -f, in their order, and -I; UTF-8.
@@ -19,6 +20,8 @@ struct shared_options {
   bool use_master_keys = false;
   // -o; "-" is standard output.
   std::string output = "-";
+  // --progress
+  progress_mode progress = progress_mode::automatic;
   // --help was given.
   bool help = false;
   // The input files as given.

@@ -23,6 +23,7 @@ int process_input(trail_run& run, input_file& file) {
 }
 
 int process_files(trail_run& run) {
+  const run_progress progress(run.messages, run.inputs, run.progress);
   for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
     if (process_input(run, *file) != 0) return EXIT_ERROR;
   }
@@ -86,6 +87,7 @@ void tell_unknown_names(trail_run& run) {
 }  // namespace
 
 int prepare_run(trail_run& run, const shared_options& options) {
+  run.progress = options.progress;
   if (options.use_master_keys && ko_mkey_init() != 0) return -1;
   if (run.inputs.open(options.operands) != 0) return -1;
   if (set_filter(run, options) != 0) return -1;

@@ -15,6 +15,7 @@
 #include "util/chronex/input/scratch.h"
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/run/inputs.h"
+#include "util/chronex/run/progress.h"
 #include "util/chronex/trail/trail.h"
 #include "util/chronex_trail/run/shared_options.h"
 
@@ -31,6 +32,7 @@ struct trail_run {
   // NO_CHARSET until an input header fixes it.
   int charset_id = NO_CHARSET;
   input_list inputs{messages, charset_id};
+  progress_mode progress = progress_mode::automatic;
 };
 
 // Unlocks master keys, opens the inputs and reads their headers, and compiles
