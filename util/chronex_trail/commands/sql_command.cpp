@@ -11,6 +11,7 @@
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/sql/database_file.h"
 #include "util/chronex_trail/sql/sql_output.h"
+#include "util/chronex_trail/sql/sqlite_engine.h"
 
 namespace {
 
@@ -84,9 +85,10 @@ std::string words_of(std::span<char* const> arguments) {
 
 // Returns the exit status.
 int fill(trail_run& run, database_file& file, const run_facts& facts) {
-  sql_output output(run.messages, file.database(), &run.item_names);
+  sqlite_engine engine(file.database(), file.is_continued());
+  sql_output output(run.messages, engine, &run.item_names);
   try {
-    output.begin(file.is_continued(), facts);
+    output.begin(facts);
     run.events.add_output(output);
     const int status = process_inputs(run);
     if (!output.failure().empty()) return EXIT_ERROR;

@@ -1,11 +1,14 @@
 #include "util/chronex_trail/commands/temporary_database.h"
 
+#include "util/chronex_trail/sql/sqlite_engine.h"
+
 std::optional<int> load_temporary(trail_run& run, sql_database& database,
                                   kept_rows kept) {
-  sql_output output(run.messages, database, &run.item_names, kept);
   try {
     database.open("");
-    output.begin(false, {});
+    sqlite_engine engine(database, false);
+    sql_output output(run.messages, engine, &run.item_names, kept);
+    output.begin({});
     run.events.add_output(output);
     const int status = process_inputs(run);
     if (!output.failure().empty()) return std::nullopt;

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "util/chronex_trail/run/trail_run.h"
+#include "util/chronex_trail/sql/database.h"
 #include "util/chronex_trail/sql/sql_output.h"
 
 // Processes all inputs of a run into a new database, which goes away with its

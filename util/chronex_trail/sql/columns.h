@@ -8,12 +8,8 @@
 #include <vector>
 
 #include "util/chronex_trail/json/set_piece.h"
-
-// What a column keeps of an item.
-enum class column_kind : std::uint8_t { integer, real, bytes, text, array };
-
-// The type by which the engine declares it.
-const char* column_type_name(column_kind kind);
+#include "util/chronex_trail/sql/engine.h"
+#include "util/chronex_trail/sql/table_form.h"
 
 // An element of an item, after and before an operation.
 struct column_pair {
@@ -21,7 +17,10 @@ struct column_pair {
   std::size_t item = 0;
   // From 0; whole items are 0, too.
   std::size_t element = 0;
+  // json: the whole of an array.
   column_kind kind = column_kind::text;
+  // See table_column.
+  std::size_t size = 0;
   // Name of the column of after-images, and of before-images.
   std::string name;
   std::string before_name;
@@ -35,16 +34,18 @@ struct column_plan {
   bool has_more = false;
 };
 
-// What all tables of data sets begin with, and what they end with if items are
-// too many.
-inline constexpr const char* FIXED_COLUMNS[] = {"_n", "_ts", "_op", "_recno",
-                                                "_session"};
-inline constexpr const char* MORE_COLUMN = "_more";
-inline constexpr const char* MORE_BEFORE_COLUMN = "_more_before";
+// The column of an item's values after an operation, or before it.
+table_column column_of(const column_pair& pair, bool before);
 
-// Items have their columns among this number of first ones.
-inline constexpr std::size_t MAX_ITEM_COLUMNS = 1900;
+// The pair of columns that ends a table whose items are too many.
+const column_pair& more_columns();
 
-column_plan plan_columns(const set_piece& set);
+column_plan plan_columns(const set_piece& set, const sql_engine& engine);
+
+// The table of a data set, which has that name.
+table_form form_of_table(const std::string& name, const column_plan& plan);
+
+// Items have their columns behind so many others.
+inline constexpr std::size_t FIXED_COLUMNS = 5;
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_COLUMNS_H

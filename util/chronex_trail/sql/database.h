@@ -9,15 +9,10 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
-// What the engine says went wrong.
-class sql_error : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+#include "util/chronex_trail/sql/sql_error.h"
 
 class sql_statement {
  public:

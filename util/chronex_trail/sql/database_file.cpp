@@ -7,8 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "util/chronex_trail/sql/trail_tables.h"
-
 namespace {
 
 constexpr mode_t EVERYONE = 0666;

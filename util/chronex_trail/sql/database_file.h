@@ -12,6 +12,10 @@
 #include "util/chronex/messages/messages.h"
 #include "util/chronex_trail/sql/database.h"
 
+// Tell a trail's database from others, in its header.
+inline constexpr int TRAIL_APPLICATION_ID = 0x43485258;
+inline constexpr int TRAIL_TABLES_VERSION = 1;
+
 // What becomes of a database that is there already.
 enum class existing_database { refused, replaced, continued };
 

@@ -19,8 +19,7 @@ bool is_continuation(char byte) {
 }
 
 // Well-formed UTF-8 without the characters that are too much.
-std::string_view cut(std::string_view utf8) {
-  std::size_t length = identifier_set::MAX_LENGTH;
+std::string_view cut(std::string_view utf8, std::size_t length) {
   if (utf8.size() <= length) return utf8;
   while (length > 0 && is_continuation(utf8[length])) --length;
   return utf8.substr(0, length);
@@ -45,14 +44,19 @@ bool identifier_set::has(std::string_view name) const {
   return names_.contains(in_lower_case(name));
 }
 
+bool identifier_set::is_free(const std::string& name,
+                             std::string_view twin) const {
+  return !name.empty() && !has(name) &&
+         (twin.empty() || !has(name + std::string(twin)));
+}
+
 std::string identifier_set::make_free(std::string_view name,
                                       std::string_view twin) {
-  const std::string stem(cut(name));
-  std::string made = stem;
-  for (int number = 2; made.empty() || has(made) ||
-                       (!twin.empty() && has(made + std::string(twin)));
-       ++number) {
-    made = stem + '_' + std::to_string(number);
+  const std::size_t room = max_length_ - twin.size();
+  std::string made(cut(name, room));
+  for (int number = 2; !is_free(made, twin); ++number) {
+    const std::string suffix = '_' + std::to_string(number);
+    made = std::string(cut(name, room - suffix.size())) + suffix;
   }
   take(made);
   if (!twin.empty()) take(made + std::string(twin));

@@ -12,11 +12,12 @@
 std::string quoted_identifier(std::string_view name);
 
 // Names of one kind, which differ from each other also when upper and lower
-// case are not told apart, as the engine does for letters of ASCII.
+// case are not told apart, as some engines do not for letters of ASCII.
 class identifier_set {
  public:
-  // Longer names are cut, whole characters only.
-  static constexpr std::size_t MAX_LENGTH = 200;
+  // Longer names are cut, whole characters only: no name that is made has more
+  // bytes.
+  explicit identifier_set(std::size_t max_length) : max_length_(max_length) {}
 
   // Takes a name that is in use. Returns false if it was before.
   bool take(std::string_view name);
@@ -28,6 +29,9 @@ class identifier_set {
   std::string make_free(std::string_view name, std::string_view twin = {});
 
  private:
+  bool is_free(const std::string& name, std::string_view twin) const;
+
+  std::size_t max_length_;
   std::unordered_set<std::string> names_;
 };
 

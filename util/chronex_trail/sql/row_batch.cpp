@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstring>
 
-void row_batch::prepare(sql_database& database, const std::string& table,
-                        int columns, std::size_t row_size) {
-  columns_ = columns;
-  rows_ = std::clamp(MAX_PARAMETERS / columns, 1, MAX_ROWS);
-  rows_ = std::min(rows_, static_cast<int>(MAX_KEPT / (row_size + 1)) + 1);
+row_batch::row_batch(sql_database& database, const std::string& table,
+                     int columns, std::size_t row_size)
+    : columns_(columns) {
+  if (row_size > 0) {
+    rows_ = std::clamp(MAX_PARAMETERS / columns, 1, MAX_ROWS);
+    rows_ = std::min(rows_, static_cast<int>(MAX_KEPT / (row_size + 1)) + 1);
+  }
   std::string row = "(?";
   for (int i = 1; i < columns; ++i) row += ",?";
   row += ')';
@@ -18,10 +20,10 @@ void row_batch::prepare(sql_database& database, const std::string& table,
   kept_.resize(std::min(MAX_KEPT, static_cast<std::size_t>(rows_) * row_size));
 }
 
-void row_batch::begin(std::int64_t key) {
+void row_batch::begin(std::int64_t first) {
   first_ = filled_ * columns_;
-  if (filled_ == 0) first_key_ = key;
-  statement_.bind(first_ + 1, key);
+  if (filled_ == 0) first_key_ = first;
+  statement_.bind(first_ + 1, first);
 }
 
 const char* row_batch::keep(const char* bytes, std::size_t size) {

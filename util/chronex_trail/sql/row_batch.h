@@ -1,8 +1,8 @@
 #ifndef CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ROW_BATCH_H
 #define CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ROW_BATCH_H
 
-// Rows of a table whose first column is its key, inserted several at a time: to
-// run a statement for each would take longer.
+// Rows of an SQLite table, inserted several at a time where the first column is
+// a key: to run a statement for each would take longer.
 
 #include <cstddef>
 #include <cstdint>
@@ -11,39 +11,41 @@
 #include <vector>
 
 #include "util/chronex_trail/sql/database.h"
+#include "util/chronex_trail/sql/row_writer.h"
 
-class row_batch {
+class row_batch : public row_writer {
  public:
-  // `table` is quoted. Values are bound a column at a time; columns are counted
-  // from 1. `row_size` is about what the texts of a row take, in bytes.
-  void prepare(sql_database& database, const std::string& table, int columns,
-               std::size_t row_size);
+  // `table` is quoted. `row_size` is about what the texts of a row take, in
+  // bytes; 0: every row is inserted at once, and the first column need not be a
+  // key.
+  row_batch(sql_database& database, const std::string& table, int columns,
+            std::size_t row_size);
 
-  // Begins the next row, all NULL but for its key, which no row has yet.
-  void begin(std::int64_t key);
-  // Values of the row that was begun, copied but for `literal` texts, which
-  // live as long as the program.
-  void bind(int column, std::int64_t number) {
+  void begin(std::int64_t first) override;
+  void bind(int column, std::int64_t number) override {
     statement_.bind(first_ + column, number);
   }
-  void bind_real(int column, double number) {
+  void bind_natural(int column, std::uint64_t number) override {
+    bind_text(column, std::to_string(number));
+  }
+  void bind_decimal(int column, std::string_view digits) override {
+    bind_text(column, digits);
+  }
+  void bind_real(int column, double number) override {
     statement_.bind_real(first_ + column, number);
   }
-  void bind_text(int column, std::string_view utf8);
-  void bind_literal(int column, std::string_view utf8) {
+  void bind_time(int column, std::string_view time) override {
+    bind_text(column, time);
+  }
+  void bind_text(int column, std::string_view utf8) override;
+  void bind_literal(int column, std::string_view utf8) override {
     statement_.bind_text(first_ + column, utf8);
   }
-  void bind_bytes(int column, std::span<const std::uint8_t> bytes);
-  // The row has all its values. Throws sql_error, as flush() does.
-  void end();
+  void bind_bytes(int column, std::span<const std::uint8_t> bytes) override;
+  void end() override;
 
-  // Inserts the rows that were not yet.
-  void flush();
-  // Lets go of the statement; all rows must have been inserted.
-  void release() { statement_ = sql_statement(); }
-
-  // Bytes that it takes.
-  std::size_t footprint() const;
+  void flush() override;
+  std::size_t footprint() const override;
 
  private:
   static constexpr int MAX_ROWS = 16;

@@ -3,14 +3,13 @@
 #include <array>
 #include <charconv>
 #include <cstring>
-#include <iterator>
 
 #include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/value_text.h"
 
 namespace {
 
-constexpr int FIRST_ITEM_COLUMN = std::size(FIXED_COLUMNS) + 1;
+constexpr int FIRST_ITEM_COLUMN = FIXED_COLUMNS + 1;
 
 // Takes every number there is.
 constexpr std::size_t NUMBER_ROOM = 32;
@@ -37,6 +36,22 @@ std::int64_t whole_number(value_form form, const item_value& value) {
   std::from_chars(value.text.data(), value.text.data() + value.text.size(),
                   number);
   return number;
+}
+
+void bind_value(row_writer& row, int at, column_kind kind,
+                const item_view& item, const item_value& value) {
+  switch (kind) {
+    case column_kind::integer:
+      return row.bind(at, whole_number(item.form, value));
+    case column_kind::natural:
+      return row.bind_natural(at, value.natural);
+    case column_kind::decimal:
+      return row.bind_decimal(at, value.text);
+    case column_kind::real:
+      return row.bind_real(at, shown_number(value.real, item.size));
+    default:
+      return row.bind_text(at, value.text);
+  }
 }
 
 bool is_sealed(const item_view& item, const shown_image& image) {
@@ -100,7 +115,7 @@ int row_binder::bind_item(set_table& table, std::size_t& pair,
   const bool sealed = put_sealed(place);
   const std::size_t item = pairs[pair].item;
   for (; pair < pairs.size() && pairs[pair].item == item; ++pair, at += 2) {
-    if (!sealed) bind_element(table.rows, at, pairs[pair], place);
+    if (!sealed) bind_element(*table.rows, at, pairs[pair], place);
   }
   if (!sealed) note_fill(place);
   return at;
@@ -123,10 +138,10 @@ item_value row_binder::read(const item_place& place, std::size_t k) {
   return value;
 }
 
-void row_binder::bind_element(row_batch& row, int at, const column_pair& pair,
+void row_binder::bind_element(row_writer& row, int at, const column_pair& pair,
                               const item_place& place) {
   const item_view& item = place.keyed.item;
-  if (pair.kind == column_kind::array) {
+  if (pair.kind == column_kind::json) {
     json_.clear();
     append_item(place);
     row.bind_text(at, json_);
@@ -137,16 +152,7 @@ void row_binder::bind_element(row_batch& row, int at, const column_pair& pair,
     return;
   }
   const item_value value = read(place, pair.element);
-  if (value.is_null()) return;
-  if (pair.kind == column_kind::integer) {
-    row.bind(at, whole_number(item.form, value));
-  } else if (pair.kind == column_kind::real) {
-    row.bind_real(at, shown_number(value.real, item.size));
-  } else if (item.form == value_form::natural) {
-    row.bind_text(at, std::to_string(value.natural));
-  } else {
-    row.bind_text(at, value.text);
-  }
+  if (!value.is_null()) bind_value(row, at, pair.kind, item, value);
 }
 
 void row_binder::append_element(const item_place& place, std::size_t k) {
@@ -187,7 +193,7 @@ void row_binder::bind_more(set_table& table, const set_piece& set,
     note_fill(place);
   }
   json_.front() = '{';
-  table.rows.bind_text(at, json_ + '}');
+  table.rows->bind_text(at, json_ + '}');
 }
 
 const std::string& row_binder::changed(const set_piece& set,

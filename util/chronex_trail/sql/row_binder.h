@@ -41,7 +41,7 @@ class row_binder {
                   const shown_image& image, int first);
   int bind_item(set_table& table, std::size_t& pair, const item_place& place,
                 int at);
-  void bind_element(row_batch& row, int at, const column_pair& pair,
+  void bind_element(row_writer& row, int at, const column_pair& pair,
                     const item_place& place);
   void bind_more(set_table& table, const set_piece& set,
                  const shown_image& image, int at);

@@ -17,9 +17,10 @@
 #include "util/chronex_trail/json/piece_cache.h"
 #include "util/chronex_trail/json/set_piece.h"
 #include "util/chronex_trail/sql/columns.h"
-#include "util/chronex_trail/sql/database.h"
+#include "util/chronex_trail/sql/engine.h"
 #include "util/chronex_trail/sql/identifiers.h"
-#include "util/chronex_trail/sql/row_batch.h"
+#include "util/chronex_trail/sql/known_data_sets.h"
+#include "util/chronex_trail/sql/row_writer.h"
 
 // A data set's table, ready to take rows.
 struct set_table {
@@ -32,7 +33,7 @@ struct set_table {
   // data_set.id
   std::int64_t data_set = 0;
   column_plan plan;
-  row_batch rows;
+  std::unique_ptr<row_writer> rows;
 
   // Bytes that it took when it was made.
   std::size_t size = 0;
@@ -41,10 +42,12 @@ struct set_table {
 
 class set_tables {
  public:
-  explicit set_tables(sql_database& database) : database_(database) {}
+  explicit set_tables(sql_engine& engine)
+      : engine_(engine), table_names_(engine.limits().name_length) {}
 
-  // Learns what is in the database already. The tables of its own must be.
-  void load();
+  // Learns what is there already, and the highest data_set.id. The tables that
+  // every trail has must be.
+  void begin(std::int64_t last_data_set);
 
   // The table of a data set in an event at that place, made if it is not there;
   // valid until the next call.
@@ -56,29 +59,14 @@ class set_tables {
   void finish();
 
  private:
-  // The name of a data set, in UTF-8.
-  struct set_name {
-    std::string database;
-    bool has_database = false;
-    std::string name;
-
-    std::string full() const;
-    // Different for all names.
-    std::string key() const;
-  };
   struct known_form {
     std::string table_name;
     std::int64_t version = 0;
   };
 
-  static set_name name_of(const node_entry& node, const set_piece& set,
-                          bool from_audit_file);
-  void load_names();
   void make_indexes();
   void flush();
-  void remember(const set_name& name, const std::string& form,
-                std::int64_t node, const known_form& known,
-                std::int64_t data_set);
+  void remember(const known_data_set& known);
   std::unique_ptr<set_table> make(const node_entry& node, const set_piece& set,
                                   const event_place& place);
   std::int64_t data_set_of(const node_entry& node, const set_name& name,
@@ -86,13 +74,13 @@ class set_tables {
                            const column_plan& plan);
   const known_form& form_of(const set_name& name, const std::string& form,
                             const column_plan& plan);
-  void create_table(const std::string& name, const column_plan& plan);
+  void bind_columns(const column_pair& pair);
   void insert_items(std::int64_t data_set, const node_entry& node,
                     const set_piece& set, const column_plan& plan);
 
   static constexpr std::size_t KEPT_BYTES = std::size_t{8} << 20;
 
-  sql_database& database_;
+  sql_engine& engine_;
   piece_cache<set_table> kept_{KEPT_BYTES};
   identifier_set table_names_;
   // Under name and form; under these and the node; and under the name how many
@@ -101,7 +89,10 @@ class set_tables {
   std::unordered_map<std::string, std::int64_t> data_sets_;
   std::unordered_map<std::string, std::int64_t> versions_;
   std::int64_t last_data_set_ = 0;
-  std::vector<std::string> new_tables_;
+  // Without their columns of items.
+  std::vector<table_form> new_tables_;
+  std::unique_ptr<row_writer> data_set_rows_;
+  std::unique_ptr<row_writer> item_rows_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SET_TABLES_H

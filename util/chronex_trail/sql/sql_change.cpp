@@ -47,7 +47,7 @@ void sql_output::bind_slot(int at, const memo_slot& slot,
   const decoded_text text = decode_text(
       text_of(slot), character_table_of(charset_at(slot.place)), scratch_);
   if (text.undecodable) append_field_note(notes_, field, text_of(slot));
-  change_.bind_text(at, text.utf8);
+  change_->bind_text(at, text.utf8);
 }
 
 // What the session last said of its transaction.
@@ -62,21 +62,21 @@ void sql_output::bind_slots(const session_entry& session) {
 
 void sql_output::bind_operation(const image_operation& operation,
                                 const event_place& place) {
-  change_.begin(n_);
-  change_.bind_text(CHANGE_TS, time_.text(operation.timestamp));
-  change_.bind_literal(CHANGE_OP, op_letter(operation.op));
-  change_.bind(CHANGE_RECNO, operation.recno);
+  change_->begin(n_);
+  change_->bind_time(CHANGE_TS, time_.text(operation.timestamp));
+  change_->bind_literal(CHANGE_OP, op_letter(operation.op));
+  change_->bind(CHANGE_RECNO, operation.recno);
   const std::int64_t session = session_of(operation.session);
-  bounds_.add(session, n_);
-  change_.bind(CHANGE_SESSION, session);
+  engine_.sessions().worked(session, n_);
+  change_->bind(CHANGE_SESSION, session);
   if (place.file != nullptr) {
-    change_.bind(CHANGE_INPUT, input_);
+    change_->bind(CHANGE_INPUT, input_);
     if (place.file->type == FWLOG_FILE) {
-      change_.bind(CHANGE_GENERATION, place.file->generation);
-      change_.bind(CHANGE_SEQUENCE, place.file->sequence);
+      change_->bind(CHANGE_GENERATION, place.file->generation);
+      change_->bind(CHANGE_SEQUENCE, place.file->sequence);
     }
   }
-  if (place.number != 0) change_.bind(CHANGE_ACTION, place.number);
+  if (place.number != 0) change_->bind(CHANGE_ACTION, place.number);
 }
 
 void sql_output::bind_images(const image_operation& operation,
@@ -86,8 +86,8 @@ void sql_output::bind_images(const image_operation& operation,
   rows_.bind_before(table, set, images.before);
   rows_.bind_after(table, set, images.after);
   if (images.can_be_compared) {
-    change_.bind_text(CHANGE_CHANGED,
-                      rows_.changed(set, images.before, images.after));
+    change_->bind_text(CHANGE_CHANGED,
+                       rows_.changed(set, images.before, images.after));
   }
 }
 
@@ -95,9 +95,9 @@ void sql_output::bind_images(const image_operation& operation,
 void sql_output::insert_images(const image_operation& operation,
                                const set_piece& set, set_table& table,
                                const event_place& place) {
-  row_batch& row = table.rows;
+  row_writer& row = *table.rows;
   row.begin(n_);
-  row.bind_text(2, time_.text(operation.timestamp));
+  row.bind_time(2, time_.text(operation.timestamp));
   row.bind_literal(3, op_letter(operation.op));
   row.bind(4, operation.recno);
   row.bind(5, session_of(operation.session));
@@ -115,15 +115,15 @@ void sql_output::insert_change(const image_operation& operation,
   notes_ = set.notes;
   notes_ += sessions_.of(operation.session, charset).notes;
   bind_operation(operation, place);
-  change_.bind(CHANGE_DATA_SET, table.data_set);
+  change_->bind(CHANGE_DATA_SET, table.data_set);
   bind_slots(operation.session);
   if (kept_ == kept_rows::all) insert_images(operation, set, table, place);
   if (!notes_.empty()) {
     notes_.front() = '[';
     notes_ += ']';
-    change_.bind_text(CHANGE_NOTES, notes_);
+    change_->bind_text(CHANGE_NOTES, notes_);
   }
-  change_.end();
+  change_->end();
   if (notes_.capacity() > KEPT_NOTES) notes_ = std::string();
 }
 

@@ -12,6 +12,9 @@ int sql_output::guarded(const Event& event) {
   try {
     event();
     return 0;
+  } catch (const write_error& error) {
+    failure_ = error.what();
+    return -1;
   } catch (const sql_error& error) {
     failure_ = error.what();
   } catch (const std::bad_alloc&) {

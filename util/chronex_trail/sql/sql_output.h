@@ -1,12 +1,12 @@
 #ifndef CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQL_OUTPUT_H
 #define CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQL_OUTPUT_H
 
-// The trail as tables of an SQLite database. Values are those of the JSON
-// events; doc/sql.md describes the tables.
+// The trail as tables of an engine. Values are those of the JSON events;
+// doc/sql.md describes the tables.
 
 #include <array>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -14,15 +14,14 @@
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
-#include "util/chronex_trail/sql/database.h"
-#include "util/chronex_trail/sql/row_batch.h"
+#include "util/chronex_trail/sql/engine.h"
 #include "util/chronex_trail/sql/row_binder.h"
-#include "util/chronex_trail/sql/session_bounds.h"
+#include "util/chronex_trail/sql/row_writer.h"
 #include "util/chronex_trail/sql/set_tables.h"
 #include "util/chronex_trail/values/utc_time.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
-// Times as the engine has them: "YYYY-MM-DD HH:MM:SS", UTC.
+// Times as rows have them: "YYYY-MM-DD HH:MM:SS", UTC.
 class sql_time {
  public:
   // Valid until the next call.
@@ -51,11 +50,11 @@ class sql_output : public trail_output {
  public:
   // All stay the caller's. `listed` narrows what is kept of records; null:
   // nothing does.
-  sql_output(run_messages& messages, sql_database& database,
+  sql_output(run_messages& messages, sql_engine& engine,
              const item_name_list* listed, kept_rows kept = kept_rows::all);
 
   // Makes the tables, or goes on behind what is there. Throws sql_error.
-  void begin(bool append, run_facts facts);
+  void begin(run_facts facts);
   // Makes the indexes, and notes the run with its exit status. Throws
   // sql_error.
   void end(int status);
@@ -78,14 +77,13 @@ class sql_output : public trail_output {
   template <typename Event>
   int guarded(const Event& event);
 
-  void prepare();
-  void go_on();
+  void open_tables();
   std::int64_t session_of(const session_entry& session) const;
   void insert_input(const input_file& file);
   void insert_session(const session_entry& session, const event_place& place);
   void insert_memo(const memo_view& memo);
   void insert_notice(const trail_notice& notice);
-  void bind_attribute(int at, const session_entry& session,
+  void bind_attribute(row_writer& row, int at, const session_entry& session,
                       std::string_view key, int charset);
   void insert_run(int status);
 
@@ -102,12 +100,11 @@ class sql_output : public trail_output {
                    set_table& table, const event_place& place);
 
   run_messages& messages_;
-  sql_database& database_;
+  sql_engine& engine_;
   const kept_rows kept_;
   set_pieces sets_;
   session_pieces sessions_;
   set_tables tables_;
-  session_bounds bounds_;
   std::string notes_;
   row_binder rows_{notes_};
   text_scratch scratch_;
@@ -116,11 +113,10 @@ class sql_output : public trail_output {
   run_facts facts_;
   std::string started_;
 
-  row_batch change_;
-  sql_statement memo_;
-  sql_statement notice_;
-  sql_statement session_;
-  sql_statement sign_off_;
+  std::unique_ptr<row_writer> change_;
+  std::unique_ptr<row_writer> memo_;
+  std::unique_ptr<row_writer> notice_;
+  std::unique_ptr<row_writer> inputs_;
 
   // The number of the latest event, and the id of the latest input.
   std::int64_t n_ = 0;

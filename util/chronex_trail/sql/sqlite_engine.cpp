@@ -1,0 +1,139 @@
+#include "util/chronex_trail/sql/sqlite_engine.h"
+
+#include "util/chronex_trail/sql/database_file.h"
+#include "util/chronex_trail/sql/identifiers.h"
+#include "util/chronex_trail/sql/row_batch.h"
+#include "util/chronex_trail/sql/sqlite_sessions.h"
+#include "util/chronex_trail/sql/trail_tables.h"
+
+namespace {
+
+// The engine takes more, but a reader of names does not.
+constexpr std::size_t NAME_LENGTH = 207;
+
+// The engine takes 2000 columns as it is built for most systems.
+constexpr std::size_t MAX_COLUMNS = 1900;
+
+// The highest number that an event has.
+constexpr const char* HIGHEST_N = R"sql(
+SELECT max((SELECT coalesce(max(n), 0) FROM change),
+           (SELECT coalesce(max(n), 0) FROM memo),
+           (SELECT coalesce(max(n), 0) FROM notice),
+           (SELECT coalesce(max(signed_off_n), 0) FROM session)))sql";
+
+std::vector<item_row> items_of(sql_statement& items, std::int64_t data_set) {
+  std::vector<item_row> rows;
+  items.bind(1, data_set);
+  while (items.step()) {
+    rows.push_back({items.integer(0), std::string(items.text(1)),
+                    std::string(items.text(2)), items.integer(3),
+                    items.integer(4), items.integer(5)});
+  }
+  return rows;
+}
+
+}  // namespace
+
+sqlite_engine::sqlite_engine(sql_database& database, bool is_continued)
+    : database_(database),
+      is_continued_(is_continued),
+      limits_{.name_length = NAME_LENGTH,
+              .columns = MAX_COLUMNS,
+              .own_columns = {},
+              .own_prefix = "sqlite_"} {}
+
+std::string sqlite_engine::type_name(const table_column& column) const {
+  switch (column.kind) {
+    case column_kind::integer:
+      return "INTEGER";
+    case column_kind::real:
+      return "REAL";
+    case column_kind::bytes:
+      return "BLOB";
+    default:
+      return "TEXT";
+  }
+}
+
+start_numbers sqlite_engine::begin(const std::vector<table_form>& tables) {
+  // The file has a temporary name until it is complete: nothing has to be
+  // undone in it.
+  database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
+  database_.run(
+      "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;"
+      " PRAGMA secure_delete = OFF;");
+  if (!is_continued_) create_all(tables);
+  database_.run("BEGIN");
+  sessions_ = std::make_unique<sqlite_sessions>(database_,
+                                                open(tables[SESSION_TABLE], 0));
+  return {.n = database_.number(HIGHEST_N),
+          .input = database_.number("SELECT max(id) FROM input"),
+          .session = database_.number("SELECT max(id) FROM session"),
+          .data_set = database_.number("SELECT max(id) FROM data_set")};
+}
+
+void sqlite_engine::create_all(const std::vector<table_form>& tables) {
+  database_.run("PRAGMA page_size = 8192; PRAGMA encoding = 'UTF-8'");
+  for (const table_form& table : tables) create(table);
+  database_.run(
+      "PRAGMA application_id = " + std::to_string(TRAIL_APPLICATION_ID) +
+      "; PRAGMA user_version = " + std::to_string(TRAIL_TABLES_VERSION));
+}
+
+known_data_sets sqlite_engine::known() {
+  known_data_sets known;
+  sql_statement names = database_.prepare("SELECT name FROM sqlite_master");
+  while (names.step()) known.table_names.emplace_back(names.text(0));
+  sql_statement sets = database_.prepare(
+      "SELECT id, database, name, node, version, table_name, record_size,"
+      " database IS NOT NULL FROM data_set");
+  sql_statement items = database_.prepare(
+      "SELECT DISTINCT position, name, type, elements, size, format"
+      " FROM item WHERE data_set = ? ORDER BY position");
+  while (sets.step()) {
+    const std::int64_t id = sets.integer(0);
+    known.data_sets.push_back(
+        {.id = id,
+         .name = {.database = std::string(sets.text(1)),
+                  .has_database = sets.integer(7) != 0,
+                  .name = std::string(sets.text(2))},
+         .form = form_of_items(sets.integer(6), items_of(items, id)),
+         .node = sets.integer(3),
+         .version = sets.integer(4),
+         .table_name = std::string(sets.text(5))});
+  }
+  return known;
+}
+
+void sqlite_engine::create(const table_form& table) {
+  std::string text = "CREATE TABLE " + quoted_identifier(table.name);
+  const char* separator = "(";
+  for (const table_column& column : table.columns) {
+    const bool is_key = table.has_key && &column == &table.columns.front();
+    text += separator + quoted_identifier(column.name) + ' ' +
+            type_name(column) + (is_key ? " PRIMARY KEY" : "");
+    separator = ", ";
+  }
+  database_.run(text + ')');
+}
+
+std::unique_ptr<row_writer> sqlite_engine::open(const table_form& table,
+                                                std::size_t row_size) {
+  return std::make_unique<row_batch>(database_, quoted_identifier(table.name),
+                                     static_cast<int>(table.columns.size()),
+                                     row_size);
+}
+
+void sqlite_engine::index_records(const table_form& table,
+                                  const std::string& name) {
+  database_.run("CREATE INDEX " + quoted_identifier(name) + " ON " +
+                quoted_identifier(table.name) + '(' +
+                quoted_identifier(table.columns[table.record - 1].name) + ')');
+}
+
+void sqlite_engine::finish_rows() {
+  sessions_->finish();
+  sessions_.reset();
+}
+
+void sqlite_engine::commit() { database_.run("COMMIT"); }

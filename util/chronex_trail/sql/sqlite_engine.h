@@ -1,0 +1,40 @@
+#ifndef CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQLITE_ENGINE_H
+#define CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQLITE_ENGINE_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "util/chronex_trail/sql/database.h"
+#include "util/chronex_trail/sql/engine.h"
+
+// A trail's tables in an SQLite database.
+class sqlite_engine : public sql_engine {
+ public:
+  // The database stays the caller's; it is empty, unless a trail in it is
+  // continued.
+  sqlite_engine(sql_database& database, bool is_continued);
+
+  const engine_limits& limits() const override { return limits_; }
+  std::string type_name(const table_column& column) const override;
+
+  start_numbers begin(const std::vector<table_form>& tables) override;
+  known_data_sets known() override;
+  void create(const table_form& table) override;
+  std::unique_ptr<row_writer> open(const table_form& table,
+                                   std::size_t row_size) override;
+  void index_records(const table_form& table, const std::string& name) override;
+  session_rows& sessions() override { return *sessions_; }
+  void finish_rows() override;
+  void commit() override;
+
+ private:
+  void create_all(const std::vector<table_form>& tables);
+
+  sql_database& database_;
+  const bool is_continued_;
+  const engine_limits limits_;
+  std::unique_ptr<session_rows> sessions_;
+};
+
+#endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQLITE_ENGINE_H
