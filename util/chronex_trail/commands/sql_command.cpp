@@ -1,14 +1,18 @@
 // chronex-trail sql: the trail as tables of a database.
 
+#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "util/chronex/run/usage.h"
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/sql_script.h"
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/run/trail_run.h"
+#include "util/chronex_trail/script/script_engine.h"
 #include "util/chronex_trail/sql/database_file.h"
 #include "util/chronex_trail/sql/sql_output.h"
 #include "util/chronex_trail/sql/sqlite_engine.h"
@@ -20,15 +24,20 @@ constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail sql [options] -o DATABASE FILE...
+       chronex-trail sql [options] --engine NAME [-o SCRIPT] FILE...
 
-Writes the trail into an SQLite database: a table of all changes, one for each
-data set with the values of its items, and what is known of sessions, memos,
-gaps and inputs. FILE is a forward log or an audit file, compressed or not; - is
-standard input.
+Writes the trail into an SQLite database, or as a script for another engine: a
+table of all changes, one for each data set with the values of its items, and
+what is known of sessions, memos, gaps and inputs. FILE is a forward log or an
+audit file, compressed or not; - is standard input.
 
-  -o, --output DATABASE   the database; it gets its name when it is complete
-      --force             replace a database that is there
+  -o, --output NAME       the database, or the script (else standard output); it
+                          gets its name when it is complete
+      --force             replace a file that is there
       --append            go on in a database that is there
+      --engine NAME       sqlite, or a script: postgresql or clickhouse
+      --cluster NAME      tables of a ClickHouse cluster, spread over its shards
+      --segment NUMBER    the script is one of several of a trail
   -e, --filter EXPR       only what satisfies the filter expression
   -f, --filter-file FILE  the same, from a file
   -I, --items LIST        only these items, separated by commas or blanks
@@ -46,31 +55,71 @@ struct sql_options {
   shared_options shared;
   bool force = false;
   bool append = false;
+  std::string engine = "sqlite";
+  std::string cluster;
+  std::string segment;
 
   existing_database existing() const {
     if (append) return existing_database::continued;
     return force ? existing_database::replaced : existing_database::refused;
   }
+  bool is_script() const { return engine != "sqlite"; }
+  bool is_for_clickhouse() const { return engine == "clickhouse"; }
+  // 0: what was given is no number of a segment.
+  std::int64_t segment_number() const {
+    std::int64_t number = 0;
+    const char* const end = segment.data() + segment.size();
+    const auto read = std::from_chars(segment.data(), end, number);
+    const bool is_number = read.ec == std::errc() && read.ptr == end;
+    return is_number && number > 0 && number <= MAX_SEGMENT ? number : 0;
+  }
 };
+
+// What is wrong with the options; null = nothing.
+const char* problem_of(const sql_options& options) {
+  if (!options.is_script()) {
+    if (options.shared.output == "-") {
+      return "No database specified: -o DATABASE";
+    }
+    if (options.force && options.append) {
+      return "--force and --append exclude each other";
+    }
+    if (!options.segment.empty()) {
+      return "--segment is for scripts; --append goes on in a database";
+    }
+  } else if (options.append) {
+    return "--append is for databases; scripts of several parts of a trail have"
+           " a --segment each";
+  }
+  if (!options.cluster.empty() && !options.is_for_clickhouse()) {
+    return "--cluster goes with --engine clickhouse";
+  }
+  if (!options.segment.empty() && options.segment_number() == 0) {
+    return "--segment is a number from 1 to 1000000";
+  }
+  return nullptr;
+}
 
 int parse(std::span<char*> arguments, run_messages& messages,
           sql_options& options) {
   const own_option own[] = {
-      {"force", nullptr, &options.force},
-      {"append", nullptr, &options.append},
+      {"force", nullptr, &options.force}, {"append", nullptr, &options.append},
+      {"engine", &options.engine},        {"cluster", &options.cluster},
+      {"segment", &options.segment},
   };
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
   if (status != 0 || options.shared.help) return status;
-  if (options.shared.output == "-") {
-    messages.print("No database specified: -o DATABASE\n");
+  if (options.engine != "sqlite" && options.engine != "postgresql" &&
+      options.engine != "clickhouse") {
+    messages.print("Unknown engine: %s (sqlite, postgresql or clickhouse)\n",
+                   options.engine.c_str());
     return EXIT_USAGE;
   }
-  if (options.force && options.append) {
-    messages.print("--force and --append exclude each other\n");
-    return EXIT_USAGE;
-  }
-  return 0;
+  const char* const problem = problem_of(options);
+  if (problem == nullptr) return 0;
+  messages.print("%s\n", problem);
+  return EXIT_USAGE;
 }
 
 // The arguments as a JSON array.
@@ -111,6 +160,18 @@ int write_database(trail_run& run, const sql_options& options,
   return file.close(status == 0) == 0 ? status : EXIT_ERROR;
 }
 
+int write_script(trail_run& run, const sql_options& options,
+                 const run_facts& facts) {
+  return write_script(
+      run, options.shared,
+      {.engine = options.is_for_clickhouse() ? script_engine_name::clickhouse
+                                             : script_engine_name::postgresql,
+       .cluster = options.cluster,
+       .segment = options.segment_number(),
+       .force = options.force},
+      facts);
+}
+
 int run_sql(std::span<char*> arguments) {
   const auto run = std::make_unique<trail_run>();
   // The parser changes the order of the arguments.
@@ -124,7 +185,8 @@ int run_sql(std::span<char*> arguments) {
   }
   if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  return write_database(*run, options, facts);
+  return options.is_script() ? write_script(*run, options, facts)
+                             : write_database(*run, options, facts);
 }
 
 }  // namespace

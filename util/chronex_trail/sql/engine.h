@@ -28,6 +28,8 @@ struct engine_limits {
   std::vector<std::string> own_columns;
   // Names of tables must not begin so; empty: with what they like.
   std::string own_prefix;
+  // A table needs the name with this behind it, too.
+  std::string table_twin;
 };
 
 // The highest numbers that were given before.

@@ -106,7 +106,8 @@ const set_tables::known_form& set_tables::form_of(const set_name& name,
   std::string wanted = name.full();
   if (begins_with(wanted, engine_.limits().own_prefix)) wanted.insert(0, "_");
   if (version > 1) wanted += '@' + std::to_string(version);
-  const std::string table_name = table_names_.make_free(wanted);
+  const std::string table_name =
+      table_names_.make_free(wanted, engine_.limits().table_twin);
   engine_.create(form_of_table(table_name, plan));
   new_tables_.push_back(form_of_table(table_name, {}));
   versions_[name.key()] = version;

@@ -40,7 +40,8 @@ sqlite_engine::sqlite_engine(sql_database& database, bool is_continued)
       limits_{.name_length = NAME_LENGTH,
               .columns = MAX_COLUMNS,
               .own_columns = {},
-              .own_prefix = "sqlite_"} {}
+              .own_prefix = "sqlite_",
+              .table_twin = {}} {}
 
 std::string sqlite_engine::type_name(const table_column& column) const {
   switch (column.kind) {
