@@ -157,11 +157,10 @@ void clickhouse_syntax::append_real(std::string& out, double number) const {
   append_clickhouse_real(out, number);
 }
 
+// As a number: the reader of texts has no calendar behind the year 2105.
 void clickhouse_syntax::append_time(std::string& out,
-                                    std::string_view time) const {
-  out += '\'';
-  out += time;
-  out += '\'';
+                                    const row_time& time) const {
+  out += std::to_string(time.seconds);
 }
 
 void clickhouse_syntax::append_text(std::string& out,

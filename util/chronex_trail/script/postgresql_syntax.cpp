@@ -163,8 +163,8 @@ void postgresql_syntax::append_real(std::string& out, double number) const {
 }
 
 void postgresql_syntax::append_time(std::string& out,
-                                    std::string_view time) const {
-  out += time;
+                                    const row_time& time) const {
+  out += time.text;
   out += "+00";
 }
 

@@ -30,7 +30,7 @@ class postgresql_syntax : public script_syntax {
   void append_decimal(std::string& out, const table_column& column,
                       std::string_view digits) const override;
   void append_real(std::string& out, double number) const override;
-  void append_time(std::string& out, std::string_view time) const override;
+  void append_time(std::string& out, const row_time& time) const override;
   void append_text(std::string& out, std::string_view utf8) const override;
   void append_bytes(std::string& out,
                     std::span<const std::uint8_t> bytes) const override;

@@ -49,7 +49,7 @@ void row_cells::bind_real(int column, double number) {
   put(column, [&] { syntax_.append_real(text_, number); });
 }
 
-void row_cells::bind_time(int column, std::string_view time) {
+void row_cells::bind_time(int column, const row_time& time) {
   put(column, [&] { syntax_.append_time(text_, time); });
 }
 

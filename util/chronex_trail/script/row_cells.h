@@ -23,7 +23,7 @@ class row_cells : public row_writer {
   void bind_natural(int column, std::uint64_t number) override;
   void bind_decimal(int column, std::string_view digits) override;
   void bind_real(int column, double number) override;
-  void bind_time(int column, std::string_view time) override;
+  void bind_time(int column, const row_time& time) override;
   void bind_text(int column, std::string_view utf8) override;
   void bind_literal(int column, std::string_view utf8) override {
     bind_text(column, utf8);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "util/chronex_trail/sql/engine.h"
+#include "util/chronex_trail/sql/row_writer.h"
 #include "util/chronex_trail/sql/table_form.h"
 
 // What stands between the values of a block of rows.
@@ -52,7 +53,7 @@ class script_syntax {
   virtual void append_decimal(std::string& out, const table_column& column,
                               std::string_view digits) const = 0;
   virtual void append_real(std::string& out, double number) const = 0;
-  virtual void append_time(std::string& out, std::string_view time) const = 0;
+  virtual void append_time(std::string& out, const row_time& time) const = 0;
   virtual void append_text(std::string& out, std::string_view utf8) const = 0;
   virtual void append_bytes(std::string& out,
                             std::span<const std::uint8_t> bytes) const = 0;

@@ -34,8 +34,8 @@ class row_batch : public row_writer {
   void bind_real(int column, double number) override {
     statement_.bind_real(first_ + column, number);
   }
-  void bind_time(int column, std::string_view time) override {
-    bind_text(column, time);
+  void bind_time(int column, const row_time& time) override {
+    bind_text(column, time.text);
   }
   void bind_text(int column, std::string_view utf8) override;
   void bind_literal(int column, std::string_view utf8) override {

@@ -6,6 +6,13 @@
 #include <span>
 #include <string_view>
 
+struct row_time {
+  // Since the epoch.
+  std::uint32_t seconds = 0;
+  // "YYYY-MM-DD HH:MM:SS", UTC.
+  std::string_view text;
+};
+
 // Adds rows to a table, a value at a time; columns are counted from 1. What
 // fails throws sql_error.
 class row_writer {
@@ -25,8 +32,7 @@ class row_writer {
   // Digits, with '-' in front of a negative number.
   virtual void bind_decimal(int column, std::string_view digits) = 0;
   virtual void bind_real(int column, double number) = 0;
-  // "YYYY-MM-DD HH:MM:SS", UTC.
-  virtual void bind_time(int column, std::string_view time) = 0;
+  virtual void bind_time(int column, const row_time& time) = 0;
   virtual void bind_text(int column, std::string_view utf8) = 0;
   virtual void bind_literal(int column, std::string_view utf8) = 0;
   virtual void bind_bytes(int column, std::span<const std::uint8_t> bytes) = 0;

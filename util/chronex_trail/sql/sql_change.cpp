@@ -63,7 +63,7 @@ void sql_output::bind_slots(const session_entry& session) {
 void sql_output::bind_operation(const image_operation& operation,
                                 const event_place& place) {
   change_->begin(n_);
-  change_->bind_time(CHANGE_TS, time_.text(operation.timestamp));
+  change_->bind_time(CHANGE_TS, time_.of(operation.timestamp));
   change_->bind_literal(CHANGE_OP, op_letter(operation.op));
   change_->bind(CHANGE_RECNO, operation.recno);
   const std::int64_t session = session_of(operation.session);
@@ -97,7 +97,7 @@ void sql_output::insert_images(const image_operation& operation,
                                const event_place& place) {
   row_writer& row = *table.rows;
   row.begin(n_);
-  row.bind_time(2, time_.text(operation.timestamp));
+  row.bind_time(2, time_.of(operation.timestamp));
   row.bind_literal(3, op_letter(operation.op));
   row.bind(4, operation.recno);
   row.bind(5, session_of(operation.session));

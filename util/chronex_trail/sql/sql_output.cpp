@@ -21,17 +21,14 @@ namespace {
 constexpr std::size_t CHANGE_TEXT_SIZE = 256;
 constexpr std::size_t MEMO_TEXT_SIZE = 256;
 
-std::string now() {
-  sql_time time;
-  return std::string(time.text(static_cast<std::uint32_t>(std::time(nullptr))));
-}
+std::uint32_t now() { return static_cast<std::uint32_t>(std::time(nullptr)); }
 
 }  // namespace
 
-std::string_view sql_time::text(std::uint32_t timestamp) {
+row_time sql_time::of(std::uint32_t timestamp) {
   utc_.text(timestamp).copy(text_.data(), text_.size());
   text_[text_.size() - std::string_view(" HH:MM:SS").size()] = ' ';
-  return {text_.data(), text_.size()};
+  return {timestamp, {text_.data(), text_.size()}};
 }
 
 sql_output::sql_output(run_messages& messages, sql_engine& engine,
@@ -113,7 +110,7 @@ void sql_output::insert_session(const session_entry& session,
   bind_attribute(row, 3, session, "user", charset);
   bind_attribute(row, 4, session, "program", charset);
   bind_attribute(row, 5, session, "host", charset);
-  if (session.conntime != 0) row.bind_time(6, time_.text(session.conntime));
+  if (session.conntime != 0) row.bind_time(6, time_.of(session.conntime));
   row.bind_text(7, std::string_view(attributes).substr(KEY.size()));
   sessions.end();
 }
@@ -145,7 +142,7 @@ void sql_output::insert_memo(const memo_view& memo) {
   const std::string_view name = memo_mode_name(memo.mode);
   row_writer& row = *memo_;
   row.begin(++n_);
-  row.bind_time(2, time_.text(memo.timestamp));
+  row.bind_time(2, time_.of(memo.timestamp));
   row.bind(3, session_of(memo.session));
   row.bind_text(4, name.empty()
                        ? std::to_string(static_cast<std::int32_t>(memo.mode))
@@ -204,8 +201,8 @@ void sql_output::insert_run(int status) {
   rows->begin(0);
   rows->bind_text(1, facts_.version);
   rows->bind_text(2, facts_.options);
-  rows->bind_time(3, started_);
-  rows->bind_time(4, now());
+  rows->bind_time(3, time_.of(started_));
+  rows->bind_time(4, time_.of(now()));
   rows->bind(5, changes_);
   rows->bind(6, gaps_);
   rows->bind(7, warnings_);

@@ -21,11 +21,11 @@
 #include "util/chronex_trail/values/utc_time.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
-// Times as rows have them: "YYYY-MM-DD HH:MM:SS", UTC.
+// Times as rows have them.
 class sql_time {
  public:
-  // Valid until the next call.
-  std::string_view text(std::uint32_t timestamp);
+  // Its text is valid until the next call.
+  row_time of(std::uint32_t timestamp);
 
  private:
   utc_time utc_;
@@ -111,7 +111,7 @@ class sql_output : public trail_output {
   sql_time time_;
   std::string failure_;
   run_facts facts_;
-  std::string started_;
+  std::uint32_t started_ = 0;
 
   std::unique_ptr<row_writer> change_;
   std::unique_ptr<row_writer> memo_;
