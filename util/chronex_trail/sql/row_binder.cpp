@@ -2,10 +2,13 @@
 
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <cstring>
+#include <optional>
 
 #include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/value_text.h"
+#include "util/chronex_trail/values/decimal_digits.h"
 
 namespace {
 
@@ -14,43 +17,51 @@ constexpr int FIRST_ITEM_COLUMN = FIXED_COLUMNS + 1;
 // Takes every number there is.
 constexpr std::size_t NUMBER_ROOM = 32;
 
-// The number that the shortest text of a real number stands for, at the width
-// at which it is stored.
-double shown_number(double value, std::size_t size) {
-  if (size != sizeof(float)) return value;
+// The number that the shortest text of a float stands for.
+double shown_number(float value) {
   std::array<char, NUMBER_ROOM> text;
-  const char* const end = std::to_chars(text.data(), text.data() + text.size(),
-                                        static_cast<float>(value))
-                              .ptr;
+  const char* const end =
+      std::to_chars(text.data(), text.data() + text.size(), value).ptr;
   double shown = 0;
   std::from_chars(text.data(), end, shown);
   return shown;
 }
 
-std::int64_t whole_number(value_form form, const item_value& value) {
-  if (form == value_form::integer) return value.integer;
-  if (form == value_form::natural) {
-    return static_cast<std::int64_t>(value.natural);
+// Every text of six digits has a float of its own, so that the one of a number
+// with few decimals is the shortest.
+double shown_number_of(float value) {
+  constexpr double SCALE = 100;
+  constexpr double LARGEST = 999999;
+  const double scaled = std::rint(double{value} * SCALE);
+  if (std::fabs(scaled) <= LARGEST &&
+      static_cast<float>(scaled / SCALE) == value) {
+    return scaled / SCALE;
   }
-  std::int64_t number = 0;
-  std::from_chars(value.text.data(), value.text.data() + value.text.size(),
-                  number);
-  return number;
+  return shown_number(value);
 }
 
-void bind_value(row_writer& row, int at, column_kind kind,
-                const item_view& item, const item_value& value) {
-  switch (kind) {
-    case column_kind::integer:
-      return row.bind(at, whole_number(item.form, value));
-    case column_kind::natural:
-      return row.bind_natural(at, value.natural);
-    case column_kind::decimal:
-      return row.bind_decimal(at, value.text);
-    case column_kind::real:
-      return row.bind_real(at, shown_number(value.real, item.size));
+// A number without a problem; none when it has one.
+std::optional<double> plain_real(record_image bytes) {
+  if (bytes.size() == sizeof(double)) {
+    const auto value = stored_number<double>(bytes);
+    if (!std::isfinite(value)) return std::nullopt;
+    return value;
+  }
+  const auto value = stored_number<float>(bytes);
+  if (!std::isfinite(value)) return std::nullopt;
+  return shown_number_of(value);
+}
+
+std::optional<std::int64_t> plain_number(value_form form, record_image bytes) {
+  switch (form) {
+    case value_form::integer:
+      return stored_integer(bytes);
+    case value_form::natural:
+      return static_cast<std::int64_t>(stored_natural(bytes));
+    case value_form::packed:
+      return packed_number(bytes);
     default:
-      return row.bind_text(at, value.text);
+      return zoned_number(bytes);
   }
 }
 
@@ -81,12 +92,38 @@ void row_binder::bind_image(set_table& table, const set_piece& set,
                             const shown_image& image, int first) {
   if (!image.exists()) return;
   const character_table& characters = character_table_of(set.charset);
-  std::size_t pair = 0;
   int at = first;
-  for (std::size_t i = 0; i < table.plan.first_more; ++i) {
-    at = bind_item(table, pair, {set, image, set.items[i], characters}, at);
+  for (const column_pair& pair : table.plan.pairs) {
+    bind_pair(*table.rows, at, pair,
+              {set, image, set.items[pair.item], characters});
+    at += 2;
   }
   if (table.plan.has_more) bind_more(table, set, image, at);
+}
+
+void row_binder::bind_pair(row_writer& row, int at, const column_pair& pair,
+                           const item_place& place) {
+  if (place.keyed.item.encrypted) {
+    bind_encrypted(row, at, pair, place);
+  } else {
+    bind_element(row, at, pair, place);
+  }
+}
+
+// Notes about an item as a whole come with its first column, or behind those of
+// its last one.
+void row_binder::bind_encrypted(row_writer& row, int at,
+                                const column_pair& pair,
+                                const item_place& place) {
+  const item_view& item = place.keyed.item;
+  if (is_sealed(item, place.image)) {
+    if (pair.element == 0) put_sealed(place);
+    return;
+  }
+  bind_element(row, at, pair, place);
+  if (pair.kind == column_kind::json || pair.element + 1 == item.count) {
+    note_fill(place);
+  }
 }
 
 // Encrypted values are NULL. Returns whether it is one.
@@ -108,19 +145,6 @@ void row_binder::note_fill(const item_place& place) {
   }
 }
 
-// Returns the column of the next item.
-int row_binder::bind_item(set_table& table, std::size_t& pair,
-                          const item_place& place, int at) {
-  const std::vector<column_pair>& pairs = table.plan.pairs;
-  const bool sealed = put_sealed(place);
-  const std::size_t item = pairs[pair].item;
-  for (; pair < pairs.size() && pairs[pair].item == item; ++pair, at += 2) {
-    if (!sealed) bind_element(*table.rows, at, pairs[pair], place);
-  }
-  if (!sealed) note_fill(place);
-  return at;
-}
-
 void row_binder::note_problem(const item_place& place, std::size_t k,
                               value_problem problem) {
   if (problem == value_problem::none) return;
@@ -129,30 +153,49 @@ void row_binder::note_problem(const item_place& place, std::size_t k,
                       place.keyed.item, k, place.image.bytes, problem);
 }
 
-item_value row_binder::read(const item_place& place, std::size_t k) {
-  const item_view& item = place.keyed.item;
-  const item_value value =
-      read_value(item.form, item.element(place.image.bytes, k),
-                 place.characters, scratch_);
-  note_problem(place, k, value.problem);
-  return value;
-}
-
+// Most values have no problem, and go to their column as they are stored.
 void row_binder::bind_element(row_writer& row, int at, const column_pair& pair,
                               const item_place& place) {
   const item_view& item = place.keyed.item;
-  if (pair.kind == column_kind::json) {
-    json_.clear();
-    append_item(place);
-    row.bind_text(at, json_);
-    return;
+  const record_image bytes = item.element(place.image.bytes, pair.element);
+  switch (pair.kind) {
+    case column_kind::integer:
+      if (const auto number = plain_number(item.form, bytes)) {
+        return row.bind(at, *number);
+      }
+      break;
+    case column_kind::real:
+      if (const auto number = plain_real(bytes)) {
+        return row.bind_real(at, *number);
+      }
+      break;
+    case column_kind::bytes:
+      return row.bind_bytes(at, bytes);
+    case column_kind::json:
+      json_.clear();
+      append_item(place);
+      return row.bind_text(at, json_);
+    default:
+      break;
   }
-  if (pair.kind == column_kind::bytes) {
-    row.bind_bytes(at, item.element(place.image.bytes, pair.element));
-    return;
+  bind_any(row, at, pair, place);
+}
+
+void row_binder::bind_any(row_writer& row, int at, const column_pair& pair,
+                          const item_place& place) {
+  const item_view& item = place.keyed.item;
+  const item_value value =
+      read_value(item.form, item.element(place.image.bytes, pair.element),
+                 place.characters, scratch_);
+  note_problem(place, pair.element, value.problem);
+  if (value.is_null()) return;
+  if (pair.kind == column_kind::natural) {
+    row.bind_natural(at, value.natural);
+  } else if (pair.kind == column_kind::decimal) {
+    row.bind_decimal(at, value.text);
+  } else {
+    row.bind_text(at, value.text);
   }
-  const item_value value = read(place, pair.element);
-  if (!value.is_null()) bind_value(row, at, pair.kind, item, value);
 }
 
 void row_binder::append_element(const item_place& place, std::size_t k) {

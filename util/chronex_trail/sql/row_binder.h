@@ -39,8 +39,10 @@ class row_binder {
 
   void bind_image(set_table& table, const set_piece& set,
                   const shown_image& image, int first);
-  int bind_item(set_table& table, std::size_t& pair, const item_place& place,
-                int at);
+  void bind_pair(row_writer& row, int at, const column_pair& pair,
+                 const item_place& place);
+  void bind_encrypted(row_writer& row, int at, const column_pair& pair,
+                      const item_place& place);
   void bind_element(row_writer& row, int at, const column_pair& pair,
                     const item_place& place);
   void bind_more(set_table& table, const set_piece& set,
@@ -49,7 +51,8 @@ class row_binder {
   void note_fill(const item_place& place);
   void note_problem(const item_place& place, std::size_t k,
                     value_problem problem);
-  item_value read(const item_place& place, std::size_t k);
+  void bind_any(row_writer& row, int at, const column_pair& pair,
+                const item_place& place);
   void append_item(const item_place& place);
   void append_element(const item_place& place, std::size_t k);
 

@@ -1,5 +1,7 @@
 #include "util/chronex_trail/values/decimal_digits.h"
 
+#include <array>
+
 namespace {
 
 using byte_run = std::span<const std::uint8_t>;
@@ -30,6 +32,23 @@ zoned_end end_of(std::uint8_t last) {
 bool is_digit(std::uint8_t character) {
   return character >= '0' && character <= '9';
 }
+
+// The two digits of a byte as a number; NO_DIGITS where one is none.
+constexpr std::uint8_t NO_DIGITS = 100;
+
+constexpr std::array<std::uint8_t, 256> make_digit_pairs() {
+  std::array<std::uint8_t, 256> pairs{};
+  for (std::size_t byte = 0; byte < pairs.size(); ++byte) {
+    const std::size_t high = byte >> 4;
+    const std::size_t low = byte & 0x0F;
+    pairs[byte] = high > 9 || low > 9
+                      ? NO_DIGITS
+                      : static_cast<std::uint8_t>(high * 10 + low);
+  }
+  return pairs;
+}
+
+constexpr std::array<std::uint8_t, 256> DIGIT_PAIRS = make_digit_pairs();
 
 }  // namespace
 
@@ -71,4 +90,30 @@ std::size_t zoned_digits(byte_run v, char* out) {
   }
   *end++ = static_cast<char>(last.digit);
   return static_cast<std::size_t>(end - out);
+}
+
+std::optional<std::int64_t> packed_number(byte_run v) {
+  const std::uint8_t last = v.back();
+  const std::uint8_t sign = last & 0x0F;
+  if (last >> 4 > 9 || sign <= 9) return std::nullopt;
+  std::int64_t number = 0;
+  for (const std::uint8_t byte : v.first(v.size() - 1)) {
+    const std::uint8_t digits = DIGIT_PAIRS[byte];
+    if (digits == NO_DIGITS) return std::nullopt;
+    number = number * 100 + digits;
+  }
+  number = number * 10 + (last >> 4);
+  return sign == PACKED_NEGATIVE ? -number : number;
+}
+
+std::optional<std::int64_t> zoned_number(byte_run v) {
+  const zoned_end last = end_of(v.back());
+  if (!is_digit(last.digit)) return std::nullopt;
+  std::int64_t number = 0;
+  for (const std::uint8_t byte : v.first(v.size() - 1)) {
+    if (!is_digit(byte)) return std::nullopt;
+    number = number * 10 + (byte - '0');
+  }
+  number = number * 10 + (last.digit - '0');
+  return last.negative ? -number : number;
 }

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 // Write the number without leading zeros, with '-' only when it is negative;
@@ -14,5 +15,9 @@
 // none, or a digit stands where the sign should be.
 std::size_t packed_digits(std::span<const std::uint8_t> v, char* out);
 std::size_t zoned_digits(std::span<const std::uint8_t> v, char* out);
+
+// The same numbers, of at most 18 digits; none where those return 0.
+std::optional<std::int64_t> packed_number(std::span<const std::uint8_t> v);
+std::optional<std::int64_t> zoned_number(std::span<const std::uint8_t> v);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_VALUES_DECIMAL_DIGITS_H
