@@ -1,5 +1,7 @@
 #include "common/owned_bytes.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -50,4 +52,19 @@ bool owned_bytes::copy_from(std::span<const std::uint8_t> bytes) noexcept {
 void owned_bytes::reset() noexcept {
   block_.reset();
   size_ = 0;
+}
+
+void near_memory::releaser::operator()(void* block) const noexcept {
+  std::free(block);
+}
+
+bool near_memory::allocate(std::size_t size) noexcept {
+  const std::size_t unit = size >= HUGE_PAGE ? HUGE_PAGE : CACHE_LINE;
+  const std::size_t whole = (size + unit - 1) / unit * unit;
+  block_.reset();
+  block_.reset(std::aligned_alloc(unit, whole));
+  if (!block_) return false;
+  // Only a wish: it does no harm when the system has no such pages.
+  if (unit == HUGE_PAGE) madvise(block_.get(), whole, MADV_HUGEPAGE);
+  return true;
 }

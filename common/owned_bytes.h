@@ -56,6 +56,31 @@ class owned_bytes {
   std::size_t size_ = 0;
 };
 
+inline constexpr std::size_t CACHE_LINE = 64;
+// The larger kind of pages; addresses in such a page are translated by one
+// entry of the processor's tables.
+inline constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20U;
+
+// Memory for what is read at random places: it begins at a cache line, and from
+// the size of a huge page on it consists of those, where the system has them.
+class near_memory {
+ public:
+  near_memory() = default;
+
+  // Releases what is held and allocates `size` bytes (size > 0), whose contents
+  // are undefined. Returns false when there is no memory: errno is then ENOMEM
+  // and nothing is held.
+  [[nodiscard]] bool allocate(std::size_t size) noexcept;
+  explicit operator bool() const { return block_ != nullptr; }
+  void* data() const { return block_.get(); }
+
+ private:
+  struct releaser {
+    void operator()(void* block) const noexcept;
+  };
+  std::unique_ptr<void, releaser> block_;
+};
+
 // Makes a T with one owner, or returns null (errno ENOMEM) when there is no
 // memory for it. T's constructor must not throw.
 template <typename T, typename... Arguments>

@@ -39,7 +39,7 @@ std::unique_ptr<set_context> make_schema() {
   run_messages messages;
   auto set = node_create_set_context(bytes_of(list), problem, messages);
   fuzz_check(set != nullptr, "the schema is right");
-  set->schema_id = 1;
+  set->layout_id = 1;
   return set;
 }
 
@@ -73,7 +73,7 @@ struct scene {
     node.name = "SHOP.ORDERS";
     node.node_id = 2;
     node.type = NODE_DATA_SET;
-    node.set = make_schema();
+    node.set = std::move(*make_schema());
   }
 };
 

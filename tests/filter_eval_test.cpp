@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "tests/support/log_builder.h"
+#include "tests/support/schema_of.h"
 #include "util/chronex/filter/expr_compile.h"
 #include "util/chronex/filter/expr_eval.h"
 #include "util/chronex/filter/filter.h"
@@ -104,12 +105,7 @@ class event {
       before_ += entry.before;
       after_ += entry.after;
     }
-    static std::uint64_t last_schema_id = 0;
-    std::string problem;
-    node.set = node_create_set_context(bytes_of(item_list_bytes(schema)),
-                                       problem, messages);
-    ASSERT_TRUE(node.set) << problem;
-    node.set->schema_id = ++last_schema_id;
+    node.set = std::move(*schema_of(schema));
     if (context.operation != '2') context.before_image = bytes_of(before_);
     if (context.operation != '3') context.after_image = bytes_of(after_);
   }

@@ -9,7 +9,7 @@
 #include "util/chronex/tables/set_context.h"
 
 // The schema of a data set with these items, which must make one. Every schema
-// has an id of its own.
+// has ids of its own.
 inline std::unique_ptr<set_context> schema_of(
     const std::vector<log_item>& items) {
   static std::uint64_t last_id = 0;
@@ -20,6 +20,7 @@ inline std::unique_ptr<set_context> schema_of(
       {reinterpret_cast<const std::uint8_t*>(list.data()), list.size()},
       problem, messages);
   set->schema_id = ++last_id;
+  set->layout_id = last_id;
   return set;
 }
 

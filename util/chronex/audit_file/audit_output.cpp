@@ -100,7 +100,7 @@ int audit_output::write_item(const set_context& set,
   store_u16(tail.data() + 3, item.size);
   store_u32(tail.data() + 5, item.fmt);
   if (stream.audit_write(head) != 0) return -1;
-  const auto name = set.names.bytes().subspan(item.name_off, item.name_len);
+  const auto name = set.names().subspan(item.name_off, item.name_len);
   if (stream.audit_write(name) != 0) return -1;
   return stream.audit_write(tail);
 }
@@ -116,7 +116,7 @@ int audit_output::schema(const node_entry& node, const event_place& /*place*/) {
                       .item_cnt = static_cast<std::uint16_t>(set.item_cnt)}
       .put(head.data());
   const std::size_t size =
-      head.size() + name.size() + set.names.size() +
+      head.size() + name.size() + set.names().size() +
       static_cast<std::size_t>(set.item_cnt) * LIST_ITEM_SIZE;
   if (stream.audit_write_tag(AUDIT_TAG_SCHEMA,
                              static_cast<std::uint32_t>(size)) != 0 ||

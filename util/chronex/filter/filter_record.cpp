@@ -18,7 +18,7 @@ constexpr std::size_t MAX_NUMERIC_SIZE = 8192;
 
 void learn_place(const set_context& set, std::string_view name,
                  item_place& place) {
-  place.schema_id = set.schema_id;
+  place.layout_id = set.layout_id;
   place.type = nullptr;
   place.has_value = false;
   const auto [item, element] = find_item(set, without_image_sign(name));
@@ -161,11 +161,11 @@ bool expr_filter_item_value(const filter_context& context, expr_token code,
                             const expr_entry& name, const expr_entry& value,
                             std::span<item_place> learned) {
   if (context.node == nullptr) return true;
-  const set_context* const set = context.node->set.get();
-  if (set == nullptr) return false;
+  if (!context.node->set) return false;
+  const set_context& set = *context.node->set;
   assert(learned.size() == FILTER_SLOTS);
-  item_place& place = learned[set->schema_id % FILTER_SLOTS];
-  if (place.schema_id != set->schema_id) learn_place(*set, name.text, place);
+  item_place& place = learned[set.layout_id % FILTER_SLOTS];
+  if (place.layout_id != set.layout_id) learn_place(set, name.text, place);
   if (place.type == nullptr) return false;
   if (place.type->numeric) {
     return test_numeric_item(context, code, name, value, place);

@@ -34,7 +34,7 @@ struct set_match {
 
 // An item relation seen from one schema.
 struct item_place {
-  std::uint64_t schema_id = 0;  // 0: nothing learned yet
+  std::uint64_t layout_id = 0;  // 0: nothing learned yet
   // Null: the relation does not hold for any record of this data set.
   const item_type* type = nullptr;
   std::uint16_t offset = 0;  // of the item or its element in the record

@@ -50,7 +50,7 @@ void record_view::add_label(std::string_view name, element_view& element) {
 }
 
 void record_view::make(const set_context& set, const item_choice& choice) {
-  schema_id_ = set.schema_id;
+  layout_id_ = set.layout_id;
   std::size_t count = 0;
   for (const item_descriptor& item : set.item_list()) count += item.count;
   elements_.reserve(count);

@@ -51,10 +51,10 @@ inline constexpr std::size_t SUBSCRIPT_SIZE = 7;
 class record_view {
  public:
   bool is_of(const set_context& set) const {
-    return schema_id_ == set.schema_id;
+    return layout_id_ == set.layout_id;
   }
 
-  std::uint64_t schema_id() const { return schema_id_; }
+  std::uint64_t layout_id() const { return layout_id_; }
 
   // Makes the view of a schema; for the first and only time.
   void make(const set_context& set, const item_choice& choice);
@@ -74,7 +74,7 @@ class record_view {
  private:
   void add_label(std::string_view name, element_view& element);
 
-  std::uint64_t schema_id_ = 0;
+  std::uint64_t layout_id_ = 0;
   std::string labels_;
   std::vector<element_view> elements_;
 };

@@ -13,8 +13,8 @@ std::size_t bytes_of(const record_view& view) {
 
 const record_view& view_cache::find_or_make(const set_context& set,
                                             const item_choice& choice) {
-  const auto found = by_schema_.find(set.schema_id);
-  if (found != by_schema_.end()) {
+  const auto found = by_layout_.find(set.layout_id);
+  if (found != by_layout_.end()) {
     views_.splice(views_.begin(), views_, found->second);
     return views_.front();
   }
@@ -22,7 +22,7 @@ const record_view& view_cache::find_or_make(const set_context& set,
   made.emplace_back().make(set, choice);
   const std::size_t size = bytes_of(made.front());
   make_room(size);
-  by_schema_.emplace(set.schema_id, made.begin());
+  by_layout_.emplace(set.layout_id, made.begin());
   views_.splice(views_.begin(), made);
   bytes_ += size;
   return views_.front();
@@ -31,7 +31,7 @@ const record_view& view_cache::find_or_make(const set_context& set,
 void view_cache::make_room(std::size_t wanted) {
   while (!views_.empty() && bytes_ + wanted > BUDGET) {
     bytes_ -= bytes_of(views_.back());
-    by_schema_.erase(views_.back().schema_id());
+    by_layout_.erase(views_.back().layout_id());
     views_.pop_back();
   }
 }

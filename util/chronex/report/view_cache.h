@@ -39,7 +39,7 @@ class view_cache {
 
   // The latest used comes first.
   view_list views_;
-  std::unordered_map<std::uint64_t, view_list::iterator> by_schema_;
+  std::unordered_map<std::uint64_t, view_list::iterator> by_layout_;
   std::size_t bytes_ = 0;
 };
 

@@ -14,16 +14,19 @@ struct image_key_match {
   std::uint32_t hash() const {
     return keyed_hash(image_key, static_cast<std::uint32_t>(node_id), recno);
   }
-  bool operator()(const image_record& record) const {
-    return record.recno == recno && record.image_key == image_key &&
-           record.node_id == node_id;
+  bool operator()(const image_record* record) const {
+    return record->recno == recno && record->image_key == image_key &&
+           record->node_id == node_id;
   }
 };
 
 }  // namespace
 
-// A chain of owners would otherwise be released by recursion.
 image_table::~image_table() {
+  record_hash_.for_each([](image_record* record) {
+    const std::unique_ptr<image_record> last(record);
+  });
+  // A chain of owners would otherwise be released by recursion.
   while (spare_records_) spare_records_ = std::move(spare_records_->next);
 }
 
@@ -58,13 +61,17 @@ image_record* image_table::add_image_record(std::uint32_t image_key,
   record->node_id = node_id;
   record->recno = recno;
   const image_key_match match{image_key, node_id, recno};
-  return &record_hash_.insert(match.hash(), std::move(record));
+  record_hash_.insert(match.hash(), record.get());
+  return record.release();
 }
 
 std::unique_ptr<image_record> image_table::fetch_image_record(
     std::uint32_t image_key, std::int32_t node_id, std::uint32_t recno) {
+  // Most operations stand alone.
+  if (record_hash_.empty()) return nullptr;
   const image_key_match match{image_key, node_id, recno};
-  return record_hash_.remove(match.hash(), match);
+  return std::unique_ptr<image_record>(
+      record_hash_.remove(match.hash(), match));
 }
 
 void image_table::release_image_record(std::unique_ptr<image_record> record) {

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "common/chained_table.h"
+#include "common/entry_index.h"
 #include "common/owned_bytes.h"
 #include "util/chronex/messages/messages.h"
 
@@ -19,9 +19,8 @@ inline constexpr int OP_DELETE = 5;
 
 // The first part of an operation, kept until the operation itself arrives.
 struct image_record {
+  // The next of the spare records.
   std::unique_ptr<image_record> next;
-  std::uint32_t hash = 0;
-
   // The key: the value that the forward log gives operation and before-image,
   // the data set, and the record number.
   std::uint32_t image_key = 0;
@@ -72,10 +71,9 @@ class image_table {
  private:
   std::unique_ptr<image_record> new_record();
 
-  static constexpr std::size_t INITIAL_BUCKETS = 1024;
-
   run_messages& messages_;
-  chained_table<image_record> record_hash_{INITIAL_BUCKETS};
+  // Its records are the table's.
+  entry_index<image_record*> record_hash_;
   // Released records, for the next before-images.
   std::unique_ptr<image_record> spare_records_;
   int spare_count_ = 0;

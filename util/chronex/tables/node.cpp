@@ -12,24 +12,16 @@ namespace {
 // own ancestor must not send the name around in circles.
 constexpr int MAX_NAME_LEVELS = 16;
 
-std::uint32_t hash_of(std::int32_t node_id) {
-  return keyed_hash(static_cast<std::uint32_t>(node_id));
-}
-
-bool same_schema(const set_context* a, const set_context* b) {
-  if (a == nullptr || b == nullptr) return a == b;
-  const auto a_items = a->item_list();
-  const auto b_items = b->item_list();
-  return std::equal(a_items.begin(), a_items.end(), b_items.begin(),
-                    b_items.end()) &&
-         std::ranges::equal(a->names.bytes(), b->names.bytes());
+bool same_schema(const std::optional<set_context>& a, const set_context* b) {
+  if (!a || b == nullptr) return a.has_value() == (b != nullptr);
+  return a->layout == b->layout || *a->layout == *b->layout;
 }
 
 bool is_repeat(const node_entry& entry, int type, std::string_view name,
                std::int32_t db_node_id, const set_context* set) {
   return entry.type == type && same_text(entry.name, name) &&
          entry.db_node_id == db_node_id && entry.keys == nullptr &&
-         same_schema(entry.set.get(), set);
+         same_schema(entry.set, set);
 }
 
 // An upper-cased copy of a name; false without memory.
@@ -59,20 +51,9 @@ void append_name(const node_entry& entry, int levels, std::string& text) {
 
 }  // namespace
 
-node_entry* node_table::node_get_entry(std::int32_t node_id) {
-  node_entry* const known = recent_.find(node_id);
-  if (known != nullptr) return known;
-  node_entry* found = node_hash_.find(
-      hash_of(node_id),
-      [node_id](const node_entry& entry) { return entry.node_id == node_id; });
-  if (found != nullptr) recent_.remember(node_id, found);
-  return found;
-}
-
-std::unique_ptr<node_entry> node_table::new_entry(std::int32_t node_id) {
-  std::unique_ptr<node_entry> entry;
-  if (node_hash_.reserve()) entry = try_make<node_entry>();
-  if (!entry) {
+node_entry* node_table::new_entry(std::int32_t node_id) {
+  node_entry* const entry = node_hash_.add(node_id);
+  if (entry == nullptr) {
     messages_.perror("malloc");
     messages_.print("Unable to allocate node entry #%d\n", node_id);
     return nullptr;
@@ -80,6 +61,21 @@ std::unique_ptr<node_entry> node_table::new_entry(std::int32_t node_id) {
   entry->table = this;
   entry->node_id = node_id;
   return entry;
+}
+
+// Data sets are often made alike. Those that have their items in common need
+// less memory, and what was worked out for one of them serves the others.
+void node_table::share_layout(set_context& set) {
+  std::weak_ptr<item_layout>& place =
+      layouts_[set.layout->hash % layouts_.size()];
+  const std::shared_ptr<item_layout> known = place.lock();
+  if (known && *known == *set.layout) {
+    set.layout = known;
+  } else {
+    set.layout->id = ++last_layout_id_;
+    place = set.layout;
+  }
+  set.layout_id = set.layout->id;
 }
 
 node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
@@ -92,30 +88,31 @@ node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
       is_repeat(*entry, type, name, db_node_id, set.get())) {
     return nullptr;
   }
-
-  std::unique_ptr<node_entry> created;
-  if (entry == nullptr) {
-    created = new_entry(node_id);
-    if (!created) return nullptr;
-    entry = created.get();
-  }
+  ++names_version_;
   // A new definition makes what was known before void, even when there is no
   // memory for its name: the node then stands without name and data, and its
   // operations are passed over.
-  node_cleanup_data(*entry);
-  entry->name.clear();
-  ++names_version_;
-  if (!upper_case_copy(name, entry->name)) {
+  if (entry != nullptr) {
+    node_cleanup_data(*entry);
+    entry->name.clear();
+  }
+  std::string upper_name;
+  if (!upper_case_copy(name, upper_name)) {
     messages_.perror("malloc");
     messages_.print("Unable to allocate node name #%d\n", node_id);
     return nullptr;
   }
+  if (entry == nullptr) entry = new_entry(node_id);
+  if (entry == nullptr) return nullptr;
   entry->type = type;
+  entry->name = std::move(upper_name);
   entry->db_node_id = db_node_id;
-  entry->set = std::move(set);
-  if (entry->set) entry->set->schema_id = ++last_schema_id_;
+  if (set) {
+    share_layout(*set);
+    set->schema_id = ++last_schema_id_;
+    entry->set = std::move(*set);
+  }
   entry->context_pending = true;
-  if (created) node_hash_.insert(hash_of(node_id), std::move(created));
   return entry;
 }
 

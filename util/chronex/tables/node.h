@@ -4,13 +4,14 @@
 // The table of databases and data sets, each under the node id that the server
 // gave it, with their schemas and keys. Entries live for the whole run.
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "common/chained_table.h"
-#include "common/recent_entries.h"
+#include "common/id_table.h"
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/tables/set_context.h"
 
@@ -25,16 +26,17 @@ using db_key_context_ptr =
 
 class node_table;
 
-struct node_entry {
-  std::unique_ptr<node_entry> next;
-  std::uint32_t hash = 0;
+// What every operation looks at comes first and lies in one cache line.
+struct alignas(CACHE_LINE) node_entry {
+  // A data set's schema or a database's keys; at most one of the two is there.
+  std::optional<set_context> set;
+  std::int32_t node_id = 0;
+  // The outputs must still be told the schema, before the next operation.
+  bool context_pending = false;
 
+  db_key_context_ptr keys{nullptr, nullptr};
   // Its table.
   node_table* table = nullptr;
-  std::int32_t node_id = 0;
-  // A data set's schema or a database's keys; at most one of the two is there.
-  std::unique_ptr<set_context> set;
-  db_key_context_ptr keys{nullptr, nullptr};
   int type = 0;
   // Node id of a data set's database; 0 = none.
   std::int32_t db_node_id = 0;
@@ -45,8 +47,6 @@ struct node_entry {
   mutable std::string printable;
   mutable std::size_t printable_name_length = 0;
   mutable std::uint64_t printable_version = 0;
-  // The outputs must still be told the schema, before the next operation.
-  bool context_pending = false;
 };
 
 class node_table {
@@ -54,7 +54,9 @@ class node_table {
   explicit node_table(run_messages& messages) : messages_(messages) {}
 
   // Returns the entry of a node, which stays the table's, or null.
-  node_entry* node_get_entry(std::int32_t node_id);
+  node_entry* node_get_entry(std::int32_t node_id) {
+    return node_hash_.find(node_id);
+  }
 
   // Registers or redefines a node. `name` ends at its first zero byte, if any.
   // `set` is taken over; null for a database. An identical definition changes
@@ -77,15 +79,16 @@ class node_table {
   std::uint64_t names_version() const { return names_version_; }
 
  private:
-  std::unique_ptr<node_entry> new_entry(std::int32_t node_id);
-
-  static constexpr std::size_t INITIAL_BUCKETS = 128;
+  node_entry* new_entry(std::int32_t node_id);
+  void share_layout(set_context& set);
 
   run_messages& messages_;
-  chained_table<node_entry> node_hash_{INITIAL_BUCKETS};
-  recent_entries<node_entry> recent_;
+  id_table<node_entry> node_hash_;
   std::uint64_t names_version_ = 1;
   std::uint64_t last_schema_id_ = 0;
+  std::uint64_t last_layout_id_ = 0;
+  // Of the layouts in use those that were seen last, by their hashes.
+  std::array<std::weak_ptr<item_layout>, 256> layouts_;
 };
 
 // Releases a node's schema or keys.

@@ -68,29 +68,15 @@ void set_memo(memo_slot& slot, owned_bytes text, std::int32_t size,
 
 }  // namespace
 
-session_entry* session_table::session_get_entry(std::int32_t session_id) {
-  session_entry* const known = recent_.find(session_id);
-  if (known != nullptr) return known;
-  session_entry* found =
-      session_hash_.find(keyed_hash(static_cast<std::uint32_t>(session_id)),
-                         [session_id](const session_entry& entry) {
-                           return entry.session_id == session_id;
-                         });
-  if (found != nullptr) recent_.remember(session_id, found);
-  return found;
-}
-
 session_entry* session_table::new_entry(std::int32_t session_id) {
-  std::unique_ptr<session_entry> entry;
-  if (session_hash_.reserve()) entry = try_make<session_entry>();
-  if (!entry) {
+  session_entry* const entry = session_hash_.add(session_id);
+  if (entry == nullptr) {
     messages_.perror("malloc");
     messages_.print("Unable to allocate session entry #%d\n", session_id);
     return nullptr;
   }
   entry->session_id = session_id;
-  return &session_hash_.insert(
-      keyed_hash(static_cast<std::uint32_t>(session_id)), std::move(entry));
+  return entry;
 }
 
 session_entry* session_table::session_add_entry(std::int32_t session_id,
@@ -112,7 +98,6 @@ session_entry* session_table::session_add_entry(std::int32_t session_id,
 }
 
 void session_table::session_cleanup() {
-  recent_.forget();
   session_hash_.remove_if(
       [](const session_entry& entry) { return entry.signed_off; });
 }
@@ -121,11 +106,13 @@ void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
                              std::int32_t size, std::uint32_t mode,
                              std::uint32_t timestamp,
                              const event_place& place) {
+  entry.may_have_pending_memo = true;
   set_memo(entry.dbbegin_end, std::move(text), size, mode, timestamp, place);
 }
 
 void session_set_dbmemo(session_entry& entry, owned_bytes text,
                         std::int32_t size, std::uint32_t timestamp,
                         const event_place& place) {
+  entry.may_have_pending_memo = true;
   set_memo(entry.dbmemo, std::move(text), size, MEMO_DBMEMO, timestamp, place);
 }

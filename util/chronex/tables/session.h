@@ -10,9 +10,8 @@
 #include <memory>
 #include <span>
 
-#include "common/chained_table.h"
+#include "common/id_table.h"
 #include "common/owned_bytes.h"
-#include "common/recent_entries.h"
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/tables/event_place.h"
 
@@ -46,29 +45,31 @@ struct sign_on_verdicts {
   std::uint64_t holds = 0;  // those of them that hold
 };
 
-struct session_entry {
-  std::unique_ptr<session_entry> next;
-  std::uint32_t hash = 0;
-
+// What every operation looks at comes first and lies in one cache line: with
+// many sessions the wait for a second one would cost more than all the rest.
+struct alignas(CACHE_LINE) session_entry {
   std::int32_t session_id = 0;
-  // See sign_on_data.h.
-  owned_bytes sign_on;
-  // Emptied when the sign-on data change.
-  mutable sign_on_verdicts verdicts;
-  // Connection time in seconds since the epoch; 0 = unknown.
-  std::uint32_t conntime = 0;
-  // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.
-  memo_slot dbbegin_end;
-  memo_slot dbmemo;
-  // Different for every sign-on registered in a run, and never 0: what is
-  // derived from sign-on data can be kept under it.
-  std::uint64_t sign_on_id = 0;
   // The outputs that have shown this sign-on, a bit each.
   std::uint32_t shown_by = 0;
+  // False: neither memo is pending.
+  bool may_have_pending_memo = true;
   // Some output has shown a sign-on, so the sign-off must be shown, too.
   bool sign_off_due = false;
   // Signed off: removed at the next session_cleanup.
   bool signed_off = false;
+  // Connection time in seconds since the epoch; 0 = unknown.
+  std::uint32_t conntime = 0;
+  // Different for every sign-on registered in a run, and never 0: what is
+  // derived from sign-on data can be kept under it.
+  std::uint64_t sign_on_id = 0;
+  // Emptied when the sign-on data change.
+  mutable sign_on_verdicts verdicts;
+
+  // See sign_on_data.h.
+  owned_bytes sign_on;
+  // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.
+  memo_slot dbbegin_end;
+  memo_slot dbmemo;
 };
 
 class session_table {
@@ -76,7 +77,9 @@ class session_table {
   explicit session_table(run_messages& messages) : messages_(messages) {}
 
   // Returns the entry of a session, which stays the table's, or null.
-  session_entry* session_get_entry(std::int32_t session_id);
+  session_entry* session_get_entry(std::int32_t session_id) {
+    return session_hash_.find(session_id);
+  }
 
   // Registers a sign-on and takes over its data (none for a sign-on without
   // data). Changed data for a known session make it be shown again. Without
@@ -91,11 +94,8 @@ class session_table {
  private:
   session_entry* new_entry(std::int32_t session_id);
 
-  static constexpr std::size_t INITIAL_BUCKETS = 128;
-
   run_messages& messages_;
-  chained_table<session_entry> session_hash_{INITIAL_BUCKETS};
-  recent_entries<session_entry> recent_;
+  id_table<session_entry> session_hash_;
   std::uint64_t last_sign_on_id_ = 0;
 };
 

@@ -1,7 +1,10 @@
 #include "util/chronex/tables/set_context.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstring>
+#include <functional>
+#include <new>
 
 #include "common/byte_cursor.h"
 
@@ -90,7 +93,7 @@ bool measure(std::span<const std::uint8_t> item_list, list_totals& totals,
   return true;
 }
 
-void fill_items(std::span<const std::uint8_t> item_list, set_context& set) {
+void fill_items(std::span<const std::uint8_t> item_list, item_layout& layout) {
   byte_cursor list(item_list);
   std::uint32_t name_off = 0;
   std::uint16_t offset = 0;
@@ -98,9 +101,9 @@ void fill_items(std::span<const std::uint8_t> item_list, set_context& set) {
   for (std::size_t i = 0; next_item(list, item); ++i) {
     item.descriptor.name_off = name_off;
     item.descriptor.offset = offset;
-    set.items[i] = item.descriptor;
+    layout.items[i] = item.descriptor;
     if (!item.name.empty()) {
-      std::memcpy(set.names.data() + name_off, item.name.data(),
+      std::memcpy(layout.names.data() + name_off, item.name.data(),
                   item.name.size());
     }
     name_off += item.descriptor.name_len;
@@ -109,21 +112,43 @@ void fill_items(std::span<const std::uint8_t> item_list, set_context& set) {
   }
 }
 
+std::shared_ptr<item_layout> allocate_layout(const list_totals& totals) {
+  std::unique_ptr<item_layout> layout = try_make<item_layout>();
+  if (!layout) return nullptr;
+  layout->items = try_make_array<item_descriptor>(totals.items);
+  if (!layout->items) return nullptr;
+  layout->item_count = totals.items;
+  if (totals.name_bytes > 0 && !layout->names.allocate(totals.name_bytes)) {
+    return nullptr;
+  }
+  try {
+    return layout;
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
 std::unique_ptr<set_context> allocate_set_context(const list_totals& totals) {
   std::unique_ptr<set_context> set = try_make<set_context>();
   if (!set) return nullptr;
-  set->items = try_make_array<item_descriptor>(totals.items);
-  if (!set->items) return nullptr;
-  if (totals.name_bytes > 0 && !set->names.allocate(totals.name_bytes)) {
-    return nullptr;
-  }
-  return set;
+  set->layout = allocate_layout(totals);
+  return set->layout ? std::move(set) : nullptr;
+}
+
+std::size_t hash_of(std::span<const std::uint8_t> item_list) {
+  return std::hash<std::string_view>()(
+      {reinterpret_cast<const char*>(item_list.data()), item_list.size()});
 }
 
 }  // namespace
 
+bool item_layout::operator==(const item_layout& other) const {
+  return std::ranges::equal(item_list(), other.item_list()) &&
+         std::ranges::equal(names.bytes(), other.names.bytes());
+}
+
 std::string_view set_context::item_name(const item_descriptor& item) const {
-  return {reinterpret_cast<const char*>(names.data()) + item.name_off,
+  return {reinterpret_cast<const char*>(names().data()) + item.name_off,
           item.name_len};
 }
 
@@ -138,7 +163,8 @@ std::unique_ptr<set_context> node_create_set_context(
     messages.print("Unable to allocate data set context\n");
     return nullptr;
   }
-  fill_items(item_list, *set);
+  fill_items(item_list, *set->layout);
+  set->layout->hash = hash_of(item_list);
   set->item_cnt = static_cast<std::int16_t>(totals.items);
   set->rec_sz = static_cast<std::int16_t>(totals.record_size());
   set->media_sz = set->rec_sz;

@@ -18,7 +18,7 @@ inline constexpr std::uint32_t ITEM_FMT_ENCRYPTED = 0x100000;
 
 // One item of a data set.
 struct item_descriptor {
-  // Place of the name in set_context::names.
+  // Place of the name in set_context::names().
   std::uint32_t name_off = 0;
   std::uint8_t name_len = 0;
   // Item type letter.
@@ -33,12 +33,31 @@ struct item_descriptor {
   bool operator==(const item_descriptor&) const = default;
 };
 
+// The items of a schema; data sets may have it in common.
+struct item_layout {
+  std::unique_ptr<item_descriptor[]> items;
+  std::size_t item_count = 0;
+  owned_bytes names;
+  // Of the item list that it was made of.
+  std::size_t hash = 0;
+  // See set_context::layout_id.
+  std::uint64_t id = 0;
+
+  std::span<const item_descriptor> item_list() const {
+    return {items.get(), item_count};
+  }
+  bool operator==(const item_layout& other) const;
+};
+
 // A data set's schema. Its items lie in the record one after another, each
 // count * size bytes.
 struct set_context {
-  // Different for every schema that a run registers, and never 0: what is
-  // derived from a schema can be kept under it.
+  // Different for every data set and schema that a run registers, and never 0:
+  // what is derived from both can be kept under it.
   std::uint64_t schema_id = 0;
+  // The same for data sets that were found to have equal items, and never 0:
+  // what is derived from the items alone can be kept under it.
+  std::uint64_t layout_id = 0;
   std::int16_t item_cnt = 0;
   // Record size in bytes: the sum of count * size over the items.
   std::int16_t rec_sz = 0;
@@ -46,12 +65,13 @@ struct set_context {
   std::int32_t media_sz = 0;
   // Offset of the encrypted part in the stored record; -1: nothing encrypted.
   std::int32_t enc_offs = -1;
-  std::unique_ptr<item_descriptor[]> items;
-  owned_bytes names;
+  std::shared_ptr<item_layout> layout;
 
   std::span<const item_descriptor> item_list() const {
-    return {items.get(), static_cast<std::size_t>(item_cnt)};
+    return layout->item_list();
   }
+  // The names of all items, one behind the other.
+  std::span<const std::uint8_t> names() const { return layout->names.bytes(); }
   std::string_view item_name(const item_descriptor& item) const;
 };
 

@@ -42,7 +42,7 @@ int trail::write_prerequisites(const image_operation& operation) {
       write_node_context(operation.node) != 0) {
     return -1;
   }
-  if (!session.dbbegin_end.pending && !session.dbmemo.pending) return 0;
+  if (!session.may_have_pending_memo) return 0;
   return write_pending_session_memo(session);
 }
 

@@ -81,7 +81,9 @@ int trail::write_session_dbmemo(session_entry& entry) {
 
 int trail::write_pending_session_memo(session_entry& entry) {
   if (write_session_memo(entry, entry.dbbegin_end, true) != 0) return -1;
-  return write_session_memo(entry, entry.dbmemo, true);
+  if (write_session_memo(entry, entry.dbmemo, true) != 0) return -1;
+  entry.may_have_pending_memo = false;
+  return 0;
 }
 
 int trail::process_memo(session_entry& session, memo_event memo) {

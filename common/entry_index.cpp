@@ -1,4 +1,4 @@
-#include "common/chained_table.h"
+#include "common/entry_index.h"
 
 #include <unistd.h>
 

@@ -1,0 +1,63 @@
+#ifndef CHRONEX_COMMON_ID_TABLE_H
+#define CHRONEX_COMMON_ID_TABLE_H
+
+// A table of entries, each under an id of its own.
+
+#include <cstdint>
+
+#include "common/entry_index.h"
+#include "common/slab.h"
+
+// Entries are the table's and stay where they are until they are removed.
+template <typename Entry>
+class id_table {
+ public:
+  id_table() = default;
+  id_table(const id_table&) = delete;
+  id_table& operator=(const id_table&) = delete;
+  ~id_table() {
+    index_.for_each([this](std::uint32_t number) { entries_.release(number); });
+  }
+
+  // Returns the entry of an id, or null.
+  Entry* find(std::int32_t id) const {
+    const std::uint32_t number = index_.find(key_of(id));
+    return number == 0 ? nullptr : &entries_[number];
+  }
+
+  // Makes the entry of an id that has none; null without memory.
+  Entry* add(std::int32_t id) {
+    if (!index_.reserve()) return nullptr;
+    const std::uint32_t number = entries_.make();
+    if (number == 0) return nullptr;
+    index_.insert(key_of(id), number);
+    return &entries_[number];
+  }
+
+  // Calls `visit` with every entry, in no order.
+  template <typename Visit>
+  void for_each(Visit visit) const {
+    index_.for_each(
+        [this, &visit](std::uint32_t number) { visit(entries_[number]); });
+  }
+
+  // Removes every entry for which `matches` holds.
+  template <typename Matches>
+  void remove_if(Matches matches) {
+    index_.remove_if([this, &matches](std::uint32_t number) {
+      if (!matches(entries_[number])) return false;
+      entries_.release(number);
+      return true;
+    });
+  }
+
+ private:
+  static std::uint32_t key_of(std::int32_t id) {
+    return static_cast<std::uint32_t>(id);
+  }
+
+  entry_index<std::uint32_t> index_;
+  slab<Entry> entries_;
+};
+
+#endif  // CHRONEX_COMMON_ID_TABLE_H
