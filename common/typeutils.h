@@ -105,6 +105,15 @@ int idb__fmt_signed_int(std::span<char> buf, std::span<const std::uint8_t> v,
 int idb__fmt_ieee_float(std::span<char> buf, std::span<const std::uint8_t> v,
                         std::size_t* length = nullptr);
 
+// The same text as idb__fmt_ieee_float gives for a double, without NUL. Returns
+// the place behind it; `place` has room for DOUBLE_TEXT_SIZE characters.
+inline constexpr std::size_t DOUBLE_TEXT_SIZE = 32;
+char* idb__write_double(double value, char* place);
+
+// The same text as idb__fmt_packed gives, without NUL. Returns the place behind
+// it; `place` has room for 2 * v.size() characters.
+char* idb__write_packed(std::span<const std::uint8_t> v, char* place);
+
 // Comparing: orders two stored values of the same width (at least 1 byte; for
 // floats it may be 0). The result is negative when a < b, zero when they are
 // equal, positive when a > b; only its sign means anything. Negative zero

@@ -1,9 +1,11 @@
 // Zoned and packed decimal.
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -73,7 +75,6 @@ class bounded_text {
   void put_sign(char sign) {
     if (sign != NO_SIGN) put(sign);
   }
-  void put_nibble(int nibble) { put(static_cast<char>('0' + nibble)); }
 
   // Ends the text; returns the result of the printing operation.
   int finish(std::size_t* length) {
@@ -121,6 +122,16 @@ char packed_sign(std::uint8_t last) {
       return NO_SIGN;
   }
 }
+
+// The characters of the two nibbles of every byte.
+constexpr auto PACKED_DIGITS = [] {
+  std::array<std::array<char, 2>, 256> digits{};
+  for (std::size_t byte = 0; byte < digits.size(); ++byte) {
+    digits[byte] = {static_cast<char>('0' + byte / 16),
+                    static_cast<char>('0' + byte % 16)};
+  }
+  return digits;
+}();
 
 std::uint8_t pack(std::uint8_t high, std::uint8_t low) {
   return static_cast<std::uint8_t>(high << 4 | low);
@@ -240,6 +251,24 @@ int idb__fmt_zoned(std::span<char> buf, std::span<const std::uint8_t> v,
   return text.finish(length);
 }
 
+char* idb__write_packed(std::span<const std::uint8_t> v, char* place) {
+  const std::size_t last = v.size() - 1;
+  std::size_t i = 0;
+  while (i < last && v[i] == 0x00) ++i;
+  const char sign = packed_sign(v[last]);
+  *place = sign;
+  if (sign != NO_SIGN) ++place;
+  if (i < last && v[i] >> 4U == 0) {
+    *place++ = PACKED_DIGITS[v[i]][1];
+    ++i;
+  }
+  for (; i < last; ++i, place += 2) {
+    std::memcpy(place, PACKED_DIGITS[v[i]].data(), 2);
+  }
+  *place++ = PACKED_DIGITS[v[last]][0];
+  return place;
+}
+
 int idb__fmt_packed(std::span<char> buf, std::span<const std::uint8_t> v,
                     std::size_t* length) {
   const std::size_t buf_sz = buf.size();
@@ -249,16 +278,12 @@ int idb__fmt_packed(std::span<char> buf, std::span<const std::uint8_t> v,
   std::size_t i = 0;
   while (i < v_len - 1 && v[i] == 0x00) ++i;
   text.put_sign(packed_sign(v.back()));
-  if (i < v_len - 1) {
-    if (v[i] >> 4 != 0) text.put_nibble(v[i] >> 4);
-    text.put_nibble(v[i] & 0x0F);
-    ++i;
-  }
+  if (i < v_len - 1 && v[i] >> 4U == 0) text.put(PACKED_DIGITS[v[i++]][1]);
   for (; i < v_len - 1; ++i) {
-    text.put_nibble(v[i] >> 4);
-    text.put_nibble(v[i] & 0x0F);
+    text.put(PACKED_DIGITS[v[i]][0]);
+    text.put(PACKED_DIGITS[v[i]][1]);
   }
-  text.put_nibble(v.back() >> 4);
+  text.put(PACKED_DIGITS[v.back()][0]);
   return text.finish(length);
 }
 

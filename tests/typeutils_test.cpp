@@ -5,8 +5,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -127,6 +133,61 @@ TEST(typeutils, prints_values) {
 }
 
 // Each row lists values of one type in ascending order.
+// Texts that are found on a shorter way are those of printf.
+TEST(typeutils, prints_doubles_as_printf_does) {
+  std::mt19937_64 random(15);
+  const auto check = [](double value) {
+    std::array<char, DOUBLE_TEXT_SIZE> text;
+    std::array<char, 64> expected;
+    const char* const end = idb__write_double(value, text.data());
+    const int length =
+        std::snprintf(expected.data(), expected.size(), "%1.15g", value);
+    ASSERT_EQ(
+        std::string_view(text.data(), end),
+        std::string_view(expected.data(), static_cast<std::size_t>(length)));
+  };
+  // Where one way ends and another begins, digits run out, or ties are near.
+  for (const double edge :
+       {0.0, 1e-4, 1e11, 1e15, 1e22, 0.3, 2.5, 0.00012345, 99999999999.9999,
+        999999999999999.9, 9007199254740993.0, 5e-324,
+        std::numeric_limits<double>::max(),
+        std::numeric_limits<double>::infinity()}) {
+    for (const double sign : {1.0, -1.0}) {
+      check(sign * edge);
+      check(sign * std::nextafter(edge, 0.0));
+      check(sign * std::nextafter(edge, 1e300));
+    }
+  }
+  double power = 1e-6;
+  for (int digits = 0; digits < 24; ++digits, power *= 10) {
+    for (int i = 0; i < 2000; ++i) {
+      const double any = power * static_cast<double>(random() >> 11U);
+      check(any * 0x1p-53);
+      const double whole =
+          static_cast<double>(random() % 1'000'000'000'000'000);
+      check(whole / (power * 1e6));
+      check(std::bit_cast<double>(random()));
+    }
+  }
+}
+
+TEST(typeutils, writes_packed_digits_as_printing_does) {
+  std::mt19937 random(16);
+  for (std::size_t i = 0; i < 20000; ++i) {
+    std::vector<std::uint8_t> value(1 + i % 12);
+    for (std::size_t k = random() % value.size(); k < value.size(); ++k) {
+      value[k] = static_cast<std::uint8_t>(random());
+    }
+    std::array<char, 64> printed;
+    std::array<char, 24> written;
+    std::size_t length = 0;
+    ASSERT_EQ(idb__fmt_packed(printed, value, &length), 0);
+    const char* const end = idb__write_packed(value, written.data());
+    ASSERT_EQ(std::string_view(written.data(), end),
+              std::string_view(printed.data(), length));
+  }
+}
+
 TEST(typeutils, orders_values) {
   const std::vector<std::string_view> rows[] = {
       {"Z", "99R", "00K", "00J", "00{", "00A", "00B", "99I"},
