@@ -109,24 +109,93 @@ void put_value(report_stream& out, char letter, byte_run value) {
   }
 }
 
-void put_element(report_stream& out, const element_name& name, char marker,
-                 char type, byte_run value) {
-  put_label(out, name, marker);
-  put_value(out, type, value);
-  out.put('\n');
+char* write_text(byte_run value, char fill, char* place) {
+  *place++ = '"';
+  place = write_escaped(without_fill(value, fill), '"', place);
+  *place++ = '"';
+  return place;
 }
 
-void dump_element(report_stream& out, const element_view& element,
-                  const element_name& name, byte_run before, byte_run after) {
-  const bool changed =
-      !before.empty() && !after.empty() &&
-      std::memcmp(before.data(), after.data(), before.size()) != 0;
-  if (changed) {
-    put_element(out, name, '-', element.type, before);
-    put_element(out, name, '+', element.type, after);
-  } else if (element.selected) {
-    put_element(out, name, ' ', element.type, before.empty() ? after : before);
+template <typename number>
+char* write_integer(byte_run value, char* place) {
+  number stored;
+  std::memcpy(&stored, value.data(), sizeof stored);
+  constexpr std::size_t MAX_DIGITS = 20;
+  return std::to_chars(place, place + MAX_DIGITS, stored).ptr;
+}
+
+char* write_double(byte_run value, char* place) {
+  double stored = 0;
+  std::memcpy(&stored, value.data(), sizeof stored);
+  return idb__write_double(stored, place);
+}
+
+// A zero byte among the digits ends the text.
+char* write_zoned(byte_run value, char* place) {
+  std::size_t length = 0;
+  idb__fmt_zoned({place, value.size() + 2}, value, &length);
+  return place + strnlen(place, length);
+}
+
+// Writes a value of a form of its own; returns the place behind it.
+char* write_value(value_form form, byte_run value, char* place) {
+  switch (form) {
+    case value_form::signed_2:
+      return write_integer<std::int16_t>(value, place);
+    case value_form::signed_4:
+      return write_integer<std::int32_t>(value, place);
+    case value_form::signed_8:
+      return write_integer<std::int64_t>(value, place);
+    case value_form::unsigned_2:
+      return write_integer<std::uint16_t>(value, place);
+    case value_form::unsigned_4:
+      return write_integer<std::uint32_t>(value, place);
+    case value_form::unsigned_8:
+      return write_integer<std::uint64_t>(value, place);
+    case value_form::double_8:
+      return write_double(value, place);
+    case value_form::packed:
+      return idb__write_packed(value, place);
+    case value_form::zoned:
+      return write_zoned(value, place);
+    case value_form::text_blank:
+      return write_text(value, ' ', place);
+    case value_form::text_nul:
+      return write_text(value, '\0', place);
+    case value_form::other:
+      break;
   }
+  return place;
+}
+
+// The room of a line whose value has a form of its own.
+constexpr std::size_t LINE_ROOM =
+    EMPTY_LABEL.size() + escaped_room(SHORT_VALUE) + 3;
+
+// The line of an element with a ready label and such a value, in one piece.
+void put_short_line(report_stream& out, const element_name& name, char marker,
+                    value_form form, byte_run value) {
+  char* const line = out.room(LINE_ROOM).data();
+  std::memcpy(line, name.label, EMPTY_LABEL.size());
+  line[MARKER_POSITION] = marker;
+  if (name.subscript != 0) {
+    write_subscript(name.subscript, line + NAME_POSITION + name.item.size());
+  }
+  char* const end = write_value(form, value, line + EMPTY_LABEL.size());
+  *end = '\n';
+  out.claim(static_cast<std::size_t>(end + 1 - line));
+}
+
+void put_element(report_stream& out, const element_view& element,
+                 const element_name& name, char marker, byte_run value) {
+  if (element.form != value_form::other && name.label != nullptr &&
+      !out.on_terminal()) {
+    put_short_line(out, name, marker, element.form, value);
+    return;
+  }
+  put_label(out, name, marker);
+  put_value(out, element.type, value);
+  out.put('\n');
 }
 
 element_name name_of(const set_context& set, const record_view& view,
@@ -141,9 +210,33 @@ element_name name_of(const set_context& set, const record_view& view,
       {names + element.name_at, element.name_len}, nullptr, element.subscript};
 }
 
-// The element's part of an image, or nothing where there is no image.
 byte_run part_of(record_image image, const element_view& element) {
-  return is_there(image) ? image.subspan(element.offset, element.size) : image;
+  return image.subspan(element.offset, element.size);
+}
+
+// The elements of a record of which there is one image.
+void dump_single(report_stream& out, const set_context& set,
+                 const record_view& view, record_image image) {
+  for (const element_view& element : view.elements()) {
+    if (!element.selected) continue;
+    put_element(out, element, name_of(set, view, element), ' ',
+                part_of(image, element));
+  }
+}
+
+void dump_change(report_stream& out, const set_context& set,
+                 const record_view& view, record_image before,
+                 record_image after) {
+  for (const element_view& element : view.elements()) {
+    const byte_run old_part = part_of(before, element);
+    const byte_run new_part = part_of(after, element);
+    const bool changed =
+        std::memcmp(old_part.data(), new_part.data(), old_part.size()) != 0;
+    if (!changed && !element.selected) continue;
+    const element_name name = name_of(set, view, element);
+    put_element(out, element, name, changed ? '-' : ' ', old_part);
+    if (changed) put_element(out, element, name, '+', new_part);
+  }
 }
 
 void dump_image(report_stream& out, std::string_view title,
@@ -161,9 +254,10 @@ void record_dump::dump_items(const set_context& set, record_image before,
                              record_image after) {
   const record_view& view =
       views_.view_of(set, {item_names_, report_.item_limit});
-  for (const element_view& element : view.elements()) {
-    dump_element(*report_.fp, element, name_of(set, view, element),
-                 part_of(before, element), part_of(after, element));
+  if (is_there(before) && is_there(after)) {
+    dump_change(*report_.fp, set, view, before, after);
+  } else {
+    dump_single(*report_.fp, set, view, is_there(before) ? before : after);
   }
 }
 

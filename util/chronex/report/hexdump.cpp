@@ -36,9 +36,26 @@ constexpr auto ESCAPED = [] {
   return escaped;
 }();
 
-// Bytes that are escaped at a time, and the characters that one may take.
+static_assert(escaped_room(1) >= OCTAL_SIZE);
+// Bytes that are escaped at a time.
 constexpr std::size_t ESCAPE_PIECE = 1024;
-constexpr std::size_t ESCAPE_SIZE = OCTAL_SIZE;
+
+constexpr std::uint64_t IN_EACH_BYTE = 0x0101010101010101;
+
+// Whether one of the eight bytes is this one.
+bool has_byte(std::uint64_t word, std::uint8_t byte) {
+  const std::uint64_t zero_there = word ^ (IN_EACH_BYTE * byte);
+  return ((zero_there - IN_EACH_BYTE) & ~zero_there & (IN_EACH_BYTE << 7U)) !=
+         0;
+}
+
+// Whether one of the eight bytes is escaped. Control characters are those with
+// neither the bit of 32 nor that of 64.
+bool has_escaped(std::uint64_t word, std::uint8_t quote) {
+  const bool has_control = (~(word >> 5U | word >> 6U) & IN_EACH_BYTE) != 0;
+  return has_control || has_byte(word, '\\') ||
+         (quote != 0 && has_byte(word, quote));
+}
 
 // Writes the escaped form of the byte and returns the place behind it.
 char* escape(std::uint8_t byte, char* place) {
@@ -72,7 +89,53 @@ void put_line(report_stream& stream, std::span<const std::uint8_t> bytes) {
   stream.claim(LINE_SIZE);
 }
 
+char* write_bytes(std::span<const std::uint8_t> bytes, std::uint8_t quote,
+                  char* place) {
+  for (const std::uint8_t byte : bytes) {
+    if (ESCAPED[byte] || byte == quote) {
+      place = escape(byte, place);
+    } else {
+      *place++ = static_cast<char>(byte);
+    }
+  }
+  return place;
+}
+
+// Writes `bytes`, which are the first of `word`, up to eight; what is behind
+// them in the word needs no escape and is written, too.
+char* write_word(std::uint64_t word, std::span<const std::uint8_t> bytes,
+                 std::uint8_t quote, char* place) {
+  if (has_escaped(word, quote)) return write_bytes(bytes, quote, place);
+  std::memcpy(place, &word, sizeof word);
+  return place + bytes.size();
+}
+
+// The last bytes, fewer than eight, of a text that has more: they are read with
+// those before them, and blanks take the place of these.
+char* write_tail(std::span<const std::uint8_t> bytes, std::uint8_t quote,
+                 char* place) {
+  const auto bits = static_cast<unsigned>(8 * bytes.size());
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes.data() + bytes.size() - sizeof word, sizeof word);
+  word = word >> (64U - bits) | (IN_EACH_BYTE * ' ') << bits;
+  return write_word(word, bytes, quote, place);
+}
+
 }  // namespace
+
+char* write_escaped(std::span<const std::uint8_t> bytes, char quote,
+                    char* place) {
+  const auto quote_byte = static_cast<std::uint8_t>(quote);
+  constexpr std::size_t STEP = sizeof(std::uint64_t);
+  if (bytes.size() < STEP) return write_bytes(bytes, quote_byte, place);
+  while (bytes.size() >= STEP) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data(), STEP);
+    place = write_word(word, bytes.first(STEP), quote_byte, place);
+    bytes = bytes.subspan(STEP);
+  }
+  return bytes.empty() ? place : write_tail(bytes, quote_byte, place);
+}
 
 void dump_data(report_stream& stream, std::span<const std::uint8_t> bytes,
                int indentation) {
@@ -88,16 +151,9 @@ void put_escaped(report_stream& stream, std::span<const std::uint8_t> bytes,
                  char quote) {
   while (!bytes.empty()) {
     const auto piece = bytes.first(std::min(bytes.size(), ESCAPE_PIECE));
-    const std::span<char> room = stream.room(piece.size() * ESCAPE_SIZE);
-    char* place = room.data();
-    for (const std::uint8_t byte : piece) {
-      if (ESCAPED[byte] || byte == static_cast<std::uint8_t>(quote)) {
-        place = escape(byte, place);
-      } else {
-        *place++ = static_cast<char>(byte);
-      }
-    }
-    stream.claim(static_cast<std::size_t>(place - room.data()));
+    char* const room = stream.room(escaped_room(piece.size())).data();
+    char* const end = write_escaped(piece, quote, room);
+    stream.claim(static_cast<std::size_t>(end - room));
     bytes = bytes.subspan(piece.size());
   }
 }

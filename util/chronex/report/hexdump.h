@@ -17,4 +17,10 @@ void dump_data(report_stream& stream, std::span<const std::uint8_t> bytes,
 void put_escaped(report_stream& stream, std::span<const std::uint8_t> bytes,
                  char quote);
 
+// The same into a place with room for escaped_room() characters; returns the
+// place behind the text.
+constexpr std::size_t escaped_room(std::size_t bytes) { return 4 * bytes + 8; }
+char* write_escaped(std::span<const std::uint8_t> bytes, char quote,
+                    char* place);
+
 #endif  // CHRONEX_UTIL_CHRONEX_REPORT_HEXDUMP_H

@@ -24,6 +24,34 @@ bool is_selected(const item_choice& choice, std::size_t index,
   return listed > 0 || index < static_cast<std::size_t>(choice.item_limit);
 }
 
+value_form form_of(const item_descriptor& item) {
+  const std::uint16_t size = item.size;
+  if (size > SHORT_VALUE) return value_form::other;
+  switch (item.type) {
+    case 'I':
+      if (size == 2) return value_form::signed_2;
+      if (size == 4) return value_form::signed_4;
+      return size == 8 ? value_form::signed_8 : value_form::other;
+    case 'K':
+      if (size == 2) return value_form::unsigned_2;
+      if (size == 4) return value_form::unsigned_4;
+      return size == 8 ? value_form::unsigned_8 : value_form::other;
+    case 'E':
+      return size == 8 ? value_form::double_8 : value_form::other;
+    case 'P':
+      return value_form::packed;
+    case 'Z':
+      return value_form::zoned;
+    case 'U':
+    case 'X':
+      return value_form::text_blank;
+    case 'B':
+      return value_form::text_nul;
+    default:
+      return value_form::other;
+  }
+}
+
 // What all elements of an item have in common.
 element_view first_element(const item_descriptor& item, std::string_view name) {
   return {
@@ -33,6 +61,7 @@ element_view first_element(const item_descriptor& item, std::string_view name) {
       .subscript = static_cast<std::uint16_t>(item.count > 1 ? 1 : 0),
       .offset = item.offset,
       .size = item.size,
+      .form = form_of(item),
   };
 }
 

@@ -11,6 +11,26 @@
 #include "util/chronex/filter/item_names.h"
 #include "util/chronex/tables/set_context.h"
 
+// How a value gets into its line. What has no way of its own here goes through
+// the operations of its item type.
+enum class value_form : std::uint8_t {
+  other,
+  signed_2,
+  signed_4,
+  signed_8,
+  unsigned_2,
+  unsigned_4,
+  unsigned_8,
+  double_8,
+  packed,
+  zoned,
+  text_blank,
+  text_nul,
+};
+
+// What such a value takes at most, and so the widest that has a way of its own.
+inline constexpr std::size_t SHORT_VALUE = 256;
+
 // An element of an item as the item view shows it. There may be a great many.
 struct element_view {
   // Place of the item's name, as far as it is shown: in the view's labels if it
@@ -28,6 +48,7 @@ struct element_view {
   bool has_label = false;
   // It is also shown when it has not changed.
   bool selected = false;
+  value_form form = value_form::other;
 };
 
 // Which items the item view shows whether they have changed or not: those named
