@@ -208,8 +208,8 @@ struct worker_numbers {
   std::uint32_t host = 0;
 };
 
-// The changes that a session made behind a DBBEGIN memo that has a text, up to
-// its next DBBEGIN or DBEND, its sign-off, or the end of the run. Transactions
+// The changes that a sign-on made behind a DBBEGIN memo that has a text, up to
+// its next DBBEGIN or DBEND, its end, or that of the run. Transactions
 // without a text leave no trace in a trail, and their changes belong to none.
 struct transaction_figures {
   // Its sign-on, and the session's number in the log.

@@ -86,13 +86,15 @@ void session_tally::sign_on(const session_entry& session,
 }
 
 void session_tally::sign_off(const session_entry& session) {
-  ++figures_.signed_off_count;
   const std::uint32_t position = position_of(session.session_id);
   if (position == position_index::NONE) return;
   session_state& state = states_[position];
-  close_transaction(state);
-  state.signed_off = true;
   state.leaves = true;
+  // What signs off may be a later sign-on under that number, which was not
+  // shown.
+  if (state.sign_on_id != session.sign_on_id) return;
+  state.signed_off = true;
+  ++figures_.signed_off_count;
 }
 
 // Transactions would also be found to have ended at the next change; until then
