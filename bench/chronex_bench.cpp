@@ -47,8 +47,9 @@ constexpr const char* AUDIT_OUTPUT = "(audit output)";
 constexpr const char* COMPRESSED_OUTPUT = "(audit output).gz";
 // Instead of options: the floor.
 constexpr const char* FLOOR = "(floor)";
-// The first word of a row for chronex-trail: the command.
+// The first words of rows for chronex-trail: the command.
 constexpr const char* JSON = "json";
+constexpr const char* STATS = "stats";
 
 // A file to be read.
 struct bench_input {
@@ -71,7 +72,9 @@ struct measurement {
   std::uint64_t output_bytes = 0;
 
   bool is_floor() const { return !options.empty() && options[0] == FLOOR; }
-  bool is_of_trail() const { return !options.empty() && options[0] == JSON; }
+  bool is_of_trail() const {
+    return !options.empty() && (options[0] == JSON || options[0] == STATS);
+  }
   bool compresses() const {
     return !options.empty() &&
            (options[0] == "-Z" || options.back() == COMPRESSED_OUTPUT);
@@ -297,6 +300,7 @@ void run_all(const bench_options& chosen) {
              {"log: -o to /dev/null", LOG, {"-o", "/dev/null"}},
              {"log: -o -Z", LOG, {"-Z", "-o", AUDIT_OUTPUT}},
              {"log: -r", LOG, {"-r"}},
+             {"log: stats", LOG, {STATS}},
              {"log: -r -v", LOG, {"-r", "-v"}},
              {"log: -r -v to /dev/null", LOG, {"-r", "-v"}, true},
              {"log: json", LOG, {JSON}},

@@ -10,12 +10,13 @@ _chronex_trail() {
   local current=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
   local previous=${COMP_WORDS[COMP_CWORD - 1]}
   local options='--filter --filter-file --help --items --master-keys --output
-    --time-zone'
+    --progress --time-zone'
   local -A own_options=(
     [json]=--split
     [sql]='--append --force'
     [query]='--json --list-tables --schema'
-    [list]=--json)
+    [list]=--json
+    [stats]='--csv --json --top')
 
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
@@ -36,6 +37,12 @@ _chronex_trail() {
       ;;
     --time-zone)
       _chronex_time_zone "$current"
+      ;;
+    --progress)
+      mapfile -t COMPREPLY < <(compgen -W 'always auto never' -- "$2")
+      ;;
+    --top)
+      compopt +o default +o bashdefault 2>/dev/null
       ;;
     # File names: the shell's own completion.
     -f | --filter-file | -o | --output | --split) ;;

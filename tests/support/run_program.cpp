@@ -8,6 +8,7 @@
 #include <zlib.h>
 
 #include <array>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -135,7 +136,8 @@ program_result test_directory::run_trail(
 }
 
 program_result test_directory::run_on_terminal(
-    const std::vector<std::string>& arguments, int descriptor) const {
+    const std::vector<std::string>& arguments, int descriptor,
+    int signal) const {
   termios raw{};
   cfmakeraw(&raw);
   int terminal = -1;
@@ -150,6 +152,7 @@ program_result test_directory::run_on_terminal(
   std::array<char, 4096> piece{};
   ssize_t count = 0;
   while ((count = ::read(terminal, piece.data(), piece.size())) > 0) {
+    if (signal != 0 && shown.empty()) kill(child, signal);
     shown.append(piece.data(), static_cast<std::size_t>(count));
   }
   close(terminal);

@@ -42,9 +42,10 @@ class test_directory {
   program_result run_trail(const std::vector<std::string>& arguments,
                            std::string_view input = {}) const;
   // Runs chronex where standard output or standard error, as `descriptor` says,
-  // is a terminal. It shows everything as it comes, line ends included.
+  // is a terminal. It shows everything as it comes, line ends included. As soon
+  // as it shows something, the program gets the signal, if that is not 0.
   program_result run_on_terminal(const std::vector<std::string>& arguments,
-                                 int descriptor) const;
+                                 int descriptor, int signal = 0) const;
   // Runs a shell command in the directory, where $CHRONEX is the program.
   // Returns its exit status.
   int shell(const std::string& command) const;

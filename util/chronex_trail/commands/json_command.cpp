@@ -32,6 +32,7 @@ audit file, compressed or not; - is standard input.
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
       --time-zone ZONE    of dates in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:

@@ -30,6 +30,7 @@ standard input.
   -M, --master-keys       unlock master keys
   -o, --output NAME       write to a file
       --time-zone ZONE    of dates in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:

@@ -36,6 +36,7 @@ audit file, compressed or not; - is standard input.
   -M, --master-keys       unlock master keys; what is written is in clear
   -o, --output NAME       write the answer to a file
       --time-zone ZONE    of dates in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:

@@ -43,6 +43,7 @@ audit file, compressed or not; - is standard input.
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
       --time-zone ZONE    of dates in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:

@@ -36,6 +36,7 @@ compressed or not; - is standard input.
   -M, --master-keys       unlock master keys
   -o, --output NAME       write to a file
       --time-zone ZONE    of days and hours, and of dates in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:

@@ -25,10 +25,14 @@ std::vector<std::uint32_t> ranked(const List& list, const Name& name_of) {
 }
 
 constexpr summary_column TOTAL_COLUMNS[] = {
-    {"changes"},      {"puts"},       {"updates"},      {"deletes"},
-    {"first"},        {"last"},       {"data_sets"},    {"records"},
-    {"users"},        {"programs"},   {"hosts"},        {"sessions"},
-    {"with_changes"}, {"signed_off"}, {"transactions"}, {"record_bound"}};
+    {"changes"},      {"puts"},
+    {"updates"},      {"deletes"},
+    {"first"},        {"last"},
+    {"data_sets"},    {"records"},
+    {"users"},        {"programs"},
+    {"hosts"},        {"sessions"},
+    {"with_changes"}, {"signed_off"},
+    {"transactions"}, {"record_bound", summary_column::DATA_ONLY}};
 
 row_counts total_rows(const trail_figures& figures, std::size_t /*limit*/,
                       row_sink& sink) {

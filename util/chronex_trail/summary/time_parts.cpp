@@ -92,6 +92,7 @@ row_counts week_rows(const trail_figures& figures, std::size_t /*limit*/,
     if (changes > 0 || !rows.empty()) rows.push_back(row);
     if (changes > 0) used = rows.size();
   }
+  rows.resize(used);
   return give_rows(rows, used, sink, [](const cells& row) { return row; });
 }
 
