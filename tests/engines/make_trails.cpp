@@ -2,7 +2,7 @@
 //
 //   make_trails DIRECTORY OPERATIONS
 //
-// writes busy.1-1 and busy.1-2, two months of a shop with many users and that
+// writes busy.1-1 and busy.2-1, two months of a shop with many users and that
 // many operations; nightmare.1-1, whose names, texts and values are meant to
 // break a statement, a line or a number; and wide.1-1, with data sets of more
 // items than a table has columns, and rows that are as long as they can be.
@@ -49,13 +49,14 @@ std::string order(std::uint32_t recno) {
          double_bytes(amount);
 }
 
-// A shop at work. Its records are what they are across files.
+// A shop at work. Its records are what they are across files; its sessions sign
+// off at the end of each, so that files can be read alone.
 class shop {
  public:
   // Writes so many operations to a file.
-  void work(const std::string& path, std::uint32_t sequence,
+  void work(const std::string& path, std::uint32_t generation,
             std::uint32_t operations, std::uint32_t pace) {
-    log_builder log({.generation = 1, .sequence = sequence});
+    log_builder log({.generation = generation});
     log.time(time_).pace(0).database(SHOP, "shop");
     log.data_set(CUSTOMER, SHOP, "customer",
                  {{"CUSTNO", 'I', 1, 4},
@@ -69,10 +70,11 @@ class shop {
                   {"QTY", 'I', 3, 2},
                   {"AMOUNT", 'E', 1, 8}});
     for (std::uint32_t i = 0; i < operations; ++i) {
-      if (i % 1000 == 0) change_shift(log);
+      if (i % 1000 == 0) change_shift(log, i > 0);
       log.time(time_ += pace);
       operate(log);
     }
+    for (int session = 1; session <= SESSIONS; ++session) log.sign_off(session);
     log.end().write_to(path);
   }
 
@@ -80,16 +82,15 @@ class shop {
   static constexpr int SESSIONS = 6;
   static constexpr std::uint32_t RECORDS = 20000;
 
-  void change_shift(log_builder& log) {
+  void change_shift(log_builder& log, bool is_later) {
     for (int session = 1; session <= SESSIONS; ++session) {
-      if (shift_ > 0) log.sign_off(session);
+      if (is_later) log.sign_off(session);
       log.sign_on(session,
                   {"user{USER" + std::to_string(draw(12)) + "}program{" +
                        (draw(3) == 0 ? "batch" : "till") + "}conntime{" +
                        std::to_string(time_) + "}",
                    "host{counter-" + std::to_string(draw(9)) + "}"});
     }
-    ++shift_;
   }
 
   void operate(log_builder& log) {
@@ -118,7 +119,6 @@ class shop {
   std::vector<std::string> records_[2] = {std::vector<std::string>(RECORDS),
                                           std::vector<std::string>(RECORDS)};
   std::uint32_t time_ = MONDAY_8_00;
-  int shift_ = 0;
 };
 
 // Every byte but zero, of which a name is at most 255 long.
@@ -305,7 +305,7 @@ int main(int argc, char* argv[]) {
   const std::uint32_t pace = half == 0 ? 1 : TWO_MONTHS / half / 2;
   shop busy;
   busy.work(directory + "busy.1-1", 1, half, pace);
-  busy.work(directory + "busy.1-2", 2, half, pace);
+  busy.work(directory + "busy.2-1", 2, half, pace);
   make_nightmare(directory + "nightmare.1-1");
   make_wide(directory + "wide.1-1");
   return 0;
