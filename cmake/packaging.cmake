@@ -9,8 +9,8 @@ include(cmake/version.cmake)
 set(PROGRAMS chronex chronex-trail)
 # Of doc, what users need; the other documents are for developers.
 set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
-              json-events.md key-file.md performance.md robustness.md sql.md
-              stats.md)
+              json-events.md key-file.md large-archives.md performance.md
+              robustness.md sql.md stats.md)
 file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
      examples/*.filter examples/*.awk examples/*.sh)
 # The sample logs that the examples are about, where their maker is built.
@@ -84,6 +84,8 @@ install_as(${CMAKE_SOURCE_DIR}/completion/_chronex_filter
            "${CMAKE_INSTALL_DATADIR}/zsh/\${ZSH_FUNCTIONS}" _chronex_filter)
 install_as(${CMAKE_SOURCE_DIR}/share/json-events.schema.json
            ${CMAKE_INSTALL_DATADIR}/chronex json-events.schema.json)
+install_as(${CMAKE_SOURCE_DIR}/share/lnav/chronex.json
+           ${CMAKE_INSTALL_DATADIR}/chronex/lnav chronex.json)
 
 install_document(${CMAKE_SOURCE_DIR}/README.md ${CMAKE_INSTALL_DOCDIR})
 foreach(document ${DOCUMENTS})

@@ -13,7 +13,7 @@ _chronex_trail() {
     --progress --time-zone'
   local -A own_options=(
     [json]=--split
-    [sql]='--append --force'
+    [sql]='--append --cluster --engine --force --segment'
     [query]='--json --list-tables --schema'
     [list]=--json
     [stats]='--csv --json --top')
@@ -33,6 +33,13 @@ _chronex_trail() {
       _chronex_filter "$2" "$current"
       ;;
     -I | --items)
+      compopt +o default +o bashdefault 2>/dev/null
+      ;;
+    --engine)
+      mapfile -t COMPREPLY < <(
+        compgen -W 'sqlite postgresql clickhouse' -- "$current")
+      ;;
+    --cluster | --segment)
       compopt +o default +o bashdefault 2>/dev/null
       ;;
     --time-zone)
