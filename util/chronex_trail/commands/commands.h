@@ -18,6 +18,7 @@ struct trail_command {
 
 extern const trail_command JSON_COMMAND;
 extern const trail_command LIST_COMMAND;
+extern const trail_command PAGE_COMMAND;
 extern const trail_command QUERY_COMMAND;
 extern const trail_command SQL_COMMAND;
 extern const trail_command STATS_COMMAND;
