@@ -47,7 +47,8 @@ class page_writer {
   void put_head();
   // A block of data that the script finds under its kind; compressed members in
   // base64, with blanks between them.
-  void put_data(std::string_view kind, std::string_view text);
+  void put_data(std::string_view kind, std::string_view text,
+                std::size_t row_count = 0);
   void put_script(std::string_view text);
 
   int result() const { return result_; }
@@ -80,9 +81,12 @@ void page_writer::put_head() {
   put(PAGE_BODY);
 }
 
-void page_writer::put_data(std::string_view kind, std::string_view text) {
+void page_writer::put_data(std::string_view kind, std::string_view text,
+                           std::size_t row_count) {
   put(R"(<script type="application/gzip" data-kind=")");
   put(kind);
+  put(R"(" data-rows=")");
+  put(std::to_string(row_count));
   put("\">");
   for (std::size_t at = 0; at < text.size();
        at += gzip_member_maker::MEMBER_SIZE) {
@@ -110,7 +114,9 @@ int write_page(byte_sink& sink, const page_data& data, std::size_t row_count) {
                   data.columns(at, std::min(row_count, at + COLUMN_ROWS)));
   }
   for (std::size_t at = 0; at < row_count;) {
-    page.put_data("values", data.values(at));
+    const std::size_t begin = at;
+    const std::string values = data.values(at);
+    page.put_data("values", values, at - begin);
   }
   page.put_script(CHART_LIBRARY);
   page.put_script(PAGE_SCRIPT);

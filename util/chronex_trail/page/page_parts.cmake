@@ -9,7 +9,7 @@ find_file(CHART_LICENCE copyright PATHS /usr/share/doc/libjs-chart.js
 # In the order in which they are joined.
 set(PAGE_STYLES base.css parts.css views.css print.css)
 set(PAGE_SCRIPTS elements.js unpack.js zone.js counts.js selection.js
-    filter.js command.js rows.js charts.js completeness.js timeline.js
+    filter.js command.js rows.js charts.js completeness.js timeline.js brush.js
     heatmap.js bars.js notable.js changes.js detail.js theme.js main.js)
 set(PAGE_WEB ${CMAKE_CURRENT_SOURCE_DIR}/page/web)
 list(TRANSFORM PAGE_STYLES PREPEND ${PAGE_WEB}/)
