@@ -108,7 +108,8 @@ class Browser:
         self.settle()
 
     def settle(self):
-        """Waits until what was changed is drawn."""
+        """Waits until what was changed is drawn, and nothing is busy."""
+        self.wait("return !document.querySelector('[aria-busy]')")
         self.call("POST", "/execute/async", {"script":
                   "const done = arguments[0]; requestAnimationFrame(() =>"
                   " requestAnimationFrame(() => setTimeout(done, 30)));",
@@ -143,8 +144,9 @@ class Browser:
 
     def drag(self, selector, begin, end):
         """Drags over an element, from and to shares of its width."""
-        box = self.run("const box = document.querySelector(arguments[0])"
-                       ".getBoundingClientRect();"
+        box = self.run("const place = document.querySelector(arguments[0]);"
+                       "place.scrollIntoView({block: 'center'});"
+                       "const box = place.getBoundingClientRect();"
                        "return [box.left, box.top, box.width, box.height]",
                        selector)
         x = [round(box[0] + box[2] * share) for share in (begin, end)]

@@ -44,7 +44,7 @@ std::uint32_t count_cube::number(const change_mix& mix) {
   return number;
 }
 
-void count_cube::add(const local_hour& hour, std::uint32_t mix) {
+void count_cube::add(const calendar_hour& hour, std::uint32_t mix) {
   if (hour.begin != hour_begin_) {
     put_step();
     hour_begin_ = hour.begin;

@@ -46,7 +46,7 @@ class count_cube {
 
   // The number of a mix.
   std::uint32_t number(const change_mix& mix);
-  void add(const local_hour& hour, std::uint32_t mix);
+  void add(const calendar_hour& hour, std::uint32_t mix);
 
   // Ends counting, with at most that many cells.
   void finish(std::size_t most_cells);

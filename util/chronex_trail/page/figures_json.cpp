@@ -85,12 +85,15 @@ void put_completeness(json_writer& out, const completeness_figures& figures) {
   out.close(']');
   put_notices(out, "damage", figures.damage);
   put_notices(out, "warnings", figures.warnings);
+  put_notices(out, "reported", figures.reported);
   out.key("gap_count").number(figures.gap_count);
   out.key("lost_generations").number(figures.lost_generations);
   out.key("lost_files").number(figures.lost_files);
   out.key("lost_actions").number(figures.lost_actions);
   out.key("damage_count").number(figures.damage_count);
   out.key("warning_count").number(figures.warning_count);
+  out.key("reported_count").number(figures.reported_count);
+  out.key("too_old").number(figures.too_old);
   out.key("unreadable").number(figures.unreadable);
   out.close('}');
 }

@@ -39,7 +39,7 @@ std::int64_t change_between(std::int64_t before, std::int64_t behind) {
 
 }  // namespace
 
-const local_hour& local_hours::of(std::uint32_t timestamp) {
+const calendar_hour& calendar_hours::of(std::uint32_t timestamp) {
   const std::uint32_t quarter = timestamp / QUARTER;
   if (known_ && quarter == quarter_) return hour_;
   const std::tm fields = local(timestamp);

@@ -8,22 +8,22 @@
 #include <vector>
 
 // An hour of local time.
-struct local_hour {
+struct calendar_hour {
   // When it begins; clocks that are put back begin it a second time.
   std::int64_t begin = 0;
   // 0 = Monday from 0:00, 167 = Sunday from 23:00.
   std::uint8_t of_week = 0;
 };
 
-class local_hours {
+class calendar_hours {
  public:
   // The hour that a time is in. Changes of a trail follow one another closely,
   // so the calendar is asked once a quarter of an hour: all time zones are
   // whole quarters away from UTC.
-  const local_hour& of(std::uint32_t timestamp);
+  const calendar_hour& of(std::uint32_t timestamp);
 
  private:
-  local_hour hour_;
+  calendar_hour hour_;
   std::uint32_t quarter_ = 0;
   bool known_ = false;
 };

@@ -115,7 +115,7 @@ class page_output : public trail_output {
 
   set_pieces sets_;
   item_text items_;
-  local_hours hours_;
+  calendar_hours hours_;
   std::uint32_t inputs_ = 0;
   std::unordered_map<std::uint64_t, session_ptr> sessions_;
   // The layouts that were made last, by schema.

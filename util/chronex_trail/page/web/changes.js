@@ -2,10 +2,14 @@
 // smooth whatever its length.
 
 const ROW_HEIGHT = 32;
-const SPARE_ROWS = 12;
+const SPARE_ROWS = 5;
+// When more rows than these come into view at once, their values wait until
+// the list rests.
+const FEW_ROWS = 8;
+const REST_MS = 70;
 const SLICE_MS = 12;
 const PRINTED_ROWS = 200;
-const MOST_CHANGED_SHOWN = 4;
+const MOST_CHANGED_SHOWN = 3;
 
 const COLUMNS = ['Time', 'Operation', 'User', 'Program', 'Data set', 'Record',
   'Change'];
@@ -20,10 +24,14 @@ class ChangeList {
     this.turn = 0;
     this.build();
     this.command = new CommandLine(byId('changes-command'), page.commands);
-    byId('search').addEventListener('input', debounced(() => {
+    const searchSoon = debounced(() => {
       this.search = byId('search').value.trim().toLowerCase();
       this.filter();
-    }, 150));
+    }, 150);
+    byId('search').addEventListener('input', () => {
+      byId('changes').setAttribute('aria-busy', 'true');
+      searchSoon();
+    });
   }
 
   build() {
@@ -31,6 +39,7 @@ class ChangeList {
     this.body = element('div', {class: 'list-rows', role: 'rowgroup'});
     this.scroller = element('div', {class: 'list-scroller', role: 'presentation',
       scroll: () => this.draw()}, this.spacer);
+    this.fillSoon = debounced(() => this.fillChanges(), REST_MS);
     this.spacer.append(this.body);
     const head = element('div', {class: 'list-row list-head', role: 'row'},
       ...COLUMNS.map((text) =>
@@ -58,11 +67,17 @@ class ChangeList {
   filter() {
     const turn = ++this.turn;
     this.showCommand();
-    if (this.search === '') this.take(this.selected, true);
-    else this.find(turn);
+    if (this.search === '') {
+      this.take(this.selected);
+      return;
+    }
+    byId('changes').setAttribute('aria-busy', 'true');
+    byId('changes-note').textContent = 'searching …';
+    this.find(turn);
   }
 
-  take(numbers, done) {
+  take(numbers) {
+    byId('changes').removeAttribute('aria-busy');
     this.numbers = numbers;
     this.active = 0;
     this.scroller.scrollTop = 0;
@@ -71,15 +86,13 @@ class ChangeList {
     this.pool.forEach((row) => row.remove());
     this.pool.clear();
     this.draw();
-    this.note(done);
+    this.note();
   }
 
-  note(done) {
+  note() {
     const {summary, sums} = this.page;
     const texts = [counted(this.numbers.length, 'change', 'changes')];
-    if (this.search !== '') {
-      texts[0] += done ? ' found' : ' found so far, searching …';
-    }
+    if (this.search !== '') texts[0] += ' found';
     const left = total(sums.total) - this.selected.length;
     if (summary.left_out > 0 && left > 0) {
       texts.push(`${formatted(left)} of ${formatted(total(sums.total))} ` +
@@ -103,7 +116,7 @@ class ChangeList {
       if (turn !== this.turn) return;
       until = performance.now() + SLICE_MS;
     }
-    if (turn === this.turn) this.take(Uint32Array.from(found), true);
+    if (turn === this.turn) this.take(Uint32Array.from(found));
   }
 
   matches(row, part, needle) {
@@ -143,41 +156,45 @@ class ChangeList {
       row.remove();
       this.pool.delete(index);
     }
+    const added = document.createDocumentFragment();
     for (let index = begin; index < end; ++index) {
-      if (!this.pool.has(index)) this.drawRow(index);
+      if (!this.pool.has(index)) added.append(this.makeRow(index));
     }
+    const isLeap = added.childElementCount > FEW_ROWS;
+    this.body.append(added);
+    if (isLeap) this.fillSoon();
+    else this.fillChanges();
     this.markActive();
   }
 
-  drawRow(index) {
+  makeRow(index) {
     const row = this.numbers[index];
-    const op = this.page.rows.op[row];
     const [time, opName, ...texts] = this.head(row);
-    const change = element('span', {role: 'gridcell', class: 'list-change'});
-    const made = element('div', {class: 'list-row', role: 'row',
-      id: `row-${index}`, 'aria-rowindex': index + 2,
+    const cell = (className, text) => element('bdi', {role: 'gridcell',
+      class: className, text: visible(text)});
+    const made = element('div', {class: `list-row row-${this.page.rows.op[row]}`,
+      role: 'row', id: `row-${index}`, 'aria-rowindex': index + 2,
       click: () => this.open(index)},
-    element('span', {role: 'gridcell', class: 'list-time', text: time}),
-    element('span', {role: 'gridcell'}, element('span', {class: `op op-${op}`,
-      text: opName})),
-    ...texts.map((text) => element('span', {role: 'gridcell'},
-      trailText(text))), change);
+    cell('list-time', time), cell('list-op', opName),
+    ...texts.map((text) => cell('', text)), cell('list-change', '…'));
     made.style.top = `${index * ROW_HEIGHT}px`;
-    this.fillChange(change, row, index);
     this.pool.set(index, made);
-    this.body.append(made);
+    return made;
   }
 
-  fillChange(cell, row, index) {
-    const values = this.page.rows.values(row);
-    if (values !== null) {
-      cell.replaceChildren(...changeText(values));
-      return;
+  // Shows the values of the rows that do not have theirs yet.
+  fillChanges() {
+    for (const [index, made] of this.pool) {
+      if (made.dataset.filled) continue;
+      const row = this.numbers[index];
+      const values = this.page.rows.values(row);
+      if (values === null) {
+        this.page.rows.loadedValues(row).then(() => this.fillSoon());
+        continue;
+      }
+      made.dataset.filled = 'true';
+      made.lastElementChild.replaceChildren(...changeText(values));
     }
-    cell.textContent = '…';
-    this.page.rows.loadedValues(row).then((loaded) => {
-      if (this.numbers[index] === row) cell.replaceChildren(...changeText(loaded));
-    });
   }
 
   markActive() {
@@ -246,7 +263,7 @@ function changeText({items, memo, hasBefore, hasAfter}) {
   const shown = hasBefore && hasAfter ? differing
     : items.slice(0, MOST_CHANGED_SHOWN);
   const parts = shown.slice(0, MOST_CHANGED_SHOWN).flatMap((item) => [
-    trailText(item.name, 'item-name'), ' ',
+    visible(item.name), ' ',
     ...(hasBefore && hasAfter ? [trailText(valueText(item.before), 'old'),
       ' → '] : []),
     trailText(valueText(hasAfter ? item.after : item.before),

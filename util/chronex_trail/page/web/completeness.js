@@ -30,10 +30,17 @@ function problems(figures) {
     lines.push(`${counted(all.unreadable, 'change has', 'changes have')} ` +
       `encrypted values whose key is not there: ${sets.join(', ')}.`);
   }
-  for (const damage of all.damage) lines.push(noticeText(all, damage));
-  if (all.damage_count > all.damage.length) {
-    lines.push(`… and ${formatted(all.damage_count - all.damage.length)} ` +
-      'further damages.');
+  if (all.too_old > 0) {
+    lines.push(`${counted(all.too_old, 'input is', 'inputs are')} too old to ` +
+      'have changes in it.');
+  }
+  // What audit files say of the logs that they were made of counts as well.
+  for (const [list, count] of [[all.damage, all.damage_count],
+    [all.reported, all.reported_count]]) {
+    for (const notice of list) lines.push(noticeText(all, notice));
+    if (count > list.length) {
+      lines.push(`… and ${formatted(count - list.length)} more of this kind.`);
+    }
   }
   return lines;
 }

@@ -9,10 +9,14 @@ const PARTS_OF_RANGE = 8;
 const LAST_TIME = Date.UTC(2038, 11, 31) / 1000;
 
 // A character that cannot stand in a command as it is: any one matches it.
-const UNTYPABLE = /[\u0000-\u001f\u007f-\u009f\ufffd]/;
+const UNTYPABLE = /[\u0000-\u001f\u007f-\u009f]/;
+
+// What is no character ends the text that an attribute is compared by.
+const CUT = '\ufffd';
 
 // A text as a wildcard pattern that matches it.
 function patternOf(text) {
+  if (text.includes(CUT)) return `${patternOf(text.split(CUT)[0])}*`;
   return [...text].map((character) => {
     if (UNTYPABLE.test(character)) return '?';
     return '*?[\\'.includes(character) ? `\\${character}` : character;
@@ -32,14 +36,17 @@ function alike(names, name) {
   const numbers = new Set();
   const fold = (text) => text === null ? null
     : text.replace(/[a-z]/g, (letter) => letter.toUpperCase());
-  const wanted = name === null ? null : [...fold(name)];
+  const wanted = name === null ? null : [...fold(name).split(CUT)[0]];
+  const isCut = name !== null && name.includes(CUT);
   names.forEach((other, number) => {
     if (wanted === null || other === null) {
       if (wanted === null && other === null) numbers.add(number);
       return;
     }
     const characters = [...fold(other)];
-    if (characters.length === wanted.length && wanted.every((character, i) =>
+    const fits = isCut ? characters.length >= wanted.length
+      : characters.length === wanted.length;
+    if (fits && wanted.every((character, i) =>
       character === characters[i] || UNTYPABLE.test(character))) {
       numbers.add(number);
     }

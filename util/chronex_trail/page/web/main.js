@@ -148,6 +148,7 @@ async function openPage() {
   byId('loading').remove();
   document.documentElement.dataset.ready = 'true';
   performance.mark('ready');
+  page.rows.unpackIdly();
 }
 
 openPage().catch((error) => {

@@ -89,6 +89,13 @@ class Rows {
     return readValues(this, row, part);
   }
 
+  // Unpacks all values, a part whenever there is nothing else to do.
+  unpackIdly(part = 0) {
+    if (part === this.parts.length) return;
+    const idle = window.requestIdleCallback ?? ((work) => setTimeout(work, 50));
+    idle(() => this.parts[part].load().then(() => this.unpackIdly(part + 1)));
+  }
+
   where(test) {
     const found = [];
     for (let row = 0; row < this.count; ++row) if (test(row)) found.push(row);
