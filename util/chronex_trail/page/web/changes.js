@@ -8,7 +8,7 @@ const SPARE_ROWS = 5;
 const FEW_ROWS = 8;
 const REST_MS = 70;
 const SLICE_MS = 12;
-const PRINTED_ROWS = 200;
+const PRINTED_ROWS = 100;
 const MOST_CHANGED_SHOWN = 3;
 
 const COLUMNS = ['Time', 'Operation', 'User', 'Program', 'Data set', 'Record',

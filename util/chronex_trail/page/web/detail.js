@@ -112,7 +112,7 @@ class Detail {
   listNote(found) {
     const texts = [counted(found.length, 'change', 'changes')];
     if (found.length > MOST_HISTORY) {
-      texts.push(`the last ${MOST_HISTORY} are shown`);
+      texts.push(`${MOST_HISTORY} of them are shown`);
     }
     if (this.page.summary.left_out > 0) {
       texts.push('as far as they are listed on this page; the command has all');
@@ -122,13 +122,15 @@ class Detail {
 
   async changesTable(found, current, withRecord) {
     const {rows, zone} = this.page;
-    const shown = found.slice(-MOST_HISTORY);
+    const begin = Math.max(0, Math.min(found.length - MOST_HISTORY,
+      found.indexOf(current) - MOST_HISTORY / 2));
+    const shown = found.slice(begin, begin + MOST_HISTORY);
     const values = await Promise.all(shown.map((row) =>
       rows.loadedValues(row)));
     const lines = shown.map((row, i) => element('tr',
       {'aria-current': row === current ? 'true' : null},
-      element('td', {}, element('button', {type: 'button', class: 'link',
-        text: zone.text(rows.time[row]), click: () => this.showChange(row)})),
+      element('td', {class: 'time'}, element('button', {type: 'button',
+        class: 'link', text: zone.text(rows.time[row]), click: () => this.showChange(row)})),
       element('td', {}, element('span', {class: `op op-${rows.op[row]}`,
         text: OP_NAMES[rows.op[row]]})),
       element('td', {}, ...(withRecord

@@ -124,17 +124,16 @@ class Page {
 
   prepareForPrint() {
     byId('print').addEventListener('click', () => window.print());
+    const print = (isPrinting) => {
+      document.documentElement.classList.toggle('printing', isPrinting);
+      recolorCharts();
+      CHARTS.forEach((chart) => chart.resize());
+    };
     addEventListener('beforeprint', () => {
-      document.documentElement.classList.add('printing');
       this.changes.print();
-      recolorCharts();
-      CHARTS.forEach((chart) => chart.resize());
+      print(true);
     });
-    addEventListener('afterprint', () => {
-      document.documentElement.classList.remove('printing');
-      recolorCharts();
-      CHARTS.forEach((chart) => chart.resize());
-    });
+    addEventListener('afterprint', () => print(false));
   }
 }
 

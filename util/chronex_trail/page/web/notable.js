@@ -87,7 +87,8 @@ class Notable {
       (hour) => !heatmap.isOffice(hour) && selection.inHours(hour)));
     const values = {hours, hoursName: 'Outside office hours'};
     const sums = counts.sums(selection.with(values));
-    const users = [...sums.user].filter(([, ops]) => total(ops) > 0)
+    const users = [...sums.user].filter(([number, ops]) => total(ops) > 0 &&
+      selection.has('user', number))
       .sort((a, b) => total(b[1]) - total(a[1]));
     return {count: formatted(total(sums.total)),
       tests: total(sums.total) === 0 ? null : () => this.tests(values),
