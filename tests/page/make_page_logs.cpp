@@ -11,6 +11,7 @@
 // "hostile" writes hostile.1-1, in which every name and value tries to be
 // something else than text.
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -35,6 +36,8 @@ struct worker {
   const char* user;
   const char* program;
   const char* host;
+  // What its transactions are about.
+  const char* memo;
   // Hours of work, and share of all changes.
   std::uint32_t from, to;
   std::uint32_t share;
@@ -42,14 +45,18 @@ struct worker {
   std::uint32_t since_week;
 };
 
+constexpr const char* NIGHTLY = "nightly run";
+
 constexpr worker WORKERS[] = {
-    {"ALICE", "order-entry", "counter-1", 8, 17, 22, false, 0},
-    {"BOB", "order-entry", "counter-2", 9, 18, 18, false, 0},
-    {"CAROL", "limits", "office-3", 9, 16, 6, false, 0},
-    {"DAVE", "stock-count", "store-1", 7, 15, 12, false, 0},
-    {"ERIN", "order-entry", "counter-1", 10, 18, 9, false, 5},
-    {"WEBSHOP", "web-orders", "www-1", 0, 24, 20, true, 0},
-    {"BATCH", "nightly", "server", 1, 3, 13, true, 0},
+    {"ALICE", "order-entry", "counter-1", "orders by phone", 8, 17, 22, false,
+     0},
+    {"BOB", "order-entry", "counter-2", "orders by mail", 9, 18, 18, false, 0},
+    {"CAROL", "limits", "office-3", "limit review", 9, 16, 6, false, 0},
+    {"DAVE", "stock-count", "store-1", "stock count", 7, 15, 12, false, 0},
+    {"ERIN", "order-entry", "counter-1", "orders by phone", 10, 18, 9, false,
+     5},
+    {"WEBSHOP", "web-orders", "www-1", "web orders", 0, 24, 20, true, 0},
+    {"BATCH", "nightly", "server", NIGHTLY, 1, 3, 13, true, 0},
 };
 
 struct shop_set {
@@ -90,6 +97,13 @@ class shop {
 
  private:
   using records = std::map<std::uint32_t, std::string>;
+  enum class step { sign_on, change, sign_off };
+  struct planned {
+    std::uint32_t time;
+    int session;
+    const worker* who;
+    step what;
+  };
 
   std::uint32_t below(std::uint32_t limit) {
     return static_cast<std::uint32_t>(random_() % limit);
@@ -102,8 +116,10 @@ class shop {
   void change(log_builder& log, int session, std::size_t set);
   void put(log_builder& log, int session, std::size_t set);
   void remove(log_builder& log, int session, std::size_t set);
-  void work(log_builder& log, const worker& worker, int session,
-            std::uint32_t begin);
+  void plan(const worker& worker, std::uint32_t midnight);
+  void sign_on(log_builder& log, const planned& event);
+  void work(log_builder& log, const planned& event);
+  void take(log_builder& log, const planned& event);
   void day(log_builder& log, std::uint32_t day);
   void bad_sunday(log_builder& log, std::uint32_t begin);
 
@@ -112,6 +128,8 @@ class shop {
   std::array<records, 3> records_;
   std::array<std::uint32_t, 3> last_{};
   int last_session_ = 10;
+  // Of one day.
+  std::vector<planned> plan_;
 };
 
 std::string shop::record(std::size_t set, std::uint32_t recno) {
@@ -181,25 +199,57 @@ void shop::change(log_builder& log, int session, std::size_t set) {
   found->second = after;
 }
 
-void shop::work(log_builder& log, const worker& worker, int session,
-                std::uint32_t begin) {
+// Plans a session's day; sessions work side by side.
+void shop::plan(const worker& worker, std::uint32_t midnight) {
   const std::uint32_t days = worker.weekends ? 7 * WEEKS : 5 * WEEKS;
   const std::uint32_t count = changes_ * worker.share / 100 / days;
-  const bool is_batch = worker.from == 1;
-  log.memo(session, 'b', is_batch ? "nightly run" : "work of the day");
+  const std::uint32_t begin = midnight + worker.from * HOUR + below(900);
+  const std::uint32_t length = (worker.to - worker.from) * HOUR - 900;
+  const int session = ++last_session_;
+  plan_.push_back({begin, session, &worker, step::sign_on});
   for (std::uint32_t i = 0; i < count; ++i) {
-    log.time(begin + (worker.to - worker.from) * HOUR * i / count + below(20));
-    const std::size_t set = worker.program[0] == 'l'   ? 0
-                            : worker.program[0] == 's' ? 2
-                            : below(10) == 0           ? 2
-                                                       : 1;
-    if (is_batch && records_[1].size() > 60 && below(3) > 0) {
-      remove(log, session, 1);
-    } else {
-      change(log, session, is_batch ? 2 : set);
-    }
+    const auto at =
+        static_cast<std::uint32_t>(std::uint64_t{length} * i / count);
+    plan_.push_back(
+        {begin + 60 + at + below(20), session, &worker, step::change});
   }
-  log.memo(session, 'e', is_batch ? "nightly run" : "work of the day");
+  plan_.push_back({begin + length + 90, session, &worker, step::sign_off});
+}
+
+void shop::sign_on(log_builder& log, const planned& event) {
+  const worker& worker = *event.who;
+  log.sign_on(
+      event.session,
+      {std::string("user{") + worker.user + "}program{" + worker.program +
+           "}conntime{" + std::to_string(event.time) + "}",
+       std::string("host{") + worker.host + ".shop.example}"});
+  log.memo(event.session, 'b', worker.memo);
+}
+
+void shop::work(log_builder& log, const planned& event) {
+  const worker& worker = *event.who;
+  if (worker.memo == NIGHTLY && records_[1].size() > 60 && below(3) > 0) {
+    remove(log, event.session, 1);
+    return;
+  }
+  const std::size_t set = worker.memo == NIGHTLY     ? 2
+                          : worker.program[0] == 'l' ? 0
+                          : worker.program[0] == 's' ? 2
+                          : below(10) == 0           ? 2
+                                                     : 1;
+  change(log, event.session, set);
+}
+
+void shop::take(log_builder& log, const planned& event) {
+  log.time(event.time);
+  switch (event.what) {
+    case step::sign_on:
+      return sign_on(log, event);
+    case step::change:
+      return work(log, event);
+    case step::sign_off:
+      log.memo(event.session, 'e', event.who->memo).sign_off(event.session);
+  }
 }
 
 void shop::bad_sunday(log_builder& log, std::uint32_t begin) {
@@ -216,21 +266,16 @@ void shop::bad_sunday(log_builder& log, std::uint32_t begin) {
 
 void shop::day(log_builder& log, std::uint32_t day) {
   const std::uint32_t midnight = MONDAY + day * DAY;
+  plan_.clear();
   for (const worker& worker : WORKERS) {
-    if (day / 7 < worker.since_week || (day % 7 > 4 && !worker.weekends)) {
-      continue;
-    }
-    const std::uint32_t begin = midnight + worker.from * HOUR + below(900);
-    const int session = ++last_session_;
-    log.time(begin).sign_on(
-        session,
-        {std::string("user{") + worker.user + "}program{" + worker.program +
-             "}conntime{" + std::to_string(begin) + "}",
-         std::string("host{") + worker.host + ".shop.example}"});
-    work(log, worker, session, begin + 60);
-    log.sign_off(session);
+    const bool is_free = day % 7 > 4 && !worker.weekends;
+    if (day / 7 >= worker.since_week && !is_free) plan(worker, midnight);
   }
-  if (day == 6 * 7 + 6) bad_sunday(log, midnight + 3 * HOUR);
+  std::stable_sort(
+      plan_.begin(), plan_.end(),
+      [](const planned& a, const planned& b) { return a.time < b.time; });
+  for (const planned& event : plan_) take(log, event);
+  if (day == 6 * 7 + 6) bad_sunday(log, midnight + 23 * HOUR);
 }
 
 void shop::write(const std::string& directory) {
