@@ -9,7 +9,7 @@ include(cmake/version.cmake)
 set(PROGRAMS chronex chronex-trail)
 # Of doc, what users need; the other documents are for developers.
 set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
-              json-events.md key-file.md large-archives.md performance.md
+              json-events.md key-file.md large-archives.md page.md performance.md
               robustness.md sql.md stats.md)
 file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
      examples/*.filter examples/*.awk examples/*.sh)
@@ -90,6 +90,11 @@ install_as(${CMAKE_SOURCE_DIR}/share/lnav/chronex.json
 install_document(${CMAKE_SOURCE_DIR}/README.md ${CMAKE_INSTALL_DOCDIR})
 foreach(document ${DOCUMENTS})
   install_document(${CMAKE_SOURCE_DIR}/doc/${document} ${CMAKE_INSTALL_DOCDIR})
+endforeach()
+file(GLOB PICTURES CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/doc/pictures/*.png)
+foreach(picture ${PICTURES})
+  cmake_path(GET picture FILENAME name)
+  install_as(${picture} ${CMAKE_INSTALL_DOCDIR}/pictures ${name})
 endforeach()
 install_as(${CMAKE_SOURCE_DIR}/packaging/copyright ${CMAKE_INSTALL_DOCDIR}
            copyright)

@@ -16,7 +16,8 @@ _chronex_trail() {
     [sql]='--append --cluster --engine --force --segment'
     [query]='--json --list-tables --schema'
     [list]=--json
-    [stats]='--csv --json --top')
+    [stats]='--csv --json --top'
+    [page]='--keep --office-days --office-hours --rows')
 
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
@@ -48,7 +49,10 @@ _chronex_trail() {
     --progress)
       mapfile -t COMPREPLY < <(compgen -W 'always auto never' -- "$2")
       ;;
-    --top)
+    --keep)
+      mapfile -t COMPREPLY < <(compgen -W 'evenly latest' -- "$2")
+      ;;
+    --top | --rows | --office-days | --office-hours)
       compopt +o default +o bashdefault 2>/dev/null
       ;;
     # File names: the shell's own completion.
