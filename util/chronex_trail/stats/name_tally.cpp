@@ -1,6 +1,6 @@
 #include "util/chronex_trail/stats/name_tally.h"
 
-#include "common/chained_table.h"
+#include "common/entry_index.h"
 
 std::uint32_t name_hash(std::string_view name) {
   std::uint64_t hash = HASH_MULTIPLIERS[0];

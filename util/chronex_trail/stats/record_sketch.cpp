@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <span>
 
-#include "common/chained_table.h"
+#include "common/entry_index.h"
 #include "util/chronex_trail/stats/top_list.h"
 
 namespace {

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <utility>
 
-#include "common/chained_table.h"
+#include "common/entry_index.h"
 #include "util/chronex_trail/values/session_attributes.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
 
 std::uint32_t hash_of(std::int32_t session_id) {
-  return keyed_hash(static_cast<std::uint32_t>(session_id));
+  return keyed_hash(static_cast<std::uint32_t>(session_id), 0, 0);
 }
 
 // The first characters of a text.
