@@ -22,10 +22,10 @@ class completeness_tally {
   void file_accepted() { figures_.inputs.back().accepted = true; }
   void notice(const trail_notice& notice);
   void comment(std::string_view text, const event_place& place);
-  // A change in the present input.
-  void add(const image_operation& operation) {
+  // Changes in the present input.
+  void add(const change_figures& changes) {
     if (figures_.inputs.empty()) return;
-    figures_.inputs.back().changes.add(operation.op, operation.timestamp);
+    figures_.inputs.back().changes.add(changes);
   }
   // Puts the numbers of the files that were accepted together.
   void end();

@@ -195,12 +195,11 @@ void session_tally::end(session_state& state) {
 }
 
 void session_tally::file_ends() {
-  const auto gone = std::ranges::remove_if(states_, [this](auto& state) {
+  const auto gone = std::erase_if(states_, [this](session_state& state) {
     if (state.leaves) end(state);
     return state.leaves;
   });
-  if (gone.empty()) return;
-  states_.erase(gone.begin(), gone.end());
+  if (gone == 0) return;
   recent_ = {};
   index_.clear();
   for (std::uint32_t i = 0; i < states_.size(); ++i) {

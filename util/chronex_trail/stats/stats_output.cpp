@@ -19,7 +19,6 @@ class stats_gatherer {
   session_tally sessions;
 
   void add(const image_operation& operation, const event_place& place) {
-    completeness.add(operation);
     sessions.add(operation, place);
     const std::uint32_t number = set_numbers_.of(operation.node, place);
     set_figures& set = figures.data_sets[number];
@@ -27,13 +26,23 @@ class stats_gatherer {
     if (operation.before_sealed || operation.after_sealed) ++set.unreadable;
     records_.add(number, operation.recno);
     if (!hours_.is_in(operation.timestamp)) enter_hour(operation.timestamp);
-    in_hour_.add(operation.op);
+    in_hour_.add(operation.op, operation.timestamp);
+  }
+
+  // To be called before another input begins.
+  void leave_hour() {
+    const op_counts& count = in_hour_.count;
+    if (count.total() == 0) return;
+    figures.days[hour_.day].add(count);
+    figures.hours[hour_.hour_of_week].add(count);
+    completeness.add(in_hour_);
+    in_hour_ = {};
   }
 
   void end(int status) {
     sessions.end();
-    completeness.end();
     leave_hour();
+    completeness.end();
     for (const name_figures& user : figures.users) {
       figures.changes.add(user.changes);
     }
@@ -48,17 +57,10 @@ class stats_gatherer {
   }
 
  private:
-  // The changes of an hour are counted before it is looked up.
+  // The changes of an hour are counted together.
   void enter_hour(std::uint32_t timestamp) {
     leave_hour();
     hour_ = hours_.enter(timestamp);
-  }
-
-  void leave_hour() {
-    if (in_hour_.total() == 0) return;
-    figures.days[hour_.day].add(in_hour_);
-    figures.hours[hour_.hour_of_week].add(in_hour_);
-    in_hour_ = {};
   }
 
   std::size_t top_;
@@ -66,9 +68,10 @@ class stats_gatherer {
   set_numbers set_numbers_{sets_};
   record_sketch records_;
   local_hours hours_;
-  // The hour that hours_ has entered, and the changes in it.
+  // The hour that hours_ has entered, and the changes of the present input in
+  // it that nothing else knows of yet.
   local_hour hour_;
-  op_counts in_hour_;
+  change_figures in_hour_;
 };
 
 template <typename Event>
@@ -90,6 +93,7 @@ stats_output::~stats_output() = default;
 
 int stats_output::file_begins(const input_file& file) {
   return guarded([&] {
+    gatherer_->leave_hour();
     gatherer_->completeness.file_begins(file);
     gatherer_->sessions.file_begins(file);
   });
