@@ -121,6 +121,7 @@ TEST(Split, ReplacesOnlyWhatItMadeAndOnlyByWhatIsWhole) {
     EXPECT_EQ(directory.run_trail({"json", "log", "--split", name}).status, 1);
   }
   EXPECT_EQ(directory.read_raw("out/notes"), "mine");
+  EXPECT_EQ(directory.run_trail({"json", "log", "--split", ""}).status, 2);
   EXPECT_EQ(
       directory.run_trail({"json", "log", "--split", "x", "-o", "y"}).status,
       2);

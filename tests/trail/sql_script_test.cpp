@@ -296,6 +296,7 @@ TEST(SqlScript, IsWrittenLikeAnyResult) {
     std::string message;
   } const cases[] = {
       {{"sql", "--engine", "oracle", "log"}, 2, "Unknown engine"},
+      {{"sql", "--engine=clickhouse", "--cluster=", "log"}, 2, "--cluster"},
       {{"sql", "--engine=postgresql", "--append", "log"}, 2, "--segment"},
       {{"sql", "--engine=postgresql", "--cluster=c", "log"}, 2, "clickhouse"},
       {{"sql", "--engine=postgresql", "--segment=0", "log"}, 2, "1000000"},

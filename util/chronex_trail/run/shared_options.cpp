@@ -47,12 +47,18 @@ std::vector<option> long_options(std::span<const own_option> own_options) {
   return all;
 }
 
-void apply_own_option(const own_option& own, const char* argument) {
-  if (own.text != nullptr) {
-    *own.text = argument;
-  } else {
+// Returns 0, or the exit status that ends the run.
+int apply_own_option(const own_option& own, const char* argument,
+                     run_messages& messages) {
+  if (own.text == nullptr) {
     *own.flag = true;
+    return 0;
   }
+  *own.text = argument;
+  if (!own.text->empty()) return 0;
+  messages.print("Option requires an argument that is not empty: --%s\n",
+                 own.name);
+  return EXIT_USAGE;
 }
 
 int read_filter_file(const char* name, run_messages& messages,
@@ -147,12 +153,12 @@ int parse_shared_options(std::span<char*> arguments, run_messages& messages,
       return option_error(messages, letter,
                           arguments[static_cast<std::size_t>(optind) - 1]);
     }
-    if (letter >= OWN_OPTIONS) {
-      apply_own_option(
-          own_options[static_cast<std::size_t>(letter - OWN_OPTIONS)], optarg);
-      continue;
-    }
-    const int status = apply_option(letter, optarg, messages, options);
+    const int status =
+        letter >= OWN_OPTIONS
+            ? apply_own_option(
+                  own_options[static_cast<std::size_t>(letter - OWN_OPTIONS)],
+                  optarg, messages)
+            : apply_option(letter, optarg, messages, options);
     if (status != 0) return status;
   }
   options.operands = arguments.subspan(static_cast<std::size_t>(optind));
