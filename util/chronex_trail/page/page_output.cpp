@@ -39,7 +39,7 @@ std::optional<std::string> attribute_of(const session_entry& session,
 std::string full_name(const node_entry& node, const event_place& place) {
   const data_set_name name = data_set_name_of(node, is_in_audit_file(place));
   const int charset = charset_at(place);
-  const std::string data_set = decoded(name.data_set, charset);
+  std::string data_set = decoded(name.data_set, charset);
   if (!name.database) return data_set;
   return decoded(*name.database, charset) + '.' + data_set;
 }
@@ -113,7 +113,7 @@ page_output::session_ptr page_output::session_of(const session_entry& session,
                                                  const event_place& place) {
   const auto known = sessions_.find(session.sign_on_id);
   if (known != sessions_.end()) return known->second;
-  const session_ptr made = make_session(session, charset_at(place));
+  session_ptr made = make_session(session, charset_at(place));
   if (sessions_.size() >= MAX_SESSIONS + 2 * rows_.rows().size()) {
     forget_sessions();
   }
@@ -210,21 +210,22 @@ void page_output::find_taken_back(const told_change& change,
       !change.after.exists()) {
     return;
   }
-  for (std::uint16_t i = 0; i < change.set.items.size(); ++i) {
+  for (std::size_t i = 0; i < change.set.items.size(); ++i) {
     const item_view& item = change.set.items[i].item;
+    const auto number = static_cast<std::uint16_t>(i);
     if (!is_readable(item, change.before) || !is_readable(item, change.after) ||
         !differs(item, change.before, change.after)) {
       continue;
     }
     const std::uint32_t changed = back_finder_.update(
-        {layout->data_set, i, change.operation.recno},
+        {layout->data_set, number, change.operation.recno},
         item.of(change.before.bytes), item.of(change.after.bytes),
         change.operation.timestamp);
     if (changed == 0) continue;
     note_taken_back(change, {.layout = layout,
                              .session = session,
                              .recno = change.operation.recno,
-                             .item = i,
+                             .item = number,
                              .changed = changed,
                              .taken_back = change.operation.timestamp});
   }
