@@ -114,13 +114,18 @@ std::string encrypted(const std::string& record) {
 class log_writer {
  public:
   log_writer(const bench_log& plan, const std::string& path)
-      : plan_(plan), path_(path), file_(std::fopen(path.c_str(), "wb")) {
-    if (!file_) fail(path_);
+      : plan_(plan), first_path_(path) {
+    open_segment();
   }
 
   void write() {
     begin();
+    const std::uint64_t segment_length =
+        plan_.operations / static_cast<std::uint64_t>(plan_.segments);
     for (std::uint64_t i = 0; i < plan_.operations; ++i) {
+      if (i > 0 && segment_ < plan_.segments && i % segment_length == 0) {
+        next_segment();
+      }
       memos(i);
       operation(i);
       write_piece(PIECE_SIZE);
@@ -128,12 +133,31 @@ class log_writer {
     for (int i = 0; i < plan_.live; ++i) {
       log_.sign_off(FIRST_SESSION + i);
     }
+    close_segment();
+  }
+
+ private:
+  void open_segment() {
+    path_ = segment_path(first_path_, segment_);
+    file_.reset(std::fopen(path_.c_str(), "wb"));
+    if (!file_) fail(path_);
+  }
+
+  void close_segment() {
     log_.end();
     write_piece(0);
     if (std::fclose(file_.release()) != 0) fail(path_);
   }
 
- private:
+  void next_segment() {
+    close_segment();
+    ++segment_;
+    open_segment();
+    log_ = log_builder({.sequence = static_cast<std::uint32_t>(segment_)});
+    // The time of the transaction that goes on.
+    log_.pace(0).time(time_ - 1);
+  }
+
   void begin() {
     std::vector<log_item> items = record_items();
     if (plan_.encrypted) {
@@ -218,7 +242,9 @@ class log_writer {
   };
 
   const bench_log& plan_;
-  const std::string& path_;
+  const std::string& first_path_;
+  int segment_ = 1;
+  std::string path_;
   std::unique_ptr<std::FILE, close_file> file_;
   log_builder log_;
   std::uint32_t random_ = 1;
@@ -235,6 +261,10 @@ std::uint64_t bench_log_space(const bench_log& plan) {
 
 void write_bench_log(const bench_log& plan, const std::string& path) {
   log_writer(plan, path).write();
+}
+
+std::string segment_path(const std::string& path, int segment) {
+  return segment == 1 ? path : path + "-" + std::to_string(segment);
 }
 
 void write_gzip_copy(const std::string& from, const std::string& to) {

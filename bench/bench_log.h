@@ -14,14 +14,18 @@ struct bench_log {
   // The texts of every record are stored encrypted under an XOR key, which
   // needs no crypto library.
   bool encrypted = false;
+  // Files that the log is split into, each with about as many operations.
+  int segments = 1;
 };
 
 // An upper bound of the size of such a log in bytes, for checks of free space.
 std::uint64_t bench_log_space(const bench_log& plan);
 
-// Writes the log, piece by piece, so that memory stays small. Throws
-// std::runtime_error on failure.
+// Writes the log, piece by piece, so that memory stays small. Of several
+// segments the first has this path, and "-2", "-3", ... is added for the
+// others. Throws std::runtime_error on failure.
 void write_bench_log(const bench_log& plan, const std::string& path);
+std::string segment_path(const std::string& path, int segment);
 
 // Writes a gzip-compressed copy of a file at compression level 1. Throws
 // std::runtime_error on failure.

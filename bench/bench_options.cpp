@@ -25,22 +25,35 @@ constexpr const char* HELP =
     "                     then all of them spread over 10, 1000, 10000 and\n"
     "                     100000 live sessions and as many data sets\n"
     "  --large            with --scaling, also ten times the operations\n"
+    "  --segments N       instead: all of them in one log and in a log of N\n"
+    "                     files, plain and gzip\n"
+    "  --cold             before every run, have the system drop its copies "
+    "of\n"
+    "                     the input from memory\n"
     "  --directory DIR    make the files in a new directory in DIR (default\n"
     "                     $TMPDIR or /tmp), which is removed at the end\n"
     "  --program FILE     measure this chronex\n"
     "  --trail FILE       measure this chronex-trail\n"
     "  --write FILE       only write the log to FILE\n"
-    "  --read FILE        only read FILE through zlib, as the floor does\n"
+    "  --read FILE ...    only read the files through zlib, as the floor does\n"
+    "  --scan FILE ...    only walk over their actions and count operations\n"
+    "  --copy FILE        only write FILE to standard output\n"
     "  --help             print this and end\n"
     "\n"
     "seconds  wall-clock time of the process: median, smallest and largest\n"
     "MB/s     10^6 bytes of decompressed input in a median second\n"
     "ops/s    record operations in a median second; ns/op is its inverse\n"
     "peak     largest resident memory in MiB (2^20 bytes)\n"
-    "floor    median seconds as a multiple of the floor of the same input\n"
-    "cpu s    median processor time, user and system, which other processes\n"
-    "         disturb less; cpu fl. is it as a multiple of the floor's\n"
-    "out MB   10^6 bytes of report and audit output\n";
+    "cpu s    processor time, user and system, which other processes disturb\n"
+    "         less: median, smallest and largest\n"
+    "floor    median cpu s as a multiple of that of the floor: the same input\n"
+    "         read through zlib in large pieces\n"
+    "scan     the same of a scan that walks over the same actions by their\n"
+    "         sizes and does nothing with them\n"
+    "out MB   10^6 bytes of report and audit output\n"
+    "\n"
+    "Rows that must give the same output are compared; a difference ends the\n"
+    "benchmark with exit status 1.\n";
 
 constexpr int EXIT_USAGE = 2;
 
@@ -74,6 +87,12 @@ void apply_option(int option, bench_options& chosen) {
     case 'l':
       chosen.large = true;
       break;
+    case 'g':
+      chosen.segments = static_cast<int>(count_argument(optarg));
+      break;
+    case 'c':
+      chosen.cold = true;
+      break;
     case 'd':
       chosen.directory = optarg;
       break;
@@ -87,7 +106,13 @@ void apply_option(int option, bench_options& chosen) {
       chosen.write = optarg;
       break;
     case 'r':
-      chosen.read = optarg;
+      chosen.read.emplace_back(optarg);
+      break;
+    case 'k':
+      chosen.scan.emplace_back(optarg);
+      break;
+    case 'y':
+      chosen.copy = optarg;
       break;
     case 'h':
       std::fputs(HELP, stdout);
@@ -101,17 +126,21 @@ void apply_option(int option, bench_options& chosen) {
 }  // namespace
 
 bench_options parse_bench_options(int argc, char* argv[]) {
-  constexpr std::array<option, 12> OPTIONS{{
+  constexpr std::array<option, 16> OPTIONS{{
       {"live", required_argument, nullptr, 'a'},
       {"repeat", required_argument, nullptr, 'n'},
       {"rows", required_argument, nullptr, 'o'},
       {"scaling", no_argument, nullptr, 's'},
       {"large", no_argument, nullptr, 'l'},
+      {"segments", required_argument, nullptr, 'g'},
+      {"cold", no_argument, nullptr, 'c'},
       {"directory", required_argument, nullptr, 'd'},
       {"program", required_argument, nullptr, 'p'},
       {"trail", required_argument, nullptr, 't'},
       {"write", required_argument, nullptr, 'w'},
       {"read", required_argument, nullptr, 'r'},
+      {"scan", required_argument, nullptr, 'k'},
+      {"copy", required_argument, nullptr, 'y'},
       {"help", no_argument, nullptr, 'h'},
       {nullptr, 0, nullptr, 0},
   }};
@@ -122,6 +151,12 @@ bench_options parse_bench_options(int argc, char* argv[]) {
     if (option == -1) break;
     apply_option(option, chosen);
   }
-  if (optind < argc) chosen.operations = count_argument(argv[optind]);
+  if (!chosen.read.empty() || !chosen.scan.empty()) {
+    std::vector<std::string>& files =
+        chosen.read.empty() ? chosen.scan : chosen.read;
+    files.insert(files.end(), argv + optind, argv + argc);
+  } else if (optind < argc) {
+    chosen.operations = count_argument(argv[optind]);
+  }
   return chosen;
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct bench_options {
   std::uint64_t operations = 3'000'000;
@@ -13,11 +14,16 @@ struct bench_options {
   std::string rows;
   bool scaling = false;
   bool large = false;
+  // 0: no log in several files.
+  int segments = 0;
+  bool cold = false;
   std::string directory;
   std::string program = CHRONEX_PROGRAM;
   std::string trail = CHRONEX_TRAIL_PROGRAM;
   std::string write;
-  std::string read;
+  std::vector<std::string> read;
+  std::vector<std::string> scan;
+  std::string copy;
 };
 
 // Reads the command line. Ends the process for --help and after a wrong option.
