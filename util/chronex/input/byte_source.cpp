@@ -10,7 +10,6 @@
 
 namespace {
 
-constexpr unsigned GZ_BUFFER_SIZE = 128 * 1024;
 constexpr std::size_t LIVE_BUFFER_SIZE = std::size_t{64} * 1024;
 // inflate's window size plus the flag that asks for gzip framing.
 constexpr int GZIP_WINDOW_BITS = 15 + 16;
@@ -18,7 +17,8 @@ constexpr std::array<std::uint8_t, 2> GZIP_MAGIC{0x1f, 0x8b};
 
 }  // namespace
 
-gz_source::gz_source(int descriptor) : descriptor_(descriptor) {
+gz_source::gz_source(int descriptor, unsigned buffer_size)
+    : descriptor_(descriptor), buffer_size_(buffer_size) {
   const int duplicate =
       lseek(descriptor_, 0, SEEK_SET) == 0 ? dup(descriptor_) : -1;
   if (duplicate >= 0) stream_ = gzdopen(duplicate, "rb");
@@ -27,7 +27,7 @@ gz_source::gz_source(int descriptor) : descriptor_(descriptor) {
     if (duplicate >= 0) close(duplicate);
     return;
   }
-  gzbuffer(stream_, GZ_BUFFER_SIZE);
+  gzbuffer(stream_, buffer_size_);
 }
 
 gz_source::~gz_source() {
@@ -40,8 +40,8 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
   // zlib fills its buffer once to find out what the file is. When just that has
   // been taken, it reads plain files straight into `room`.
   const std::size_t wanted =
-      delivered_ < GZ_BUFFER_SIZE
-          ? std::min<std::size_t>(room.size(), GZ_BUFFER_SIZE - delivered_)
+      delivered_ < buffer_size_
+          ? std::min<std::size_t>(room.size(), buffer_size_ - delivered_)
           : room.size();
   const std::size_t count = gzfread(room.data(), 1, wanted, stream_);
   delivered_ += count;

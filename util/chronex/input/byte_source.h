@@ -55,8 +55,10 @@ class byte_source {
 // Reads a regular file through zlib's gz interface, from its beginning.
 class gz_source final : public byte_source {
  public:
-  // `descriptor` stays the caller's and must outlive the source.
-  explicit gz_source(int descriptor);
+  // `descriptor` stays the caller's and must outlive the source. zlib reads
+  // `buffer_size` bytes of the file at a time, and decompresses up to twice as
+  // many whatever is asked for.
+  gz_source(int descriptor, unsigned buffer_size);
   ~gz_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
   bool is_compressed() const override;
@@ -65,6 +67,7 @@ class gz_source final : public byte_source {
   std::size_t salvage(std::span<std::uint8_t> room);
 
   int descriptor_;
+  unsigned buffer_size_;
   gzFile stream_ = nullptr;
   std::uint64_t delivered_ = 0;
   // Takes over when the gz interface met damage.

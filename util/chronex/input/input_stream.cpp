@@ -15,6 +15,10 @@ namespace {
 // reads plain files straight into the window; the system hands out a megabyte
 // at once for less than in quarters.
 constexpr std::size_t READ_SIZE = std::size_t{1024} * 1024;
+constexpr unsigned BUFFER_SIZE = 128 * 1024;
+// All files are opened for their headers before one is read on, so that much of
+// a file is read as if there were no more.
+constexpr unsigned HEAD_SIZE = 2048;
 // Room for one read behind what is left of the last one.
 constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_RUN;
 
@@ -58,19 +62,42 @@ bool input_stream::ready() {
     return false;
   }
   if (source_) return true;
-  if (regular_) {
-    source_ = std::make_unique<gz_source>(descriptor_);
-  } else {
+  if (!regular_) {
     source_ = std::make_unique<live_source>(descriptor_, before_wait_);
+    return true;
   }
-  while (delivered_ < resume_at_) {
+  is_head_ = resume_at_ == 0;
+  source_ = std::make_unique<gz_source>(descriptor_,
+                                        is_head_ ? HEAD_SIZE : BUFFER_SIZE);
+  pass_over(resume_at_);
+  return true;
+}
+
+// Has the source deliver bytes that were taken, or are in the window, already.
+void input_stream::pass_over(std::uint64_t bytes) {
+  delivered_ = 0;
+  while (delivered_ < bytes) {
     const std::size_t piece =
-        std::min<std::uint64_t>(READ_SIZE, resume_at_ - delivered_);
-    const std::size_t count = source_->read(window_.bytes().first(piece));
+        std::min<std::uint64_t>(READ_SIZE, bytes - delivered_);
+    const std::size_t count =
+        source_->read(window_.bytes().subspan(end_, piece));
     if (count == 0) break;
     delivered_ += count;
   }
-  return true;
+}
+
+// One read from the source, to behind what is in the window; 0 at the end.
+std::size_t input_stream::read_on() {
+  if (is_head_ && delivered_ == HEAD_SIZE) {
+    is_head_ = false;
+    source_ = std::make_unique<gz_source>(descriptor_, BUFFER_SIZE);
+    pass_over(HEAD_SIZE);
+  }
+  const std::size_t size = is_head_ ? HEAD_SIZE - delivered_ : READ_SIZE;
+  const std::size_t count = source_->read(window_.bytes().subspan(end_, size));
+  end_ += count;
+  delivered_ += count;
+  return count;
 }
 
 bool input_stream::fill(std::size_t count) {
@@ -79,17 +106,13 @@ bool input_stream::fill(std::size_t count) {
   end_ -= next_;
   next_ = 0;
   while (end_ < count) {
-    const std::size_t got =
-        source_->read(window_.bytes().subspan(end_, READ_SIZE));
-    if (got == 0) {
+    if (read_on() == 0) {
       error_ = source_->error();
       truncated_ = source_->truncated();
       resource_error_ = source_->resource_error();
       end_ = 0;
       return false;
     }
-    end_ += got;
-    delivered_ += got;
   }
   if (refilled_) refilled_();
   return true;

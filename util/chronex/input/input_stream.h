@@ -90,6 +90,8 @@ class input_stream {
  private:
   [[nodiscard]] bool adopt(int descriptor, std::function<void()> before_wait);
   [[nodiscard]] bool ready();
+  void pass_over(std::uint64_t bytes);
+  std::size_t read_on();
   bool fill(std::size_t count);
 
   int descriptor_ = -1;
@@ -97,6 +99,8 @@ class input_stream {
   std::function<void()> before_wait_;
   std::function<void()> refilled_;
   std::unique_ptr<byte_source> source_;
+  // The source is one that serves for the first HEAD_SIZE bytes only.
+  bool is_head_ = false;
   owned_bytes window_;
   // The bytes of the window that have not been taken yet.
   std::size_t next_ = 0;
