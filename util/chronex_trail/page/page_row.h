@@ -38,6 +38,16 @@ struct page_session {
   std::uint64_t updates = 0;
   std::uint64_t deletes = 0;
   bool signed_off = false;
+
+  // Of attributes and memos.
+  std::size_t text_bytes() const {
+    std::size_t bytes = 0;
+    for (const auto& [key, value] : attributes) {
+      bytes += key.size() + value.size();
+    }
+    for (const page_memo& memo : memos) bytes += memo.text.size();
+    return bytes;
+  }
 };
 
 // A schema under which a data set was changed.
