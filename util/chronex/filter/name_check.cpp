@@ -4,6 +4,7 @@
 #include <cctype>
 #include <utility>
 
+#include "common/byte_cursor.h"
 #include "common/same_text.h"
 #include "util/chronex/filter/filter_record.h"
 #include "util/chronex/filter/item_lookup.h"
@@ -94,6 +95,7 @@ void name_check::add(missing_name name) {
   for (const missing_name& known : missing_) {
     if (known.kind == name.kind && same_text(known.name, name.name)) return;
   }
+  name.place = name_count_++;
   missing_.push_back(std::move(name));
 }
 
@@ -205,4 +207,42 @@ std::vector<std::string> name_check::notes(std::string_view charset) const {
         std::string(charset) + "\n");
   }
   return lines;
+}
+
+// One byte: a data set was met. Then for each name, in their order: u8 1 = it
+// is still missing, 2 = and it is an attribute; u32 elements.
+std::vector<std::uint8_t> name_check::progress() const {
+  std::vector<std::uint8_t> bytes{has_data_set_};
+  for (std::size_t place = 0; place < name_count_; ++place) {
+    const auto missing =
+        std::ranges::find(missing_, place, &missing_name::place);
+    const bool is_missing = missing != missing_.end();
+    bytes.push_back(!is_missing ? 0 : missing->is_attribute ? 2 : 1);
+    bytes.resize(bytes.size() + sizeof(std::uint32_t));
+    store_u32(&bytes[bytes.size() - sizeof(std::uint32_t)],
+              is_missing ? missing->elements : 0);
+  }
+  return bytes;
+}
+
+bool name_check::go_on(std::span<const std::uint8_t> progress) {
+  byte_cursor cursor(progress);
+  std::uint8_t has_data_set = 0;
+  if (!cursor.u8(has_data_set)) return false;
+  has_data_set_ = has_data_set != 0;
+  for (std::size_t place = 0; place < name_count_; ++place) {
+    std::uint8_t state = 0;
+    std::uint32_t elements = 0;
+    if (!cursor.u8(state) || !cursor.u32(elements)) return false;
+    const auto missing =
+        std::ranges::find(missing_, place, &missing_name::place);
+    if (missing == missing_.end()) continue;
+    if (state == 0) {
+      missing_.erase(missing);
+    } else {
+      missing->is_attribute = state == 2;
+      missing->elements = elements;
+    }
+  }
+  return cursor.remaining() == 0;
 }

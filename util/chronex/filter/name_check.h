@@ -43,6 +43,11 @@ class name_check {
   // there was no data set.
   std::vector<std::string> notes(std::string_view charset) const;
 
+  // What was found out so far, as bytes, and a check of the same names that
+  // goes on with that; false when the bytes are none such.
+  std::vector<std::uint8_t> progress() const;
+  bool go_on(std::span<const std::uint8_t> progress);
+
  private:
   enum class use { item, listed_item, set_pattern, attribute };
 
@@ -58,6 +63,8 @@ class name_check {
     // There is an item with so many elements and that name without subscript;
     // 0: there is none.
     unsigned elements = 0;
+    // Among all names that were added, from 0.
+    std::size_t place = 0;
   };
 
   void add(missing_name name);
@@ -68,6 +75,7 @@ class name_check {
   static std::string note(const missing_name& missing);
 
   std::vector<missing_name> missing_;
+  std::size_t name_count_ = 0;
   bool has_utf8_ = false;
   bool has_data_set_ = false;
 };

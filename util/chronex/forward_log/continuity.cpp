@@ -17,48 +17,48 @@ bool continuity::accept_version(const input_file& file) {
 
 bool continuity::accept_generation(const input_file& file) {
   const std::uint32_t generation = file.generation;
-  if (!f_first_ && generation == last_generation_) return true;
-  if (!f_first_ && generation != last_generation_ + 1) {
-    if (generation < last_generation_) {
+  if (!known_.is_first && generation == known_.generation) return true;
+  if (!known_.is_first && generation != known_.generation + 1) {
+    if (generation < known_.generation) {
       report_repeated_generation(file);
       return false;
     }
     report_missing_generations(file);
   }
-  f_first_ = false;
-  last_generation_ = generation;
-  file_sequence_ = 0;
+  known_.is_first = false;
+  known_.generation = generation;
+  known_.sequence = 0;
   return true;
 }
 
 bool continuity::accept_sequence(const input_file& file) {
-  if (file.sequence != file_sequence_ + 1) {
-    if (file.sequence <= file_sequence_) {
+  if (file.sequence != known_.sequence + 1) {
+    if (file.sequence <= known_.sequence) {
       report_repeated_file(file);
       return false;
     }
     report_missing_files(file);
   }
-  file_sequence_ = file.sequence;
+  known_.sequence = file.sequence;
   return true;
 }
 
 bool continuity::accept_file(const input_file& file) {
   if (!accept_generation(file) || !accept_sequence(file)) return false;
-  action_sequence_ = 0;
+  known_.action = 0;
   return true;
 }
 
 void continuity::check_action(const input_file& file, std::uint32_t number) {
-  if (number == action_sequence_ + 1) {
-    action_sequence_ = number;
+  if (number == known_.action + 1) {
+    known_.action = number;
     trail_.f_skip_action = false;
     return;
   }
-  if (number > action_sequence_) {
+  if (number > known_.action) {
     report_missing_actions(file, number);
     trail_.f_skip_action = false;
-    action_sequence_ = number;
+    known_.action = number;
     return;
   }
   if (trail_.f_skip_action) return;

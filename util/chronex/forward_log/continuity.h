@@ -17,10 +17,26 @@
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/trail/trail.h"
 
+// What is known of the numbers so far.
+struct log_numbers {
+  // No file has passed the version gate yet.
+  bool is_first = true;
+  // Generation and file sequence of the last accepted file; the sequence is 0
+  // after a change of generation.
+  std::uint32_t generation = 0;
+  std::uint32_t sequence = 0;
+  // Number of the last accepted action of the current file.
+  std::uint32_t action = 0;
+};
+
 class continuity {
  public:
   // The trail is the run's and outlives the object.
   explicit continuity(trail& trail) : trail_(trail) {}
+
+  const log_numbers& known() const { return known_; }
+  // Goes on behind what another run knew.
+  void go_on(const log_numbers& numbers) { known_ = numbers; }
 
   // False when the file is of a version without audit information and is to be
   // skipped.
@@ -70,14 +86,7 @@ class continuity {
   void report_repeated_actions(const input_file& file, std::uint32_t found);
 
   trail& trail_;
-  // No file has passed the version gate yet.
-  bool f_first_ = true;
-  // Generation and file sequence of the last accepted file; the sequence is 0
-  // after a change of generation.
-  std::uint32_t last_generation_ = 0;
-  std::uint32_t file_sequence_ = 0;
-  // Number of the last accepted action of the current file.
-  std::uint32_t action_sequence_ = 0;
+  log_numbers known_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H

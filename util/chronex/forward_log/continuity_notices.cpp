@@ -6,8 +6,8 @@
 void continuity::report_missing_generations(const input_file& file) {
   const char* name = file.name.c_str();
   const std::uint32_t found = file.generation;
-  const std::uint32_t expected = last_generation_ + 1;
-  const std::uint32_t missing = found - last_generation_ - 1;
+  const std::uint32_t expected = known_.generation + 1;
+  const std::uint32_t missing = found - known_.generation - 1;
   trail_.messages.print(
       "WARNING: file generation mismatch in file %s\n"
       "         found: %u, expected: %u\n"
@@ -29,8 +29,8 @@ void continuity::report_missing_generations(const input_file& file) {
 void continuity::report_missing_files(const input_file& file) {
   const char* name = file.name.c_str();
   const std::uint32_t found = file.sequence;
-  const std::uint32_t expected = file_sequence_ + 1;
-  const std::uint32_t missing = found - file_sequence_ - 1;
+  const std::uint32_t expected = known_.sequence + 1;
+  const std::uint32_t missing = found - known_.sequence - 1;
   trail_.messages.print(
       "WARNING: file sequence mismatch in file %s\n"
       "         found: %u, expected: %u\n"
@@ -51,8 +51,8 @@ void continuity::report_missing_files(const input_file& file) {
 void continuity::report_missing_actions(const input_file& file,
                                         std::uint32_t found) {
   const char* name = file.name.c_str();
-  const std::uint32_t expected = action_sequence_ + 1;
-  const std::uint32_t missing = found - action_sequence_ - 1;
+  const std::uint32_t expected = known_.action + 1;
+  const std::uint32_t missing = found - known_.action - 1;
   trail_.messages.print(
       "WARNING: action sequence mismatch in file %s\n"
       "         found: %u, expected: %u\n"
@@ -71,7 +71,7 @@ void continuity::report_missing_actions(const input_file& file,
 }
 
 void continuity::report_repeated_generation(const input_file& file) {
-  const std::uint32_t expected = last_generation_ + 1;
+  const std::uint32_t expected = known_.generation + 1;
   if (trail_.messages.verbose != 0) {
     trail_.messages.print(
         "INFO: file generation mismatch (found: %u, expected: %u)\n"
@@ -84,7 +84,7 @@ void continuity::report_repeated_generation(const input_file& file) {
 }
 
 void continuity::report_repeated_file(const input_file& file) {
-  const std::uint32_t expected = file_sequence_ + 1;
+  const std::uint32_t expected = known_.sequence + 1;
   if (trail_.messages.verbose != 0) {
     trail_.messages.print(
         "INFO: file sequence mismatch (found: %u, expected: %u)\n"
@@ -98,7 +98,7 @@ void continuity::report_repeated_file(const input_file& file) {
 
 void continuity::report_repeated_actions(const input_file& file,
                                          std::uint32_t found) {
-  const std::uint32_t expected = action_sequence_ + 1;
+  const std::uint32_t expected = known_.action + 1;
   if (trail_.messages.verbose != 0) {
     trail_.messages.print(
         "INFO: action sequence mismatch in file %s\n"
@@ -115,13 +115,13 @@ int continuity::fw_unexpected_eof(const input_file& file, const char* what) {
   trail_.messages.print(
       "WARNING: unexpected EOF encountered on forward-log action %u-%u.%u "
       "while reading %s\n",
-      file.generation, file.sequence, action_sequence_, what);
+      file.generation, file.sequence, known_.action, what);
   trail_.notice(
       notice_kind::unexpected_end,
       format_text("WARNING: while the original forward-log was processed, an "
                   "unexpected EOF was encountered on forward-log action "
                   "%u-%u.%u while reading %s",
-                  file.generation, file.sequence, action_sequence_, what));
+                  file.generation, file.sequence, known_.action, what));
   report_damage(file);
   return 1;
 }
@@ -180,14 +180,14 @@ void continuity::report_short_image(const input_file& file, const char* what,
       "WARNING: short %s in forward-log action %u-%u.%u\n"
       "         found: %zu bytes, expected: %zu bytes\n"
       "         information from the record is apparently missing\n",
-      what, file.generation, file.sequence, action_sequence_, size, expected);
+      what, file.generation, file.sequence, known_.action, size, expected);
   trail_.notice(
       notice_kind::short_image,
       format_text("WARNING: while the original forward-log was processed, a "
                   "short %s was encountered on forward-log action %u-%u.%u "
                   "(found: %zu bytes, expected: %zu bytes) - information from "
                   "the record is apparently missing",
-                  what, file.generation, file.sequence, action_sequence_, size,
+                  what, file.generation, file.sequence, known_.action, size,
                   expected));
 }
 

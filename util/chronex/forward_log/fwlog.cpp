@@ -1,5 +1,7 @@
 #include "util/chronex/forward_log/fwlog.h"
 
+#include <utility>
+
 #include "common/byte_cursor.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
@@ -83,24 +85,56 @@ int process_action(fwlog_reader& reader, input_file& file) {
   action.number = load_u32(fw_pfx);
   action.timestamp = load_u32(fw_pfx + 4);
   reader.events.place.number = action.number;
-  reader.numbers.check_action(file, action.number);
-  return dispatch(fw_tag, action);
+  log_position& position = reader.position;
+  if (!position.is_number_checked) {
+    reader.numbers.check_action(file, action.number);
+    position.is_number_checked = true;
+  }
+  const int result = dispatch(fw_tag, action);
+  if (result == ACTION_DONE) position.is_number_checked = false;
+  return result;
 }
 
 }  // namespace
 
 int fwlog_reader::fwlog_process_file(input_file& file) {
+  position = {.file = &file, .is_done = true};
   if (events.file_begins(file) != 0) return FILE_FAILED;
   if (!numbers.accept_version(file)) return FILE_DONE;
   if (events.file_accepted(file) != 0) return FILE_FAILED;
   if (!numbers.accept_file(file)) return FILE_DONE;
+  position.is_done = false;
+  return process_actions(file);
+}
+
+int fwlog_reader::fwlog_go_on(input_file& file) {
+  events.place.file = &file;
+  position.file = &file;
+  position.missing.clear();
+  return process_actions(file);
+}
+
+int fwlog_reader::process_actions(input_file& file) {
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
+    position.byte = file.stream.position();
     result = process_action(*this, file);
     events.action_done();
   }
+  // More of it may come.
+  if (!position.missing.empty()) return result;
+  position.is_done = true;
   // What follows this file is no repeat of it.
   events.f_skip_action = false;
   events.file_ends();
   return result;
+}
+
+void fwlog_reader::tell_missing_rest() {
+  const std::string missing = std::exchange(position.missing, {});
+  position.is_done = true;
+  position.is_number_checked = false;
+  numbers.fw_unexpected_eof(*position.file, missing.c_str());
+  events.f_skip_action = false;
+  events.file_ends();
 }

@@ -1,10 +1,28 @@
 #ifndef CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H
 #define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H
 
+#include <cstdint>
+#include <string>
+
 #include "util/chronex/forward_log/continuity.h"
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/input/scratch.h"
+#include "util/chronex/keys/sealed_origin.h"
 #include "util/chronex/trail/trail.h"
+
+// Where the reading of forward logs stands: in front of the next action.
+struct log_position {
+  // The log whose turn came last; null = none so far.
+  const input_file* file = nullptr;
+  // Nothing of it is left to be read, or to be told.
+  bool is_done = false;
+  // The number of the next action was checked; its body had not come yet.
+  bool is_number_checked = false;
+  // Of what the log is when decompressed.
+  std::uint64_t byte = 0;
+  // What was being read when a growing log ended; empty = it did not.
+  std::string missing;
+};
 
 // Reads the forward logs of a run, one after the other. Numbers are followed
 // from file to file.
@@ -20,10 +38,27 @@ class fwlog_reader {
   // the run; its message has been printed.
   int fwlog_process_file(input_file& file);
 
+  // The same for the rest of the log that `position` is in the midst of; the
+  // stream stands at that byte.
+  int fwlog_go_on(input_file& file);
+
+  // Tells that the log of `position` has ended in the midst of an action, as
+  // nothing more of it will come.
+  void tell_missing_rest();
+
   // For the readers of single actions.
   trail& events;
   scratch_buffer& scratch;
   continuity numbers;
+  sealed_origins origins;
+
+  log_position position;
+  // The log is still being written: that it ends in the midst of an action is
+  // no loss, and `position` stays in front of that action.
+  bool is_growing = false;
+
+ private:
+  int process_actions(input_file& file);
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H

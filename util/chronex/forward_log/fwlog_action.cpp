@@ -2,6 +2,10 @@
 
 int fw_short_read(const fw_action& action, const char* what) {
   if (report_no_resources(action.file)) return FILE_FAILED;
+  if (action.reader.is_growing && action.stream().error().empty()) {
+    action.reader.position.missing = what;
+    return FILE_DONE;
+  }
   return action.reader.numbers.fw_unexpected_eof(action.file, what);
 }
 

@@ -199,21 +199,45 @@ bool decrypt_before_image(const fw_action& action, const set_context& set,
   return node_decrypt_record(keys, set, plain, stored);
 }
 
-// Keeps a stored before-image. Of a plain data set only what is there is kept,
-// so that a pending record takes no more memory than its log does.
-int keep_before_image(const fw_action& action, const set_context& set,
+// Keeps a before-image of an encrypted data set, in clear, and as it was stored
+// where the run is to be written down.
+int keep_sealed_image(const fw_action& action, const node_entry& node,
                       const db_key_context* keys, byte_run stored,
                       image_record& record) {
-  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
+  const trail& events = action.events();
+  const auto rec_sz = static_cast<std::size_t>(node.set->rec_sz);
+  record.before_size = rec_sz;
+  record.stored_size = events.keeps_stored ? stored.size() : 0;
+  if (!make_room(action, record, rec_sz + record.stored_size)) {
+    return FILE_FAILED;
+  }
+  record.sealed = !decrypt_before_image(action, *node.set, keys, stored,
+                                        record.before.bytes().first(rec_sz));
+  if (events.keeps_stored) {
+    std::ranges::copy(stored, record.before.bytes().subspan(rec_sz).begin());
+    record.origin = action.reader.origins.of(node, keys);
+  }
+  return ACTION_DONE;
+}
+
+// Keeps a stored before-image. Of a plain data set only what is there is kept,
+// so that a pending record takes no more memory than its log does.
+int keep_before_image(const fw_action& action, const node_entry& node,
+                      const db_key_context* keys, byte_run stored,
+                      image_record& record) {
+  const set_context& set = *node.set;
   record.known_short = stored.size() < static_cast<std::size_t>(set.media_sz);
-  record.before_size =
-      is_encrypted(set) ? rec_sz : std::min(rec_sz, stored.size());
-  if (!make_room(action, record, record.before_size)) return FILE_FAILED;
-  const auto kept = record.before.bytes().first(record.before_size);
+  record.stored_size = 0;
+  record.origin.reset();
   if (is_encrypted(set)) {
-    record.sealed = !decrypt_before_image(action, set, keys, stored, kept);
+    if (keep_sealed_image(action, node, keys, stored, record) != ACTION_DONE) {
+      return FILE_FAILED;
+    }
   } else {
-    std::memcpy(kept.data(), stored.data(), kept.size());
+    record.before_size =
+        std::min(static_cast<std::size_t>(set.rec_sz), stored.size());
+    if (!make_room(action, record, record.before_size)) return FILE_FAILED;
+    std::memcpy(record.before.data(), stored.data(), record.before_size);
     record.sealed = false;
   }
   record.has_before = true;
@@ -268,7 +292,7 @@ int fw_before_image(const fw_action& action) {
       header.image_key, header.node_id, header.recno);
   if (record == nullptr) return FILE_FAILED;
   const byte_run stored{start, header.size};
-  if (keep_before_image(action, set, keys, stored, *record) != ACTION_DONE) {
+  if (keep_before_image(action, *node, keys, stored, *record) != ACTION_DONE) {
     return FILE_FAILED;
   }
   if (record->known_short) {

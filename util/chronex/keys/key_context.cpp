@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "common/byte_cursor.h"
 #include "common/md5.h"
@@ -167,6 +168,18 @@ db_key_context_ptr allocate_context(std::size_t entry_count,
   return context;
 }
 
+bool keep_payload(byte_run payload, db_key_context& context,
+                  run_messages& messages) {
+  auto kept = std::make_shared<key_bytes>();
+  if (!kept->copy_from(payload)) {
+    messages.perror("malloc");
+    messages.print("Unable to allocate database encryption key context\n");
+    return false;
+  }
+  context.payload = std::move(kept);
+  return true;
+}
+
 }  // namespace
 
 db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
@@ -183,6 +196,9 @@ db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
   db_key_context_ptr context = allocate_context(entry_count, trail.messages);
   if (!context) return context;
   const trace_guard traces;
+  if (trail.keeps_stored && !keep_payload(payload, *context, trail.messages)) {
+    return {nullptr, nullptr};
+  }
   // The crypto layer prints its messages itself.
   trail.messages.make_way();
   for (byte_cursor cursor(payload); next_entry(cursor, entry);) {
@@ -197,6 +213,14 @@ db_key_context_ptr node_create_db_key_context(byte_run payload, trail& trail,
     }
   }
   return context;
+}
+
+std::span<const std::uint8_t> node_key_payload(const db_key_context& context) {
+  return context.payload ? context.payload->bytes() : byte_run();
+}
+
+std::size_t node_key_count(const db_key_context& context) {
+  return context.count;
 }
 
 void node_cleanup_db_key_context(db_key_context* context) {

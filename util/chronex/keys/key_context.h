@@ -28,6 +28,9 @@ struct db_key_context {
   // The kept entries, and room for as many as the payload had.
   std::uint16_t count = 0;
   std::unique_ptr<key_entry[]> entries;
+  // The payload, where the run is to be written down. Keys may stand in it in
+  // clear, as in the log.
+  std::shared_ptr<const key_bytes> payload;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_KEYS_KEY_CONTEXT_H

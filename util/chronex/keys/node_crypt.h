@@ -35,6 +35,13 @@
 db_key_context_ptr node_create_db_key_context(
     std::span<const std::uint8_t> payload, trail& trail, std::string& problem);
 
+// The key context that the keys were made from, where the run is to be written
+// down (trail::keeps_stored); it stays theirs.
+std::span<const std::uint8_t> node_key_payload(const db_key_context& context);
+
+// How many of its keys can be used.
+std::size_t node_key_count(const db_key_context& context);
+
 // Overwrites and releases the keys; null is allowed.
 void node_cleanup_db_key_context(db_key_context* context);
 

@@ -16,6 +16,7 @@ bool is_terminal(int descriptor) {
 run_messages::run_messages() : on_terminal(is_terminal(STDERR_FILENO)) {}
 
 void run_messages::print(const char* format, ...) {
+  if (silent) return;
   make_way();
   std::va_list arguments;
   va_start(arguments, format);
@@ -24,6 +25,7 @@ void run_messages::print(const char* format, ...) {
 }
 
 void run_messages::perror(const char* name) {
+  if (silent) return;
   const int error = errno;
   make_way();
   errno = error;

@@ -41,6 +41,9 @@ class run_messages {
   // Standard error is a terminal.
   const bool on_terminal;
 
+  // Nothing is printed: what happens was told, or will be, by another run.
+  bool silent = false;
+
   // The number of -v options.
   int verbose = 0;
 

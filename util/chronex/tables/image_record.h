@@ -17,6 +17,9 @@ inline constexpr int OP_PUT = 3;
 inline constexpr int OP_NEW_RECORD = 4;
 inline constexpr int OP_DELETE = 5;
 
+// What a stored image is deciphered with; known where that is done.
+struct sealed_origin;
+
 // The first part of an operation, kept until the operation itself arrives.
 struct image_record {
   // The next of the spare records.
@@ -32,6 +35,11 @@ struct image_record {
   owned_bytes before;
   std::size_t before_size = 0;
   bool has_before = false;
+  // Of an encrypted data set, where the run is to be written down: behind these
+  // bytes stand as many of the image as it was stored, and this is what it was
+  // deciphered with.
+  std::size_t stored_size = 0;
+  std::shared_ptr<const sealed_origin> origin;
   // Its encrypted items have fill values, for want of a key.
   bool sealed = false;
   // The stored image was too short, as reported.
@@ -64,6 +72,12 @@ class image_table {
   std::unique_ptr<image_record> fetch_image_record(std::uint32_t image_key,
                                                    std::int32_t node_id,
                                                    std::uint32_t recno);
+
+  // Calls `visit` with every pending record, in no particular order.
+  template <typename Visit>
+  void for_each(Visit visit) {
+    record_hash_.for_each([&](const image_record* record) { visit(*record); });
+  }
 
   // Gives back a fetched record; its memory serves the next one.
   void release_image_record(std::unique_ptr<image_record> record);

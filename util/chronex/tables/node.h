@@ -66,6 +66,12 @@ class node_table {
                              std::string_view name, std::int32_t db_node_id,
                              std::unique_ptr<set_context> set);
 
+  // Calls `visit` with every node, in no particular order.
+  template <typename Visit>
+  void for_each(Visit visit) {
+    node_hash_.for_each(visit);
+  }
+
   // Calls `visit` with every data set of a database that has a schema.
   template <typename Visit>
   void for_each_set(std::int32_t db_node_id, Visit visit) {

@@ -91,6 +91,17 @@ class session_table {
   // Removes all sessions that have signed off.
   void session_cleanup();
 
+  // Calls `visit` with every session, in no particular order.
+  template <typename Visit>
+  void for_each(Visit visit) {
+    session_hash_.for_each(visit);
+  }
+
+  // The latest session_entry::sign_on_id. To be set where sessions of an
+  // earlier run go on, so that new ones get numbers of their own.
+  std::uint64_t last_sign_on_id() const { return last_sign_on_id_; }
+  void set_last_sign_on_id(std::uint64_t id) { last_sign_on_id_ = id; }
+
  private:
   session_entry* new_entry(std::int32_t session_id);
 

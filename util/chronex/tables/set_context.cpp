@@ -152,6 +152,23 @@ std::string_view set_context::item_name(const item_descriptor& item) const {
           item.name_len};
 }
 
+std::vector<std::uint8_t> item_list_bytes(const set_context& set) {
+  constexpr std::size_t NUMBERS_SIZE = 8;
+  std::vector<std::uint8_t> list;
+  for (const item_descriptor& item : set.item_list()) {
+    const std::string_view name = set.item_name(item);
+    list.push_back(item.name_len);
+    list.insert(list.end(), name.begin(), name.end());
+    list.push_back(item.type);
+    std::uint8_t* const rest =
+        &*list.insert(list.end(), NUMBERS_SIZE, std::uint8_t{0});
+    store_u16(rest, item.count);
+    store_u16(rest + 2, item.size);
+    store_u32(rest + 4, item.fmt);
+  }
+  return list;
+}
+
 std::unique_ptr<set_context> node_create_set_context(
     std::span<const std::uint8_t> item_list, std::string& problem,
     run_messages& messages) {

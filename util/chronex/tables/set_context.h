@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "common/owned_bytes.h"
 #include "util/chronex/messages/messages.h"
@@ -74,6 +75,9 @@ struct set_context {
   std::span<const std::uint8_t> names() const { return layout->names.bytes(); }
   std::string_view item_name(const item_descriptor& item) const;
 };
+
+// The item list that the schema was made from.
+std::vector<std::uint8_t> item_list_bytes(const set_context& set);
 
 // Makes a schema from an item list: for each item a u8 name length, the name, a
 // u8 type letter, a u16 element count, a u16 element size and u32 format flags.

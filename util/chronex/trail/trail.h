@@ -59,6 +59,10 @@ class trail {
   // Where what happens stands.
   event_place place;
 
+  // What the run knows is to be written down: of what was deciphered the
+  // readers keep the stored form, too.
+  bool keeps_stored = false;
+
   // Adds an output (at most MAX_OUTPUTS), which stays the caller's and is told
   // everything from now on, after those that were added before.
   static constexpr std::size_t MAX_OUTPUTS = 31;
