@@ -97,8 +97,19 @@ int process_action(fwlog_reader& reader, input_file& file) {
 
 }  // namespace
 
+void fwlog_reader::begin_log(const input_file& file) {
+  const input_file* const last = position.file;
+  std::vector<std::string> names;
+  if (last != nullptr && last->generation == file.generation &&
+      last->sequence == file.sequence) {
+    names = std::move(position.names);
+  }
+  names.push_back(file.name);
+  position = {.file = &file, .names = std::move(names), .is_done = true};
+}
+
 int fwlog_reader::fwlog_process_file(input_file& file) {
-  position = {.file = &file, .is_done = true};
+  begin_log(file);
   if (events.file_begins(file) != 0) return FILE_FAILED;
   if (!numbers.accept_version(file)) return FILE_DONE;
   if (events.file_accepted(file) != 0) return FILE_FAILED;
@@ -131,7 +142,8 @@ int fwlog_reader::process_actions(input_file& file) {
 }
 
 void fwlog_reader::tell_missing_rest() {
-  const std::string missing = std::exchange(position.missing, {});
+  std::string missing = std::exchange(position.missing, {});
+  if (missing.empty()) missing = "next tag opcode";
   position.is_done = true;
   position.is_number_checked = false;
   numbers.fw_unexpected_eof(*position.file, missing.c_str());

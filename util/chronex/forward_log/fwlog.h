@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "util/chronex/forward_log/continuity.h"
 #include "util/chronex/input/input_file.h"
@@ -14,6 +15,8 @@
 struct log_position {
   // The log whose turn came last; null = none so far.
   const input_file* file = nullptr;
+  // The names of all logs of that generation and sequence that had their turn.
+  std::vector<std::string> names;
   // Nothing of it is left to be read, or to be told.
   bool is_done = false;
   // The number of the next action was checked; its body had not come yet.
@@ -58,6 +61,7 @@ class fwlog_reader {
   bool is_growing = false;
 
  private:
+  void begin_log(const input_file& file);
   int process_actions(input_file& file);
 };
 

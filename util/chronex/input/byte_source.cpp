@@ -13,7 +13,6 @@ namespace {
 constexpr std::size_t LIVE_BUFFER_SIZE = std::size_t{64} * 1024;
 // inflate's window size plus the flag that asks for gzip framing.
 constexpr int GZIP_WINDOW_BITS = 15 + 16;
-constexpr std::array<std::uint8_t, 2> GZIP_MAGIC{0x1f, 0x8b};
 
 }  // namespace
 
@@ -90,8 +89,11 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
   return count;
 }
 
-live_source::live_source(int descriptor, std::function<void()> before_wait)
-    : descriptor_(descriptor), before_wait_(std::move(before_wait)) {}
+live_source::live_source(int descriptor, std::function<void()> before_wait,
+                         content what)
+    : descriptor_(descriptor),
+      before_wait_(std::move(before_wait)),
+      place_(what == content::plain ? place::plain : place::begin) {}
 
 live_source::~live_source() {
   if (inflater_ready_) inflateEnd(&inflater_);

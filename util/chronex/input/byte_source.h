@@ -12,6 +12,7 @@
 
 #include <zlib.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -20,6 +21,9 @@
 #include <string>
 
 #include "common/owned_bytes.h"
+
+// What compressed inputs begin with.
+inline constexpr std::array<std::uint8_t, 2> GZIP_MAGIC{0x1f, 0x8b};
 
 class byte_source {
  public:
@@ -77,8 +81,11 @@ class gz_source final : public byte_source {
 // Reads what is there, from a pipe, a device, or a file at its present offset.
 class live_source final : public byte_source {
  public:
+  // Whether the first bytes are to tell if the input is compressed.
+  enum class content { unknown, plain };
   // `before_wait` is called before every read that may have to wait.
-  live_source(int descriptor, std::function<void()> before_wait);
+  live_source(int descriptor, std::function<void()> before_wait,
+              content what = content::unknown);
   ~live_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
   bool is_compressed() const override { return inflater_ready_; }

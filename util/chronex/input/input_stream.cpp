@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -160,6 +161,36 @@ std::uint64_t input_stream::stored_size() const {
 std::uint64_t input_stream::stored_position() const {
   const off_t position = regular_ ? lseek(descriptor_, 0, SEEK_CUR) : 0;
   return position > 0 ? static_cast<std::uint64_t>(position) : 0;
+}
+
+// Whether it is a regular file that zlib's gz interface would hand on as it is.
+bool input_stream::is_plain_file() const {
+  std::array<std::uint8_t, 2> magic{};
+  return regular_ && (pread(descriptor_, magic.data(), magic.size(), 0) !=
+                          static_cast<ssize_t>(magic.size()) ||
+                      magic != GZIP_MAGIC);
+}
+
+bool input_stream::go_to(std::uint64_t position) {
+  const std::uint64_t at = this->position();
+  if (position < at) return false;
+  if (!is_plain_file()) return skip(position - at);
+  if (!window_ && !window_.allocate(WINDOW_SIZE)) {
+    resource_error_ = errno;
+    return false;
+  }
+  if (lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) < 0) {
+    error_ = std::strerror(errno);
+    return false;
+  }
+  source_ = std::make_unique<live_source>(
+      descriptor_, [] {}, live_source::content::plain);
+  is_head_ = false;
+  next_ = 0;
+  end_ = 0;
+  delivered_ = position;
+  resume_at_ = 0;
+  return true;
 }
 
 void input_stream::suspend() {

@@ -82,6 +82,11 @@ class input_stream {
   void set_refilled(std::function<void()> refilled) {
     refilled_ = std::move(refilled);
   }
+  // Goes on at a byte further on, of what the input is when decompressed.
+  // Nothing of a plain file is read on the way there. False when it has fewer
+  // bytes, or the errno of resource_error() or what error() says; a plain file
+  // finds that out at the next take().
+  [[nodiscard]] bool go_to(std::uint64_t position);
 
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
@@ -92,6 +97,7 @@ class input_stream {
   [[nodiscard]] bool ready();
   void pass_over(std::uint64_t bytes);
   std::size_t read_on();
+  [[nodiscard]] bool is_plain_file() const;
   bool fill(std::size_t count);
 
   int descriptor_ = -1;

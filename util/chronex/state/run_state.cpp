@@ -21,6 +21,8 @@ void save_position(const run_parts& run, state_files& files,
   state.u32(numbers.sequence);
   state.u32(numbers.action);
   state.u32(files.number_of(position.file));
+  state.u32(static_cast<std::uint32_t>(position.names.size()));
+  for (const std::string& name : position.names) state.text(name);
   state.flag(position.is_done);
   state.flag(position.is_number_checked);
   state.u64(position.byte);
@@ -41,6 +43,10 @@ bool restore_position(const run_parts& run, const state_files& files,
   run.forward_logs.numbers.go_on(numbers);
   log_position& position = run.forward_logs.position;
   position.file = files.file(section.u32(), section);
+  for (std::uint32_t left = section.u32(); left > 0; --left) {
+    position.names.emplace_back(section.text());
+    if (section.has_failed()) return false;
+  }
   position.is_done = section.flag();
   position.is_number_checked = section.flag();
   position.byte = section.u64();

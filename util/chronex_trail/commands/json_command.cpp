@@ -6,6 +6,7 @@
 
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/json_with_state.h"
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/files/split_directory.h"
@@ -29,6 +30,9 @@ audit file, compressed or not; - is standard input.
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
   -o, --output NAME       write to a file; NAME.gz is compressed
+      --state FILE        go on where the run before stopped, which left its
+                          state in FILE, and leave it there again; -o writes on
+                          in its file
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
       --time-zone ZONE    of dates in filter expressions
@@ -48,6 +52,13 @@ int write_trail(trail_run& run, json_output& output, File& file) {
   if (file.close(status == 0) != 0) status = EXIT_ERROR;
   return status;
 }
+
+// The options of this command.
+struct json_options {
+  shared_options shared;
+  std::string split;
+  std::string state;
+};
 
 int write_file(trail_run& run, const shared_options& options) {
   result_file file(run.messages);
@@ -71,26 +82,43 @@ int write_directory(trail_run& run, const shared_options& options,
   return write_trail(run, *output, directory);
 }
 
+int parse(std::span<char*> arguments, run_messages& messages,
+          json_options& options) {
+  const own_option own[] = {{.name = "split", .text = &options.split},
+                            {.name = "state", .text = &options.state}};
+  const int status =
+      parse_shared_options(arguments, messages, options.shared, own);
+  if (status != 0 || options.shared.help) return status;
+  if (!options.split.empty() && options.shared.output != "-") {
+    messages.print("Only one of -o and --split is possible\n");
+    return EXIT_USAGE;
+  }
+  if (!options.split.empty() && !options.state.empty()) {
+    messages.print("Only one of --state and --split is possible\n");
+    return EXIT_USAGE;
+  }
+  return 0;
+}
+
 int run_json(std::span<char*> arguments) {
   const auto run = std::make_unique<trail_run>();
-  shared_options options;
-  std::string directory;
-  const own_option split[] = {{.name = "split", .text = &directory}};
-  const int status =
-      parse_shared_options(arguments, run->messages, options, split);
+  json_options options;
+  const int status = parse(arguments, run->messages, options);
   if (status != 0) return status;
-  if (options.help) {
+  if (options.shared.help) {
     std::fputs(HELP, stdout);
     return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
   }
-  if (!directory.empty() && options.output != "-") {
-    run->messages.print("Only one of -o and --split is possible\n");
-    return EXIT_USAGE;
+  if (options.split.empty() && check_output(*run, options.shared) != 0) {
+    return EXIT_ERROR;
   }
-  if (directory.empty() && check_output(*run, options) != 0) return EXIT_ERROR;
-  if (prepare_run(*run, options) != 0) return EXIT_ERROR;
-  return directory.empty() ? write_file(*run, options)
-                           : write_directory(*run, options, directory);
+  if (!options.state.empty()) {
+    return json_with_state(*run, options.shared, options.state);
+  }
+  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
+  return options.split.empty()
+             ? write_file(*run, options.shared)
+             : write_directory(*run, options.shared, options.split);
 }
 
 }  // namespace

@@ -14,6 +14,12 @@ class gzip_writer : public byte_sink {
   explicit gzip_writer(byte_sink& sink);
 
   int write(std::string_view bytes) override;
+  // Writes what was collected, if anything, so that the file is whole members.
+  // Returns 0, or -1 as write() does.
+  int end_member() { return collected_.empty() ? 0 : write_member(); }
+  // The file has members already.
+  void go_on() { has_members_ = true; }
+
   // Writes what was collected; of nothing at all an empty member, as an empty
   // file is no gzip file. Returns 0, or -1 as write() does.
   int finish();

@@ -4,9 +4,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <span>
+
+#include "common/md5.h"
 
 namespace {
 
@@ -19,7 +24,31 @@ bool is_special(const std::string& name) {
   return stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
+// The digest of the last bytes in front of a place; nothing when there are not
+// so many.
+std::optional<std::vector<std::uint8_t>> digest_of_tail(int descriptor,
+                                                        std::uint64_t size) {
+  constexpr std::uint64_t TAIL_SIZE = 4096;
+  std::array<std::uint8_t, TAIL_SIZE> tail{};
+  const auto wanted = static_cast<std::size_t>(std::min(size, TAIL_SIZE));
+  for (std::size_t have = 0; have < wanted;) {
+    const ssize_t count = pread(descriptor, tail.data() + have, wanted - have,
+                                static_cast<off_t>(size - wanted + have));
+    if (count == 0 || (count < 0 && errno != EINTR)) return std::nullopt;
+    if (count > 0) have += static_cast<std::size_t>(count);
+  }
+  ko_md5_context context;
+  ko__MD5Init(context);
+  ko__MD5Update(context, std::span(tail).first(wanted));
+  const md5_digest digest = ko__MD5Final(context);
+  return std::vector<std::uint8_t>(digest.begin(), digest.end());
+}
+
 }  // namespace
+
+file_extent file_extent::nothing() {
+  return {.size = 0, .tail_digest = digest_of_tail(-1, 0).value()};
+}
 
 result_file::~result_file() {
   if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
@@ -57,6 +86,54 @@ int result_file::open(const std::string& name, bool is_private) {
   if (!is_special(name_)) return open_partial(is_private);
   descriptor_ = ::open(name_.c_str(), O_WRONLY | O_CLOEXEC);
   return descriptor_ >= 0 ? 0 : failure(name_.c_str());
+}
+
+// Cuts the file back to what is known of it, if it still begins with that.
+int result_file::cut(const file_extent& known) {
+  const auto size = static_cast<off_t>(known.size);
+  const auto digest = digest_of_tail(descriptor_, known.size);
+  if (!digest || *digest != known.tail_digest) {
+    messages_.print(
+        "%s: is not as it was up to byte %llu, where the state goes on; put "
+        "it back, or begin again with another state and output\n",
+        name_.c_str(), static_cast<unsigned long long>(known.size));
+    return -1;
+  }
+  if (ftruncate(descriptor_, size) != 0 ||
+      lseek(descriptor_, size, SEEK_SET) != size) {
+    return failure(name_.c_str());
+  }
+  return 0;
+}
+
+int result_file::open_behind(const std::string& name, const file_extent& known,
+                             bool is_private) {
+  name_ = name;
+  if (name_.ends_with(".gz")) {
+    compressed_.emplace(system_);
+    if (known.size > 0) compressed_->go_on();
+  }
+  if (is_special(name_)) {
+    messages_.print("%s: no regular file; a state goes on in such only\n",
+                    name_.c_str());
+    return -1;
+  }
+  descriptor_ = ::open(name_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC,
+                       is_private ? OWNER_ONLY : EVERYONE);
+  return descriptor_ >= 0 ? cut(known) : failure(name_.c_str());
+}
+
+int result_file::reach_disk(file_extent& reached) {
+  if (compressed_ && compressed_->end_member() != 0) return -1;
+  const off_t size = lseek(descriptor_, 0, SEEK_CUR);
+  const auto digest =
+      size < 0 ? std::nullopt
+               : digest_of_tail(descriptor_, static_cast<std::uint64_t>(size));
+  if (failed_ || !digest || fsync(descriptor_) != 0) {
+    return failure(name_.c_str());
+  }
+  reached = {.size = static_cast<std::uint64_t>(size), .tail_digest = *digest};
+  return 0;
 }
 
 int result_file::descriptor_sink::write(std::string_view bytes) {

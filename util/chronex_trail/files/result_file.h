@@ -8,13 +8,24 @@
 // for whole. What is no regular file, such as a device or a pipe, is written as
 // it is.
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "util/chronex/messages/messages.h"
 #include "util/chronex_trail/files/byte_sink.h"
 #include "util/chronex_trail/files/gzip_writer.h"
+
+// A file as far as it is known, and the digest of its last bytes.
+struct file_extent {
+  std::uint64_t size = 0;
+  std::vector<std::uint8_t> tail_digest;
+
+  // That of an empty file.
+  static file_extent nothing();
+};
 
 class result_file : public byte_sink {
  public:
@@ -25,6 +36,14 @@ class result_file : public byte_sink {
   // compressed. `is_private` keeps it from everyone but its owner. Returns 0,
   // or -1 with a message.
   int open(const std::string& name, bool is_private);
+
+  // Opens a file to be written on in place, behind its first `known` bytes:
+  // what else is in it goes away. Returns 0, or -1 with a message.
+  int open_behind(const std::string& name, const file_extent& known,
+                  bool is_private);
+  // Writes all that there is so far to the disk. Returns 0 and how much of a
+  // file there is, or -1 with a message.
+  int reach_disk(file_extent& reached);
 
   int write(std::string_view bytes) override;
 
@@ -45,6 +64,7 @@ class result_file : public byte_sink {
   };
 
   int open_partial(bool is_private);
+  int cut(const file_extent& known);
   int finish_writing();
   int failure(const char* name);
 

@@ -20,6 +20,9 @@ class event_line {
 
   // The next event is the first of a file.
   void begin_file();
+  // The number of the latest event of the file, and going on behind it.
+  std::uint64_t number() const { return number_; }
+  void go_on(std::uint64_t number) { number_ = number; }
   // Begins the next event of the file.
   void begin(std::string_view type);
   // Begins the event that ends the trail, which has no number.

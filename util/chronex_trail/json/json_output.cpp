@@ -186,6 +186,21 @@ int json_output::comment(std::string_view text, const event_place& place) {
   });
 }
 
+void json_output::save(state_writer& state) const {
+  state.u64(line_.number());
+  state.u64(changes_);
+  state.u64(gaps_);
+  state.u64(warnings_);
+}
+
+bool json_output::restore(state_reader& state) {
+  line_.go_on(state.u64());
+  changes_ = state.u64();
+  gaps_ = state.u64();
+  warnings_ = state.u64();
+  return !state.has_failed();
+}
+
 int json_output::end(int status) {
   line_.begin_end();
   line_.put_number("changes", static_cast<std::int64_t>(changes_));

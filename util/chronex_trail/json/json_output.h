@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "util/chronex/messages/messages.h"
+#include "util/chronex/state/state_bytes.h"
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/files/byte_sink.h"
 #include "util/chronex_trail/files/split_directory.h"
@@ -41,6 +42,14 @@ class json_output : public trail_output {
                 const event_place& place) override;
   int notice(const trail_notice& notice) override;
   int comment(std::string_view text, const event_place& place) override;
+
+  // Hands everything to the sink. Returns 0, or -1 after a failed write.
+  int flush() { return line_.flush(); }
+
+  // What the next event depends on, of those before: the counters.
+  void save(state_writer& state) const;
+  // False when that cannot be read.
+  [[nodiscard]] bool restore(state_reader& state);
 
   // Writes the event that ends a whole trail, and hands everything to the sink.
   // `status` is the run's exit status. Returns 0, or -1 after a failed write.

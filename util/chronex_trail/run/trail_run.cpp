@@ -1,9 +1,11 @@
 #include "util/chronex_trail/run/trail_run.h"
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex_trail/run/filter_error.h"
@@ -14,9 +16,52 @@ namespace {
 
 constexpr int EXIT_ERROR = 1;
 
+std::string base_name(const std::string& name) {
+  std::string base = name.substr(name.rfind('/') + 1);
+  if (base.ends_with(".gz")) base.resize(base.size() - 3);
+  return base;
+}
+
+// Whether two names are those of one log, wherever it is and compressed or not.
+bool is_same_log_name(const std::string& one, const std::string& other) {
+  return base_name(one) == base_name(other);
+}
+
+// The last forward log of the inputs; null = there is none.
+const input_file* last_log(const trail_run& run) {
+  const input_file* last = nullptr;
+  for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
+    if (file->type == FWLOG_FILE) last = file.get();
+  }
+  return last;
+}
+
+int process_rest(trail_run& run, input_file& file) {
+  run.goes_on_behind->is_within = false;
+  if (file.stream.go_to(run.forward_logs.position.byte)) {
+    return run.forward_logs.fwlog_go_on(file);
+  }
+  report_read_error(file);
+  run.messages.print("%s: ends in front of where the state goes on\n",
+                     file.name.c_str());
+  return -1;
+}
+
+int process_log(trail_run& run, input_file& file) {
+  if (turn_of(run, file) == input_turn::continued) {
+    return process_rest(run, file);
+  }
+  // The log that was not at its end does not come again.
+  const log_position& position = run.forward_logs.position;
+  if (position.file != nullptr && !position.is_done) {
+    run.forward_logs.tell_missing_rest();
+  }
+  return run.forward_logs.fwlog_process_file(file);
+}
+
 int process_input(trail_run& run, input_file& file) {
   const int result = file.type == FWLOG_FILE
-                         ? run.forward_logs.fwlog_process_file(file)
+                         ? process_log(run, file)
                          : run.audit_files.audit_process_file(file);
   file.stream.suspend();
   return result < 0 ? -1 : 0;
@@ -24,7 +69,10 @@ int process_input(trail_run& run, input_file& file) {
 
 int process_files(trail_run& run) {
   const run_progress progress(run.messages, run.inputs, run.progress);
+  const input_file* const last = run.expects_growth ? last_log(run) : nullptr;
   for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
+    if (turn_of(run, *file) == input_turn::passed_over) continue;
+    run.forward_logs.is_growing = file.get() == last;
     if (process_input(run, *file) != 0) return EXIT_ERROR;
   }
   return 0;
@@ -85,6 +133,24 @@ void tell_unknown_names(trail_run& run) {
 }
 
 }  // namespace
+
+input_turn turn_of(const trail_run& run, const input_file& file) {
+  if (!run.goes_on_behind || file.type != FWLOG_FILE) {
+    return input_turn::processed;
+  }
+  const trail_run::log_place& last = *run.goes_on_behind;
+  const auto place = std::tie(file.generation, file.sequence);
+  const auto last_place = std::tie(last.generation, last.sequence);
+  if (place > last_place) return input_turn::processed;
+  if (place < last_place) return input_turn::passed_over;
+  if (last.is_within) return input_turn::continued;
+  // Under another name it is a log that repeats this one.
+  const bool had_its_turn =
+      std::ranges::any_of(last.names, [&](const std::string& name) {
+        return is_same_log_name(file.name, name);
+      });
+  return had_its_turn ? input_turn::passed_over : input_turn::processed;
+}
 
 int prepare_run(trail_run& run, const shared_options& options) {
   run.progress = options.progress;

@@ -4,7 +4,11 @@
 // A run of the stages that chronex has, too, up to the outputs; each command
 // adds its own.
 
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "util/chronex/audit_file/audit_reader.h"
 #include "util/chronex/filter/filter.h"
@@ -33,7 +37,29 @@ struct trail_run {
   int charset_id = NO_CHARSET;
   input_list inputs{messages, charset_id};
   progress_mode progress = progress_mode::automatic;
+
+  // Where the run goes on behind another: the place of the forward log that
+  // came last, the names of those that had their turn there, and whether it is
+  // still to be read on. Nothing: the run begins with nothing.
+  struct log_place {
+    std::uint32_t generation = 0;
+    std::uint32_t sequence = 0;
+    std::vector<std::string> names;
+    bool is_within = false;
+  };
+  std::optional<log_place> goes_on_behind;
+  // Inputs of that run, without a stream.
+  std::vector<std::unique_ptr<input_file>> earlier_files;
+  // A log that ends without its end tag may grow: another run goes on there.
+  bool expects_growth = false;
 };
+
+// What is to be done with an input.
+enum class input_turn { passed_over, continued, processed };
+
+// Of a run that goes on behind another, logs that were dealt with have had
+// their turn.
+input_turn turn_of(const trail_run& run, const input_file& file);
 
 // Unlocks master keys, opens the inputs and reads their headers, and compiles
 // the filter: all that can fail before something is written. Returns 0, or -1

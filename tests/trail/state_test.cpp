@@ -1,0 +1,146 @@
+// Trails that go on from run to run.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tests/support/log_builder.h"
+#include "tests/support/random_logs.h"
+#include "tests/support/run_program.h"
+
+namespace {
+
+using arguments = std::vector<std::string>;
+
+// How many random cases are tried: scripts/check-states asks for many.
+std::uint64_t case_count() {
+  const char* const count = std::getenv("CHRONEX_RANDOM_CASES");
+  return count != nullptr ? std::strtoull(count, nullptr, 10) : 60;
+}
+
+arguments with(arguments words, const arguments& more) {
+  words.insert(words.end(), more.begin(), more.end());
+  return words;
+}
+
+// The logs as a writer leaves them at a moment: a number of whole ones, and the
+// first bytes of another.
+struct moment {
+  std::size_t whole = 0;
+  std::size_t bytes = 0;
+
+  auto operator<=>(const moment&) const = default;
+};
+
+std::vector<moment> random_moments(random_source& random,
+                                   const std::vector<random_log>& logs) {
+  std::vector<moment> moments;
+  for (std::uint32_t left = 1 + random.below(4); left > 0; --left) {
+    const std::size_t log = random.below(logs.size());
+    const std::size_t size = random.below(logs[log].bytes.size() + 1);
+    moments.push_back({log, size < random_log_header_size() ? 0 : size});
+  }
+  moments.push_back({logs.size(), 0});
+  std::ranges::sort(moments);
+  return moments;
+}
+
+// Writes what there is at that moment. Returns the names of the files that are
+// not quite known from the moment before.
+arguments write_logs(const test_directory& directory,
+                     const std::vector<random_log>& logs, const moment& before,
+                     const moment& now, bool compressed) {
+  arguments names;
+  for (std::size_t i = 0; i < logs.size(); ++i) {
+    const bool whole = i < now.whole;
+    const std::size_t size = whole            ? logs[i].bytes.size()
+                             : i == now.whole ? now.bytes
+                                              : 0;
+    if (size == 0) continue;
+    directory.write(logs[i].name, logs[i].bytes.substr(0, size), compressed);
+    if (i >= before.whole) names.push_back(logs[i].name);
+  }
+  return names;
+}
+
+arguments names_of(const std::vector<random_log>& logs) {
+  arguments names;
+  for (const random_log& log : logs) names.push_back(log.name);
+  return names;
+}
+
+arguments random_filter(random_source& random) {
+  const arguments filters[] = {
+      {}, {}, {"-e", "user={BOB}"}, {"-e", "QTY > 20"}, {"-e", "DBUPDATE"}};
+  return random.one_of(filters);
+}
+
+// The first line that differs, of either text.
+std::string first_difference(const std::string& one, const std::string& other) {
+  std::size_t at = 0;
+  while (at < one.size() && at < other.size() && one[at] == other[at]) ++at;
+  if (at == one.size() && at == other.size()) return {};
+  const std::size_t line = at == 0 ? 0 : one.rfind('\n', at - 1) + 1;
+  return one.substr(line, one.find('\n', at) - line) + "\n" +
+         other.substr(line, other.find('\n', at) - line) + "\n";
+}
+
+class StateCut : public testing::Test {
+ protected:
+  // Runs over the logs as they grow; the last run's result.
+  program_result run_in_pieces(const std::vector<random_log>& logs,
+                               const arguments& words, bool compressed) {
+    program_result result;
+    moment before;
+    for (const moment& now : random_moments(random, logs)) {
+      const arguments names =
+          write_logs(directory, logs, before, now, compressed);
+      before = now;
+      if (names.empty()) continue;
+      result = directory.run_trail(with(words, names));
+      joined += result.out;
+      if (result.status != 0) break;
+    }
+    return result;
+  }
+
+  random_source random{0};
+  test_directory directory;
+  std::string joined;
+};
+
+TEST_F(StateCut, PiecesOfJsonMakeTheWhole) {
+  for (std::uint64_t seed = 1; seed <= case_count(); ++seed) {
+    random = random_source(seed);
+    const std::vector<random_log> logs = make_random_logs(random);
+    const arguments filter = random_filter(random);
+    const bool compressed = random.chance(25);
+    const bool to_file = random.chance(70);
+    write_logs(directory, logs, {}, {logs.size(), 0}, compressed);
+    const program_result whole =
+        directory.run_trail(with(with({"json"}, filter), names_of(logs)));
+    arguments words = with({"json", "--state", "state"}, filter);
+    if (to_file) words = with(words, {"-o", "out"});
+    joined.clear();
+    const program_result last = run_in_pieces(logs, words, compressed);
+    if (to_file) {
+      ASSERT_EQ(first_difference(directory.read("out"), whole.out), "")
+          << "seed " << seed;
+    } else if (whole.status == 0) {
+      // Only a trail that has come to its end says so.
+      const std::size_t end = whole.out.rfind("{\"v\":1,\"type\":\"end\"");
+      ASSERT_NE(end, std::string::npos);
+      ASSERT_EQ(first_difference(joined, whole.out.substr(0, end)), "")
+          << "seed " << seed;
+    }
+    if (whole.status == 0) {
+      ASSERT_EQ(last.status, 0) << "seed " << seed << ": " << last.err;
+    }
+    directory.shell("rm -f state out log.*");
+  }
+}
+
+}  // namespace
