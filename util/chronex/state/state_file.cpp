@@ -91,6 +91,21 @@ bool write_partial(const std::string& name, byte_run bytes) {
   return written && closed;
 }
 
+bool write_as(const std::string& partial, const std::string& name,
+              byte_run bytes) {
+  return write_partial(partial, bytes) &&
+         std::rename(partial.c_str(), name.c_str()) == 0 &&
+         sync_directory_of(name);
+}
+
+std::string next_name(const std::string& name) { return name + ".next"; }
+
+int report_failure(const std::string& name, run_messages& messages) {
+  messages.perror(name.c_str());
+  messages.print("Failed to write state\n");
+  return -1;
+}
+
 }  // namespace
 
 std::vector<std::uint8_t> state_file_bytes(const state_writer& sections) {
@@ -162,13 +177,23 @@ state_found read_state_file(const std::string& name,
 
 int write_state_file(const std::string& name, byte_run bytes,
                      run_messages& messages) {
-  const std::string partial = name + ".partial";
-  if (write_partial(partial, bytes) &&
-      std::rename(partial.c_str(), name.c_str()) == 0 &&
-      sync_directory_of(name)) {
-    return 0;
-  }
-  messages.perror(name.c_str());
-  messages.print("Failed to write state\n");
-  return -1;
+  return write_as(name + ".partial", name, bytes)
+             ? 0
+             : report_failure(name, messages);
 }
+
+int write_next_state(const std::string& name, byte_run bytes,
+                     run_messages& messages) {
+  return write_as(name + ".partial", next_name(name), bytes)
+             ? 0
+             : report_failure(name, messages);
+}
+
+int adopt_next_state(const std::string& name, run_messages& messages) {
+  return std::rename(next_name(name).c_str(), name.c_str()) == 0 &&
+                 sync_directory_of(name)
+             ? 0
+             : report_failure(name, messages);
+}
+
+byte_run state_check_sum(byte_run file) { return file.last(MD5_DIGEST_SIZE); }

@@ -39,4 +39,16 @@ int write_state_file(const std::string& name,
                      std::span<const std::uint8_t> bytes,
                      run_messages& messages);
 
+// The same in two steps, for a state that becomes valid together with something
+// else: NAME.next first, on disk, and then the name. Return 0, or -1 with a
+// message.
+int write_next_state(const std::string& name,
+                     std::span<const std::uint8_t> bytes,
+                     run_messages& messages);
+int adopt_next_state(const std::string& name, run_messages& messages);
+
+// The check sum of a whole state file, by which others can name it.
+std::span<const std::uint8_t> state_check_sum(
+    std::span<const std::uint8_t> file);
+
 #endif  // CHRONEX_UTIL_CHRONEX_STATE_STATE_FILE_H

@@ -10,6 +10,7 @@
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
 #include "util/chronex_trail/commands/sql_script.h"
+#include "util/chronex_trail/commands/sql_with_state.h"
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/script/script_engine.h"
@@ -38,6 +39,8 @@ audit file, compressed or not; - is standard input.
       --engine NAME       sqlite, or a script: postgresql or clickhouse
       --cluster NAME      tables of a ClickHouse cluster, spread over its shards
       --segment NUMBER    the script is one of several of a trail
+      --state FILE        with --append: go on where the run before stopped,
+                          which left its state in FILE, and leave it there again
   -e, --filter EXPR       only what satisfies the filter expression
   -f, --filter-file FILE  the same, from a file
   -I, --items LIST        only these items, separated by commas or blanks
@@ -59,6 +62,7 @@ struct sql_options {
   std::string engine = "sqlite";
   std::string cluster;
   std::string segment;
+  std::string state;
 
   existing_database existing() const {
     if (append) return existing_database::continued;
@@ -85,6 +89,9 @@ const char* problem_of(const sql_options& options) {
     if (options.force && options.append) {
       return "--force and --append exclude each other";
     }
+    if (!options.state.empty() && !options.append) {
+      return "--state needs --append";
+    }
     if (!options.segment.empty()) {
       return "--segment is for scripts; --append goes on in a database";
     }
@@ -107,6 +114,7 @@ int parse(std::span<char*> arguments, run_messages& messages,
       {"force", nullptr, &options.force}, {"append", nullptr, &options.append},
       {"engine", &options.engine},        {"cluster", &options.cluster},
       {"segment", &options.segment},
+      {"state", &options.state},
   };
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
@@ -185,6 +193,9 @@ int run_sql(std::span<char*> arguments) {
     return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
   }
   if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
+  if (!options.state.empty()) {
+    return sql_with_state(*run, options.shared, options.state, facts);
+  }
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
   return options.is_script() ? write_script(*run, options, facts)
                              : write_database(*run, options, facts);

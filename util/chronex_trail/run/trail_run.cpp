@@ -152,6 +152,12 @@ input_turn turn_of(const trail_run& run, const input_file& file) {
   return had_its_turn ? input_turn::passed_over : input_turn::processed;
 }
 
+bool is_same_log(const input_file& one, const input_file& other) {
+  return std::tie(one.type, one.generation, one.sequence) ==
+             std::tie(other.type, other.generation, other.sequence) &&
+         is_same_log_name(one.name, other.name);
+}
+
 int prepare_run(trail_run& run, const shared_options& options) {
   run.progress = options.progress;
   if (options.use_master_keys && ko_mkey_init() != 0) return -1;

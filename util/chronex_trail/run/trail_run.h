@@ -61,6 +61,9 @@ enum class input_turn { passed_over, continued, processed };
 // their turn.
 input_turn turn_of(const trail_run& run, const input_file& file);
 
+// Whether it is the same log, wherever it is and compressed or not.
+bool is_same_log(const input_file& one, const input_file& other);
+
 // Unlocks master keys, opens the inputs and reads their headers, and compiles
 // the filter: all that can fail before something is written. Returns 0, or -1
 // with a message.

@@ -65,18 +65,30 @@ int trail_state::read(const std::string& name) {
     case state_found::whole:
       break;
   }
-  state_reader state(sections_);
-  if (check_options(state) != 0) return -1;
-  run_.charset_id = charset_of_state(state);
-  return 0;
+  return begin();
 }
 
-int trail_state::take(std::span<const std::uint8_t> bytes,
-                      const std::string& name) {
+int trail_state::read(const std::string& name,
+                      std::span<const std::uint8_t> check_sum) {
   name_ = name;
-  file_.assign(bytes.begin(), bytes.end());
-  std::string problem;
-  if (!open_state(file_, sections_, problem)) return failure(problem);
+  for (const std::string& candidate : {name, name + ".next"}) {
+    file_.clear();
+    if (read_state_file(candidate, file_, sections_, run_.messages) !=
+        state_found::whole) {
+      continue;
+    }
+    if (!std::ranges::equal(state_check_sum(file_), check_sum)) continue;
+    if (candidate != name && adopt_next_state(name, run_.messages) != 0) {
+      return -1;
+    }
+    return begin();
+  }
+  return failure(
+      "is not the state of this database; name its own, or put it back");
+}
+
+// Learns what must be known before the run is prepared.
+int trail_state::begin() {
   state_reader state(sections_);
   if (check_options(state) != 0) return -1;
   run_.charset_id = charset_of_state(state);

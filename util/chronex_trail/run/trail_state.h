@@ -28,11 +28,12 @@ class trail_state {
   // then on what a state has of encrypted data.
   trail_state(trail_run& run, const shared_options& options);
 
-  // Take a state: from a file, which need not be there, or from the bytes of
-  // one, of which `name` tells. Must come before the run is prepared. Return 0,
-  // or -1 with a message.
+  // Takes a state from a file, which need not be there. Must come before the
+  // run is prepared. Returns 0, or -1 with a message.
   int read(const std::string& name);
-  int take(std::span<const std::uint8_t> bytes, const std::string& name);
+  // Takes the state of that check sum, which NAME has, or NAME.next, if a run
+  // was killed before it could adopt it.
+  int read(const std::string& name, std::span<const std::uint8_t> check_sum);
 
   // No state was taken: the run begins with nothing.
   bool is_new() const { return sections_.empty(); }
@@ -58,6 +59,7 @@ class trail_state {
 
  private:
   int failure(const std::string& problem);
+  int begin();
   run_parts parts();
   int check_options(state_reader& state);
   int check_logs(state_reader tail);

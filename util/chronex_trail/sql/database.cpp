@@ -49,6 +49,13 @@ std::string_view sql_statement::text(int column) const {
       static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
+std::span<const std::uint8_t> sql_statement::bytes(int column) const {
+  const void* const bytes = sqlite3_column_blob(statement_.get(), column);
+  return {
+      static_cast<const std::uint8_t*>(bytes),
+      static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
+}
+
 void sql_database::open(const std::string& name) {
   [[maybe_unused]] static const bool is_set_up = set_up_engine();
   sqlite3* connection = nullptr;

@@ -58,6 +58,7 @@ class sql_statement {
     return sqlite3_column_int64(statement_.get(), column);
   }
   std::string_view text(int column) const;
+  std::span<const std::uint8_t> bytes(int column) const;
   sqlite3_stmt* handle() const { return statement_.get(); }
 
  private:

@@ -81,13 +81,39 @@ int database_file::open(const std::string& name, existing_database existing,
   }
 }
 
+// What a run that was killed has begun is undone by the engine.
+int database_file::open_existing() {
+  database_.open(name_);
+  database_.run("PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL;");
+  continued_ = database_.number("SELECT count(*) FROM sqlite_schema") > 0;
+  if (!continued_ || is_trail(database_)) return 0;
+  return failure(name_, "is no database of chronex-trail");
+}
+
+int database_file::open_in_place(const std::string& name, bool is_private) {
+  name_ = name;
+  if (check_existing(existing_database::continued) != 0) return -1;
+  const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC,
+                                is_private ? OWNER_ONLY : EVERYONE);
+  if (descriptor < 0 || ::close(descriptor) != 0) {
+    messages_.perror(name_.c_str());
+    return -1;
+  }
+  try {
+    return open_existing();
+  } catch (const sql_error& error) {
+    return failure(name_, error.what());
+  }
+}
+
 int database_file::close(bool is_complete) {
   try {
     database_.close();
   } catch (const sql_error& error) {
     is_complete = false;
-    failure(partial_name_, error.what());
+    failure(partial_name_.empty() ? name_ : partial_name_, error.what());
   }
+  if (partial_name_.empty()) return is_complete ? 0 : -1;
   if (is_complete) {
     if (std::rename(partial_name_.c_str(), name_.c_str()) == 0) return 0;
     messages_.perror(name_.c_str());

@@ -5,7 +5,8 @@
 //
 // It is filled as NAME.partial and gets its name only when it is complete:
 // until then an old database of that name lives, and none that was cut can pass
-// for whole.
+// for whole. One that is gone on with in place stays whole by the engine's own
+// transactions.
 
 #include <string>
 
@@ -29,6 +30,10 @@ class database_file {
   int open(const std::string& name, existing_database existing,
            bool is_private);
 
+  // Opens the database itself, to be gone on with in place; one that is not
+  // there is made, empty. Returns 0, or -1 with a message.
+  int open_in_place(const std::string& name, bool is_private);
+
   sql_database& database() { return database_; }
   // Whether there was a database that is continued.
   bool is_continued() const { return continued_; }
@@ -41,6 +46,7 @@ class database_file {
   int check_existing(existing_database existing);
   int make_partial(bool is_private);
   int copy_existing();
+  int open_existing();
   int failure(const std::string& name, const char* problem);
 
   run_messages& messages_;

@@ -50,6 +50,19 @@ void sql_output::begin(run_facts facts) {
   open_tables();
 }
 
+void sql_output::save(state_writer& state) const {
+  state.u64(static_cast<std::uint64_t>(n_));
+  state.u64(static_cast<std::uint64_t>(input_));
+  state.u64(static_cast<std::uint64_t>(earlier_sessions_));
+}
+
+bool sql_output::restore(state_reader& state) {
+  n_ = static_cast<std::int64_t>(state.u64());
+  input_ = static_cast<std::int64_t>(state.u64());
+  earlier_sessions_ = static_cast<std::int64_t>(state.u64());
+  return !state.has_failed();
+}
+
 void sql_output::open_tables() {
   const std::vector<table_form>& tables = trail_tables();
   inputs_ = engine_.open(tables[INPUT_TABLE], 0);
@@ -210,7 +223,7 @@ void sql_output::insert_run(int status) {
   rows->end();
 }
 
-void sql_output::end(int status) {
+void sql_output::end(int status, const std::function<void()>& last) {
   for (std::unique_ptr<row_writer>* rows :
        {&change_, &memo_, &notice_, &inputs_}) {
     (*rows)->flush();
@@ -219,5 +232,6 @@ void sql_output::end(int status) {
   tables_.finish();
   engine_.finish_rows();
   insert_run(status);
+  last();
   engine_.commit();
 }

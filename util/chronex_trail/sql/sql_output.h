@@ -6,11 +6,13 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "util/chronex/messages/messages.h"
+#include "util/chronex/state/state_bytes.h"
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
@@ -55,9 +57,17 @@ class sql_output : public trail_output {
 
   // Makes the tables, or goes on behind what is there. Throws sql_error.
   void begin(run_facts facts);
+  // What the next row depends on, of the rows before. False when it cannot be
+  // read.
+  void save(state_writer& state) const;
+  [[nodiscard]] bool restore(state_reader& state);
+  // The id of the latest input.
+  std::int64_t input() const { return input_; }
+
   // Makes the indexes, and notes the run with its exit status. Throws
-  // sql_error.
-  void end(int status);
+  // sql_error. `last` is called before it all becomes part of the database.
+  void end(
+      int status, const std::function<void()>& last = [] {});
   // What the engine said went wrong; empty = nothing did.
   const std::string& failure() const { return failure_; }
 

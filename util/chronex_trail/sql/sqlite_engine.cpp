@@ -34,9 +34,11 @@ std::vector<item_row> items_of(sql_statement& items, std::int64_t data_set) {
 
 }  // namespace
 
-sqlite_engine::sqlite_engine(sql_database& database, bool is_continued)
+sqlite_engine::sqlite_engine(sql_database& database, bool is_continued,
+                             database_use use)
     : database_(database),
       is_continued_(is_continued),
+      use_(use),
       limits_{.name_length = NAME_LENGTH,
               .columns = MAX_COLUMNS,
               .own_columns = {},
@@ -57,14 +59,17 @@ std::string sqlite_engine::type_name(const table_column& column) const {
 }
 
 start_numbers sqlite_engine::begin(const std::vector<table_form>& tables) {
-  // The file has a temporary name until it is complete: nothing has to be
-  // undone in it.
-  database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
+  if (use_ == database_use::made) {
+    database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
+  }
   database_.run(
       "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;"
       " PRAGMA secure_delete = OFF;");
+  if (!is_continued_) {
+    database_.run("PRAGMA page_size = 8192; PRAGMA encoding = 'UTF-8'");
+  }
+  database_.run("BEGIN IMMEDIATE");
   if (!is_continued_) create_all(tables);
-  database_.run("BEGIN");
   sessions_ = std::make_unique<sqlite_sessions>(database_,
                                                 open(tables[SESSION_TABLE], 0));
   return {.n = database_.number(HIGHEST_N),
@@ -74,7 +79,6 @@ start_numbers sqlite_engine::begin(const std::vector<table_form>& tables) {
 }
 
 void sqlite_engine::create_all(const std::vector<table_form>& tables) {
-  database_.run("PRAGMA page_size = 8192; PRAGMA encoding = 'UTF-8'");
   for (const table_form& table : tables) create(table);
   database_.run(
       "PRAGMA application_id = " + std::to_string(TRAIL_APPLICATION_ID) +

@@ -9,11 +9,20 @@
 #include "util/chronex_trail/sql/engine.h"
 
 // A trail's tables in an SQLite database.
+// What the database is while it is filled.
+enum class database_use {
+  // A file under a temporary name: nothing has to be undone in it.
+  made,
+  // What others read: all that is added becomes part of it at once.
+  shared,
+};
+
 class sqlite_engine : public sql_engine {
  public:
   // The database stays the caller's; it is empty, unless a trail in it is
   // continued.
-  sqlite_engine(sql_database& database, bool is_continued);
+  sqlite_engine(sql_database& database, bool is_continued,
+                database_use use = database_use::made);
 
   const engine_limits& limits() const override { return limits_; }
   std::string type_name(const table_column& column) const override;
@@ -33,6 +42,7 @@ class sqlite_engine : public sql_engine {
 
   sql_database& database_;
   const bool is_continued_;
+  const database_use use_;
   const engine_limits limits_;
   std::unique_ptr<session_rows> sessions_;
 };
