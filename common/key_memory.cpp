@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory_resource>
 #include <new>
+#include <span>
 
 #include "common/wipe.h"
 
@@ -15,6 +16,19 @@ namespace {
 
 // Whole pages from the system, protected as far as it allows.
 class protected_pages final : public std::pmr::memory_resource {
+ public:
+  void lock_again() const {
+    for (const page_run& run : std::span(known_).first(known_count_)) {
+      static_cast<void>(mlock(run.begin, run.length));
+    }
+  }
+
+ private:
+  struct page_run {
+    void* begin = nullptr;
+    std::size_t length = 0;
+  };
+
   static std::size_t whole_pages(std::size_t size) {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     return (size + page - 1) / page * page;
@@ -28,17 +42,25 @@ class protected_pages final : public std::pmr::memory_resource {
     // Either may be refused, for instance beyond the limit of locked memory.
     static_cast<void>(mlock(pages, length));
     static_cast<void>(madvise(pages, length, MADV_DONTDUMP));
+    if (known_count_ < known_.size()) known_[known_count_++] = {pages, length};
     return pages;
   }
 
   void do_deallocate(void* pages, std::size_t size,
                      std::size_t /*alignment*/) override {
+    for (page_run& run : std::span(known_).first(known_count_)) {
+      if (run.begin == pages) run = known_[--known_count_];
+    }
     munmap(pages, whole_pages(size));
   }
 
   bool do_is_equal(const memory_resource& other) const noexcept override {
     return this == &other;
   }
+
+  // The runs that a child process locks again; keys take few.
+  std::array<page_run, 64> known_;
+  std::size_t known_count_ = 0;
 };
 
 // An object that is never destroyed: keys may be released by the destructors of
@@ -57,9 +79,13 @@ class immortal {
   T* object_;
 };
 
-std::pmr::memory_resource& key_pool() {
+protected_pages& key_pages() {
   static immortal<protected_pages> pages;
-  static immortal<std::pmr::unsynchronized_pool_resource> pool(pages.get());
+  return *pages.get();
+}
+
+std::pmr::memory_resource& key_pool() {
+  static immortal<std::pmr::unsynchronized_pool_resource> pool(&key_pages());
   return *pool.get();
 }
 
@@ -71,6 +97,8 @@ std::size_t aligned_size(std::size_t size) {
 }
 
 }  // namespace
+
+void key_memory_lock_again() noexcept { key_pages().lock_again(); }
 
 void* key_memory_take(std::size_t size) noexcept {
   try {

@@ -21,6 +21,9 @@
 // Wipes the block and takes it back; null is allowed.
 void key_memory_return(void* block, std::size_t size) noexcept;
 
+// Locks all pages once more: a child process starts with none of them locked.
+void key_memory_lock_again() noexcept;
+
 // A block of key memory with one owner: none, or size() bytes.
 class key_bytes {
  public:

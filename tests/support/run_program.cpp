@@ -131,8 +131,10 @@ program_result test_directory::run(
 }
 
 program_result test_directory::run_trail(
-    const std::vector<std::string>& arguments, std::string_view input) const {
-  return await(start(CHRONEX_TRAIL_PROGRAM, arguments, {.input = input}));
+    const std::vector<std::string>& arguments, std::string_view input,
+    const std::vector<std::string>& environment) const {
+  return await(start(CHRONEX_TRAIL_PROGRAM, arguments,
+                     {.input = input, .environment = environment}));
 }
 
 program_result test_directory::run_on_terminal(

@@ -39,8 +39,9 @@ class test_directory {
                      std::string_view input = {},
                      const std::vector<std::string>& environment = {}) const;
   // The same for chronex-trail.
-  program_result run_trail(const std::vector<std::string>& arguments,
-                           std::string_view input = {}) const;
+  program_result run_trail(
+      const std::vector<std::string>& arguments, std::string_view input = {},
+      const std::vector<std::string>& environment = {}) const;
   // Runs chronex where standard output or standard error, as `descriptor` says,
   // is a terminal. It shows everything as it comes, line ends included. As soon
   // as it shows something, the program gets the signal, if that is not 0.

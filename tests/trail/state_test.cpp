@@ -189,4 +189,32 @@ TEST_F(StateCut, PiecesOfADatabaseMakeTheWhole) {
   }
 }
 
+// Output, messages and status are those of one process, wherever the pieces
+// begin.
+TEST_F(StateCut, JobsMakeTheWhole) {
+  for (std::uint64_t seed = 1; seed <= case_count(); ++seed) {
+    random = random_source(seed);
+    const std::vector<random_log> logs = make_random_logs(random);
+    const arguments filter = random_filter(random);
+    const std::string out = random.chance(30) ? "out.gz" : "out";
+    write_logs(directory, logs, {}, {logs.size(), 0}, random.chance(25));
+    if (random.chance(15)) directory.change_byte("log.0", -9);
+    const arguments words = with(with({"json"}, filter), names_of(logs));
+    const program_result whole = directory.run_trail(words);
+    const std::vector<std::string> environment = {
+        "CHRONEX_PIECE_SIZE=" + std::to_string(1 + random.below(2000))};
+    const program_result jobs =
+        directory.run_trail(with(words, {"--jobs", "3"}), {}, environment);
+    ASSERT_EQ(first_difference(jobs.out, whole.out), "") << "seed " << seed;
+    ASSERT_EQ(jobs.err, whole.err) << "seed " << seed;
+    ASSERT_EQ(jobs.status, whole.status) << "seed " << seed;
+    directory.run_trail(with(words, {"--jobs", "2", "-o", out}), {},
+                        environment);
+    const std::string made = whole.status == 0 ? out : out + ".partial";
+    ASSERT_EQ(first_difference(directory.read(made), whole.out), "")
+        << "seed " << seed;
+    directory.shell("rm -f out* log.*");
+  }
+}
+
 }  // namespace

@@ -18,12 +18,11 @@ constexpr int GZIP_WINDOW_BITS = 15 + 16;
 
 gz_source::gz_source(int descriptor, unsigned buffer_size)
     : descriptor_(descriptor), buffer_size_(buffer_size) {
-  const int duplicate =
-      lseek(descriptor_, 0, SEEK_SET) == 0 ? dup(descriptor_) : -1;
-  if (duplicate >= 0) stream_ = gzdopen(duplicate, "rb");
+  duplicate_ = lseek(descriptor_, 0, SEEK_SET) == 0 ? dup(descriptor_) : -1;
+  if (duplicate_ >= 0) stream_ = gzdopen(duplicate_, "rb");
   if (stream_ == nullptr) {
     resource_error_ = errno;
-    if (duplicate >= 0) close(duplicate);
+    if (duplicate_ >= 0) close(duplicate_);
     return;
   }
   gzbuffer(stream_, buffer_size_);
@@ -60,6 +59,10 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
     default:
       return salvage(room);
   }
+}
+
+void gz_source::renew_descriptor() {
+  if (stream_ != nullptr) dup2(descriptor_, duplicate_);
 }
 
 bool gz_source::is_compressed() const {

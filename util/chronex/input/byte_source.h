@@ -37,6 +37,9 @@ class byte_source {
   // error() says then.
   virtual std::size_t read(std::span<std::uint8_t> room) = 0;
 
+  // The descriptor has been replaced by one of its own for this process.
+  virtual void renew_descriptor() {}
+
   // What has been read of the input was gzip-compressed, so that a check sum
   // stands at its end.
   virtual bool is_compressed() const = 0;
@@ -65,6 +68,7 @@ class gz_source final : public byte_source {
   gz_source(int descriptor, unsigned buffer_size);
   ~gz_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
+  void renew_descriptor() override;
   bool is_compressed() const override;
 
  private:
@@ -72,6 +76,8 @@ class gz_source final : public byte_source {
 
   int descriptor_;
   unsigned buffer_size_;
+  // The stream's own.
+  int duplicate_ = -1;
   gzFile stream_ = nullptr;
   std::uint64_t delivered_ = 0;
   // Takes over when the gz interface met damage.

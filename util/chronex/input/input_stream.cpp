@@ -193,6 +193,21 @@ bool input_stream::go_to(std::uint64_t position) {
   return true;
 }
 
+std::int64_t input_stream::system_offset() const {
+  return lseek(descriptor_, 0, SEEK_CUR);
+}
+
+bool input_stream::renew(std::int64_t system_offset) {
+  const std::string name = "/proc/self/fd/" + std::to_string(descriptor_);
+  const int own = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  if (own < 0) return false;
+  const bool renewed = lseek(own, system_offset, SEEK_SET) == system_offset &&
+                       dup3(own, descriptor_, O_CLOEXEC) == descriptor_;
+  close(own);
+  if (renewed && source_) source_->renew_descriptor();
+  return renewed;
+}
+
 void input_stream::suspend() {
   if (!regular_) return;
   resume_at_ = delivered_ - (end_ - next_);

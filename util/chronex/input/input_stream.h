@@ -88,6 +88,12 @@ class input_stream {
   // finds that out at the next take().
   [[nodiscard]] bool go_to(std::uint64_t position);
 
+  // Where the system reads on; to be asked before a child process is made that
+  // is to read on there by itself. There, renew() gives it an offset of its
+  // own; false with errno when that fails. Regular files only.
+  std::int64_t system_offset() const;
+  [[nodiscard]] bool renew(std::int64_t system_offset);
+
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
   void suspend();

@@ -1,5 +1,6 @@
 #include "util/chronex/trail/trail.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
@@ -9,6 +10,10 @@ void trail::add_output(trail_output& output) {
   assert(output_count_ < MAX_OUTPUTS);
   output_slots_[output_count_] = &output;
   ++output_count_;
+}
+
+void trail::replace_output(trail_output& old, trail_output& output) {
+  std::ranges::replace(output_slots_, &old, &output);
 }
 
 void trail::session_add_entry(std::int32_t session_id, owned_bytes sign_on) {

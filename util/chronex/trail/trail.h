@@ -68,6 +68,9 @@ class trail {
   static constexpr std::size_t MAX_OUTPUTS = 31;
   void add_output(trail_output& output);
 
+  // Puts an output in the place of another, which has shown what it has.
+  void replace_output(trail_output& old, trail_output& output);
+
   // The turn of an input begins and ends.
   int file_begins(const input_file& file);
   int file_accepted(const input_file& file);

@@ -6,6 +6,7 @@
 
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/json_with_jobs.h"
 #include "util/chronex_trail/commands/json_with_state.h"
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
@@ -35,6 +36,7 @@ audit file, compressed or not; - is standard input.
                           in its file
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
+      --jobs N            work with N processes side by side
       --time-zone ZONE    of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -116,6 +118,9 @@ int run_json(std::span<char*> arguments) {
     return json_with_state(*run, options.shared, options.state);
   }
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
+  if (options.split.empty() && options.shared.jobs > 1 && can_have_jobs(*run)) {
+    return json_with_jobs(*run, options.shared);
+  }
   return options.split.empty()
              ? write_file(*run, options.shared)
              : write_directory(*run, options.shared, options.split);

@@ -45,6 +45,17 @@ class result_file : public byte_sink {
   // file there is, or -1 with a message.
   int reach_disk(file_extent& reached);
 
+  // Where bytes go as they are, for a process that writes the first part.
+  int descriptor() const { return descriptor_; }
+  bool is_compressed() const { return compressed_.has_value(); }
+  // The first part was written by another process.
+  void go_on_behind_part() {
+    if (compressed_) compressed_->go_on();
+  }
+  // Copies another part, a whole file, as it is. Returns 0, or -1 with a
+  // message.
+  int append_part(int part);
+
   int write(std::string_view bytes) override;
 
   // Ends the file. It gets its name if it is complete; else it stays as

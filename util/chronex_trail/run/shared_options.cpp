@@ -20,7 +20,8 @@ constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
 // Options without a letter; the last stands for the first of a command's own.
 constexpr int TIME_ZONE_OPTION = 256;
 constexpr int PROGRESS_OPTION = 257;
-constexpr int OWN_OPTIONS = 258;
+constexpr int JOBS_OPTION = 258;
+constexpr int OWN_OPTIONS = 259;
 
 // ":": the parser keeps silent; its messages are printed here.
 constexpr const char* OPTION_LETTERS = ":e:f:I:Mo:h";
@@ -32,6 +33,7 @@ constexpr option LONG_OPTIONS[] = {
     {"output", required_argument, nullptr, 'o'},
     {"time-zone", required_argument, nullptr, TIME_ZONE_OPTION},
     {"progress", required_argument, nullptr, PROGRESS_OPTION},
+    {"jobs", required_argument, nullptr, JOBS_OPTION},
     {"help", no_argument, nullptr, 'h'},
 };
 
@@ -100,6 +102,20 @@ int set_progress(std::string_view word, run_messages& messages,
   return 0;
 }
 
+int set_jobs(const char* argument, run_messages& messages,
+             shared_options& options) {
+  constexpr long MAX_JOBS = 1024;
+  char* end = nullptr;
+  const long jobs = std::strtol(argument, &end, 10);
+  if (end == argument || *end != '\0' || jobs < 1 || jobs > MAX_JOBS) {
+    messages.print("--jobs wants a number from 1 to %ld, not %s\n", MAX_JOBS,
+                   argument);
+    return EXIT_USAGE;
+  }
+  options.jobs = static_cast<int>(jobs);
+  return 0;
+}
+
 // Applies one option. Returns 0 or the exit status that ends the run.
 int apply_option(int letter, const char* argument, run_messages& messages,
                  shared_options& options) {
@@ -123,6 +139,8 @@ int apply_option(int letter, const char* argument, run_messages& messages,
       return set_time_zone_option(argument, messages);
     case PROGRESS_OPTION:
       return set_progress(argument, messages, options);
+    case JOBS_OPTION:
+      return set_jobs(argument, messages, options);
     default:
       options.help = true;
       return 0;

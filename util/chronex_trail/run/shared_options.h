@@ -22,6 +22,8 @@ struct shared_options {
   std::string output = "-";
   // --progress
   progress_mode progress = progress_mode::automatic;
+  // --jobs: how many processes may work side by side.
+  int jobs = 1;
   // --help was given.
   bool help = false;
   // The input files as given.
