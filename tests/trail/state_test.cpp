@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -214,6 +215,40 @@ TEST_F(StateCut, JobsMakeTheWhole) {
     ASSERT_EQ(first_difference(directory.read(made), whole.out), "")
         << "seed " << seed;
     directory.shell("rm -f out* log.*");
+  }
+}
+
+// The pieces of `states`, each made by a run of its own, joined.
+TEST_F(StateCut, BorderStatesMakeTheWhole) {
+  for (std::uint64_t seed = 1; seed <= case_count(); ++seed) {
+    random = random_source(seed);
+    const std::vector<random_log> logs = make_random_logs(random);
+    const arguments filter = random_filter(random);
+    write_logs(directory, logs, {}, {logs.size(), 0}, random.chance(25));
+    const program_result whole =
+        directory.run_trail(with(with({"json"}, filter), names_of(logs)));
+    const program_result states =
+        directory.run_trail(with(with({"states", "-o", "pieces", "--pieces",
+                                       std::to_string(1 + random.below(5))},
+                                      filter),
+                                 names_of(logs)));
+    program_result pieces;
+    for (int i = 1; pieces.status == 0; ++i) {
+      const std::string piece = "pieces/000" + std::to_string(i);
+      if (directory.shell("test -e " + piece + ".files") != 0) break;
+      arguments words = with({"json", "--from", piece + ".state"}, filter);
+      std::istringstream names(directory.read(piece + ".files"));
+      for (std::string name; std::getline(names, name);) words.push_back(name);
+      const program_result made = directory.run_trail(words);
+      pieces.out += made.out;
+      pieces.err += made.err;
+      pieces.status = made.status;
+    }
+    ASSERT_EQ(first_difference(pieces.out, whole.out), "")
+        << "seed " << seed << states.err;
+    ASSERT_EQ(pieces.err, whole.err) << "seed " << seed;
+    ASSERT_EQ(pieces.status, whole.status) << "seed " << seed;
+    directory.shell("rm -rf pieces log.*");
   }
 }
 

@@ -21,6 +21,7 @@ extern const trail_command LIST_COMMAND;
 extern const trail_command PAGE_COMMAND;
 extern const trail_command QUERY_COMMAND;
 extern const trail_command SQL_COMMAND;
+extern const trail_command STATES_COMMAND;
 extern const trail_command STATS_COMMAND;
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_COMMANDS_COMMANDS_H

@@ -6,6 +6,7 @@
 
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/json_from_state.h"
 #include "util/chronex_trail/commands/json_with_jobs.h"
 #include "util/chronex_trail/commands/json_with_state.h"
 #include "util/chronex_trail/files/path_part.h"
@@ -34,6 +35,7 @@ audit file, compressed or not; - is standard input.
       --state FILE        go on where the run before stopped, which left its
                           state in FILE, and leave it there again; -o writes on
                           in its file
+      --from STATE        write the piece that begins with a state of states
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
       --jobs N            work with N processes side by side
@@ -60,6 +62,7 @@ struct json_options {
   shared_options shared;
   std::string split;
   std::string state;
+  std::string from;
 };
 
 int write_file(trail_run& run, const shared_options& options) {
@@ -87,7 +90,8 @@ int write_directory(trail_run& run, const shared_options& options,
 int parse(std::span<char*> arguments, run_messages& messages,
           json_options& options) {
   const own_option own[] = {{.name = "split", .text = &options.split},
-                            {.name = "state", .text = &options.state}};
+                            {.name = "state", .text = &options.state},
+                            {.name = "from", .text = &options.from}};
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
   if (status != 0 || options.shared.help) return status;
@@ -95,8 +99,9 @@ int parse(std::span<char*> arguments, run_messages& messages,
     messages.print("Only one of -o and --split is possible\n");
     return EXIT_USAGE;
   }
-  if (!options.split.empty() && !options.state.empty()) {
-    messages.print("Only one of --state and --split is possible\n");
+  if (!options.split.empty() + !options.state.empty() + !options.from.empty() >
+      1) {
+    messages.print("Only one of --state, --from and --split is possible\n");
     return EXIT_USAGE;
   }
   return 0;
@@ -113,6 +118,9 @@ int run_json(std::span<char*> arguments) {
   }
   if (options.split.empty() && check_output(*run, options.shared) != 0) {
     return EXIT_ERROR;
+  }
+  if (!options.from.empty()) {
+    return json_from_state(*run, options.shared, options.from);
   }
   if (!options.state.empty()) {
     return json_with_state(*run, options.shared, options.state);

@@ -67,10 +67,11 @@ int process_input(trail_run& run, input_file& file) {
   return result < 0 ? -1 : 0;
 }
 
-int process_files(trail_run& run) {
+int process_files(trail_run& run,
+                  std::span<const std::unique_ptr<input_file>> files) {
   const run_progress progress(run.messages, run.inputs, run.progress);
   const input_file* const last = run.expects_growth ? last_log(run) : nullptr;
-  for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
+  for (const std::unique_ptr<input_file>& file : files) {
     if (turn_of(run, *file) == input_turn::passed_over) continue;
     run.forward_logs.is_growing = file.get() == last;
     if (process_input(run, *file) != 0) return EXIT_ERROR;
@@ -168,15 +169,19 @@ int prepare_run(trail_run& run, const shared_options& options) {
   return 0;
 }
 
-int process_inputs(trail_run& run) {
+int process_some(trail_run& run, std::size_t begin, std::size_t end) {
   try {
-    const int status = process_files(run);
-    if (status == 0) tell_unknown_names(run);
-    return status;
+    return process_files(run, run.inputs.files().subspan(begin, end - begin));
   } catch (const run_failed&) {
     return EXIT_ERROR;
   } catch (const std::bad_alloc&) {
     run.messages.print("Memory allocation failed\n");
     return EXIT_ERROR;
   }
+}
+
+int process_inputs(trail_run& run) {
+  const int status = process_some(run, 0, run.inputs.files().size());
+  if (status == 0 && run.is_last_piece) tell_unknown_names(run);
+  return status;
 }

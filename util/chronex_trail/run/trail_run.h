@@ -52,6 +52,8 @@ struct trail_run {
   std::vector<std::unique_ptr<input_file>> earlier_files;
   // A log that ends without its end tag may grow: another run goes on there.
   bool expects_growth = false;
+  // What the trail lacks is known at its end only.
+  bool is_last_piece = true;
 };
 
 // What is to be done with an input.
@@ -73,5 +75,9 @@ int prepare_run(trail_run& run, const shared_options& options);
 // and of -I none of them has. Returns the exit status, 0 or 1; messages have
 // been printed.
 int process_inputs(trail_run& run);
+
+// The same for some of the inputs, from `begin` up to, but without, `end`; no
+// names are told.
+int process_some(trail_run& run, std::size_t begin, std::size_t end);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_TRAIL_RUN_H
