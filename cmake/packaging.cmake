@@ -10,7 +10,7 @@ set(PROGRAMS chronex chronex-trail)
 # Of doc, what users need; the other documents are for developers.
 set(DOCUMENTS audit-file-format.md filter-language.md forward-log-format.md
               json-events.md key-file.md large-archives.md page.md performance.md
-              robustness.md sql.md stats.md)
+              robustness.md sql.md state-file.md stats.md)
 file(GLOB EXAMPLES RELATIVE ${CMAKE_SOURCE_DIR}/examples CONFIGURE_DEPENDS
      examples/*.filter examples/*.awk examples/*.sh)
 # The sample logs that the examples are about, where their maker is built.

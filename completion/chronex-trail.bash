@@ -9,15 +9,16 @@ fi
 _chronex_trail() {
   local current=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
   local previous=${COMP_WORDS[COMP_CWORD - 1]}
-  local options='--filter --filter-file --help --items --master-keys --output
-    --progress --time-zone'
+  local options='--filter --filter-file --help --items --jobs --master-keys
+    --output --progress --time-zone'
   local -A own_options=(
-    [json]=--split
-    [sql]='--append --cluster --engine --force --segment'
+    [json]='--from --split --state'
+    [sql]='--append --cluster --engine --force --segment --state'
     [query]='--json --list-tables --schema'
     [list]=--json
     [stats]='--csv --json --top'
-    [page]='--keep --office-days --office-hours --rows')
+    [page]='--keep --office-days --office-hours --rows'
+    [states]=--pieces)
 
   COMPREPLY=()
   if ((COMP_CWORD == 1)); then
@@ -56,7 +57,10 @@ _chronex_trail() {
       compopt +o default +o bashdefault 2>/dev/null
       ;;
     # File names: the shell's own completion.
-    -f | --filter-file | -o | --output | --split) ;;
+    -f | --filter-file | --from | -o | --output | --split | --state) ;;
+    --jobs | --pieces)
+      compopt +o default +o bashdefault 2>/dev/null
+      ;;
     *)
       if [[ $current == -* ]]; then
         mapfile -t COMPREPLY < <(

@@ -4,11 +4,15 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "fuzz/fuzz_run.h"
 #include "tests/support/log_builder.h"
+#include "tests/support/random_logs.h"
+#include "util/chronex/forward_log/fwlog_header.h"
+#include "util/chronex/state/run_state.h"
 
 namespace {
 
@@ -222,6 +226,38 @@ void values() {
   value("zoned", 4, "0012}", "0012C", "+1234567");
 }
 
+// What runs know behind random logs.
+void state_seeds() {
+  for (std::uint64_t number = 1; number <= 20; ++number) {
+    random_source random(number);
+    const auto run = std::make_unique<chronex_run>();
+    run->messages.silent = true;
+    run->events.keeps_stored = true;
+    std::vector<std::unique_ptr<input_file>> files;
+    for (const random_log& log : make_random_logs(random)) {
+      const std::string name = root + "/log";
+      write_file(name, log.bytes);
+      auto file = std::make_unique<input_file>(run->messages);
+      file->name = log.name;
+      if (!file->stream.open(name.c_str(), [] {}) ||
+          fwlog_read_file_header(*file, run->charset_id) != 0) {
+        continue;
+      }
+      run->forward_logs.fwlog_process_file(*file);
+      files.push_back(std::move(file));
+    }
+    std::filesystem::remove(root + "/log");
+    state_writer state;
+    save_run({.events = run->events,
+              .forward_logs = run->forward_logs,
+              .charset_id = run->charset_id,
+              .earlier_files = files},
+             state);
+    seed("state", "random-" + std::to_string(number),
+         std::string(state.written().begin(), state.written().end()));
+  }
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -236,5 +272,6 @@ int main(int argc, char* argv[]) {
   filters();
   key_files();
   values();
+  state_seeds();
   return 0;
 }

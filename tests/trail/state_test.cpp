@@ -252,4 +252,107 @@ TEST_F(StateCut, BorderStatesMakeTheWhole) {
   }
 }
 
+// A log with a session, an encrypted data set, and an image that waits.
+log_builder sealed_log(std::string_view key, std::string_view stored) {
+  log_builder log({.generation = 7});
+  log.database(1, "shop").data_set(2, 1, "cards",
+                                   {{"CARD", 'X', 1, 16, LOG_ITEM_ENCRYPTED}});
+  log.keys(1, {{.id = 7, .type = 1, .key = std::string(key)}});
+  log.sign_on(5, {"user{BOB}"});
+  log.before_image(
+      {.session = 5, .node = 2, .recno = 1, .image = std::string(stored)});
+  return log;
+}
+
+TEST(StateFile, IsPrivateAndHoldsNothingDeciphered) {
+  const std::string key = "0123456789abcdef";
+  const std::string plain = "4000123412341234";
+  std::string stored = u32_bytes(7) + std::string(4, '\0');
+  for (std::size_t i = 0; i < plain.size(); ++i) {
+    stored += static_cast<char>(plain[i] ^ key[i]);
+  }
+  const test_directory directory;
+  log_builder log = sealed_log(key, stored);
+  directory.write("log", log.bytes());
+  const arguments words = {"json", "--state", "state", "log"};
+  ASSERT_EQ(directory.run_trail(words).status, 0);
+  EXPECT_EQ(directory.shell("test $(stat -c %a state) = 600"), 0);
+  const std::string state = directory.read_raw("state");
+  EXPECT_EQ(state.find(plain), std::string::npos);
+  EXPECT_NE(state.find(stored), std::string::npos);
+
+  // The operation finds the image, in clear.
+  log.remove(5, 2, 1, stored).end();
+  directory.write("log", log.bytes());
+  const program_result rest = directory.run_trail(words);
+  EXPECT_NE(rest.out.find(R"("before":{"CARD":"4000123412341234"})"),
+            std::string::npos)
+      << rest.out << rest.err;
+}
+
+TEST(StateFile, RefusesEveryFlippedBit) {
+  const test_directory directory;
+  directory.write("log", sealed_log("0123456789abcdef", "short").bytes());
+  ASSERT_EQ(directory.run_trail({"json", "--state", "state", "log"}).status, 0);
+  const std::string state = directory.read_raw("state");
+  for (std::size_t at = 0; at < state.size(); at += 1 + at / 8) {
+    std::string flipped = state;
+    flipped[at] = static_cast<char>(flipped[at] ^ (1 << (at % 8)));
+    directory.write("state", flipped);
+    const program_result result =
+        directory.run_trail({"json", "--state", "state", "log"});
+    ASSERT_EQ(result.status, 1) << "byte " << at;
+    ASSERT_NE(result.err.find(at < 16 ? "is no state file" : "is damaged"),
+              std::string::npos)
+        << result.err;
+    ASSERT_EQ(result.out, "");
+  }
+}
+
+// What does not belong to a state is said, and nothing is written.
+TEST(StateFile, SaysWhatHasChanged) {
+  const test_directory directory;
+  log_builder log({.generation = 7});
+  log.database(1, "shop").sign_on(5, {"user{BOB}"}).memo(5, 98, "begin");
+  const std::string bytes = log.bytes();
+  directory.write("log", bytes);
+  log_builder other({.volume_set_id = 5, .generation = 7, .sequence = 2});
+  directory.write("other", other.end().bytes());
+  const arguments words = {"json", "--state", "state", "-o", "out"};
+  ASSERT_EQ(directory.run_trail(with(words, {"log"})).status, 0);
+  const std::string written = directory.read("out");
+
+  std::string changed = bytes;
+  changed[changed.size() - 3] ^= 1;
+  const struct {
+    std::string log;
+    arguments words;
+    std::string message;
+  } cases[] = {
+      {bytes, with(words, {"log", "-e", "DBPUT"}),
+       "other options -e, -f or -I"},
+      {bytes, with(words, {"log", "other"}), "is of volume set 5"},
+      {bytes, {"json", "--state", "state", "log"}, "name it with -o"},
+      {changed, with(words, {"log"}), "the log log is not as it was"},
+      {bytes.substr(0, bytes.size() - 1), with(words, {"log"}),
+       "the log log is not as it was"},
+      {bytes, {"json", "--from", "state", "log"}, "is no state of a piece"},
+      {bytes,
+       {"json", "--state", "new", "-o", "out", "log"},
+       "out: is there already, but the state new is not"},
+  };
+  for (const auto& test : cases) {
+    directory.write("log", test.log);
+    const program_result result = directory.run_trail(test.words);
+    EXPECT_EQ(result.status, 1) << test.message;
+    EXPECT_NE(result.err.find(test.message), std::string::npos) << result.err;
+    EXPECT_EQ(directory.read("out"), written) << test.message;
+  }
+  directory.write("log", bytes);
+  directory.write("out", written.substr(1));
+  EXPECT_NE(directory.run_trail(with(words, {"log"}))
+                .err.find("out: is not as it was up to byte"),
+            std::string::npos);
+}
+
 }  // namespace

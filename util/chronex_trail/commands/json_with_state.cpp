@@ -98,6 +98,11 @@ int json_with_state_run::open() {
 }
 
 int json_with_state_run::begin() {
+  if (options_.output == state_name_) {
+    run_.messages.print("%s: cannot be output and state\n",
+                        state_name_.c_str());
+    return -1;
+  }
   if (state_.read(state_name_) != 0 || prepare_run(run_, options_) != 0 ||
       state_.restore() != 0) {
     return -1;

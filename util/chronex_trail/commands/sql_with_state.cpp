@@ -100,6 +100,11 @@ int sql_with_state_run::restore_output() {
 }
 
 int sql_with_state_run::begin(const run_facts& facts) {
+  if (options_.output == state_name_) {
+    run_.messages.print("%s: cannot be database and state\n",
+                        state_name_.c_str());
+    return -1;
+  }
   if (file_.open_in_place(options_.output, options_.use_master_keys) != 0 ||
       read_state() != 0 || prepare_run(run_, options_) != 0 ||
       state_.restore() != 0) {
