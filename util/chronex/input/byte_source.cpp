@@ -77,7 +77,7 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
       error_ = std::strerror(errno);
       return 0;
     }
-    successor_ = std::make_unique<live_source>(descriptor_, [] {});
+    successor_ = std::make_unique<live_source>(descriptor_, live_settings{});
     for (std::uint64_t left = delivered_; left > 0;) {
       const std::size_t count = successor_->read(
           room.first(std::min<std::uint64_t>(room.size(), left)));
@@ -92,11 +92,8 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
   return count;
 }
 
-live_source::live_source(int descriptor, std::function<void()> before_wait,
-                         content what)
-    : descriptor_(descriptor),
-      before_wait_(std::move(before_wait)),
-      place_(what == content::plain ? place::plain : place::begin) {}
+live_source::live_source(int descriptor, live_settings settings)
+    : descriptor_(descriptor), settings_(std::move(settings)) {}
 
 live_source::~live_source() {
   if (inflater_ready_) inflateEnd(&inflater_);
@@ -104,11 +101,17 @@ live_source::~live_source() {
 
 std::size_t live_source::read(std::span<std::uint8_t> room) {
   std::size_t count = 0;
-  while (count == 0 && place_ != place::end) {
+  input_is_dry_ = false;
+  while (count == 0 && place_ != place::end && !input_is_dry_) {
     switch (place_) {
       case place::begin:
+        begin();
+        break;
       case place::behind_member:
-        begin_member();
+        end_member();
+        break;
+      case place::damaged:
+        seek_member();
         break;
       case place::plain:
         count = read_plain(room);
@@ -120,18 +123,25 @@ std::size_t live_source::read(std::span<std::uint8_t> room) {
   return count;
 }
 
-// Reads what is there, waiting for at least one byte. 0 at the end.
+// Reads what is there, waiting for at least one byte. 0 at the end, or without
+// waiting where there is nothing yet.
 std::size_t live_source::read_descriptor(std::span<std::uint8_t> room) {
   if (input_ended_) return 0;
-  before_wait_();
-  for (;;) {
+  settings_.before_wait();
+  do {
     const ssize_t count = ::read(descriptor_, room.data(), room.size());
     if (count > 0) return static_cast<std::size_t>(count);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) error_ = std::strerror(errno);
-    input_ended_ = true;
-    return 0;
-  }
+    input_is_dry_ = count == 0 && settings_.growth != nullptr && !waits_;
+    input_ended_ = !input_is_dry_ && (count < 0 || !more_may_come());
+  } while (!input_ended_ && !input_is_dry_);
+  return 0;
+}
+
+bool live_source::more_may_come() {
+  return settings_.growth != nullptr &&
+         settings_.growth->wait_for_more(descriptor_);
 }
 
 // Makes sure that `count` bytes are pending; false when the input has fewer.
@@ -145,39 +155,73 @@ bool live_source::have_pending(std::size_t count) {
     have += got;
   }
   pending_ = input_.bytes().first(have);
+  behind_begin_ = pending_;
   return have >= count;
 }
 
-// The first bytes tell whether the input is compressed. After one gzip member
-// another one may follow; anything else there is padding and is passed over.
-void live_source::begin_member() {
-  const bool first = place_ == place::begin;
-  place_ = place::end;
-  if (first && !input_.allocate(LIVE_BUFFER_SIZE)) {
+// The first bytes tell whether the input is compressed.
+void live_source::begin() {
+  if (!input_ && !input_.allocate(LIVE_BUFFER_SIZE)) {
     resource_error_ = errno;
-    return;
+    place_ = place::end;
+  } else if (!settings_.is_plain && member_follows()) {
+    begin_member();
+  } else if (!input_is_dry_) {
+    place_ = place::plain;
   }
-  const bool compressed =
-      have_pending(GZIP_MAGIC.size()) &&
-      std::equal(GZIP_MAGIC.begin(), GZIP_MAGIC.end(), pending_.begin());
-  if (!compressed) {
-    if (first) place_ = place::plain;
-    return;
-  }
+}
+
+bool live_source::member_follows() {
+  return have_pending(GZIP_MAGIC.size()) &&
+         std::equal(GZIP_MAGIC.begin(), GZIP_MAGIC.end(), pending_.begin());
+}
+
+void live_source::begin_member() {
   const int code = inflater_ready_ ? inflateReset(&inflater_)
                                    : inflateInit2(&inflater_, GZIP_WINDOW_BITS);
   if (code != Z_OK) {
     resource_error_ = ENOMEM;
+    place_ = place::end;
     return;
   }
   inflater_ready_ = true;
+  behind_begin_ = pending_.subspan(1);
   place_ = place::member;
+}
+
+// After one gzip member another one may follow; anything else there is padding
+// and is passed over.
+void live_source::end_member() {
+  if (member_follows()) {
+    begin_member();
+  } else if (!input_is_dry_) {
+    place_ = settings_.passes_over_damage ? place::damaged : place::end;
+  }
+}
+
+// Compressed data may look like the begin of a member. Such a one breaks off
+// soon, and the search goes on.
+void live_source::seek_member() {
+  while (have_pending(GZIP_MAGIC.size())) {
+    const auto found = std::ranges::search(pending_, GZIP_MAGIC);
+    // The last byte may be the first of the next begin.
+    const std::size_t passed =
+        found.empty()
+            ? pending_.size() - 1
+            : static_cast<std::size_t>(found.begin() - pending_.begin());
+    pending_ = pending_.subspan(passed);
+    if (found.empty()) continue;
+    if (error_.empty()) error_ = "unknown data between compressed data";
+    begin_member();
+    return;
+  }
+  if (!input_is_dry_) place_ = place::end;
 }
 
 std::size_t live_source::read_plain(std::span<std::uint8_t> room) {
   if (pending_.empty()) {
     const std::size_t count = read_descriptor(room);
-    if (count == 0) place_ = place::end;
+    if (input_ended_) place_ = place::end;
     return count;
   }
   const std::size_t count = std::min(room.size(), pending_.size());
@@ -192,6 +236,7 @@ std::size_t live_source::inflate_some(std::span<std::uint8_t> room) {
   inflater_.avail_out = static_cast<uInt>(room.size());
   while (inflater_.avail_out == room.size() && place_ == place::member) {
     if (!have_pending(1)) {
+      if (input_is_dry_) break;
       truncated_ = error_.empty();
       place_ = place::end;
       break;
@@ -206,10 +251,17 @@ std::size_t live_source::inflate_some(std::span<std::uint8_t> room) {
       resource_error_ = ENOMEM;
       place_ = place::end;
     } else if (code != Z_OK && code != Z_BUF_ERROR) {
-      error_ =
-          inflater_.msg != nullptr ? inflater_.msg : "compressed data error";
-      place_ = place::end;
+      break_off();
     }
   }
   return room.size() - inflater_.avail_out;
+}
+
+void live_source::break_off() {
+  if (error_.empty()) {
+    error_ = inflater_.msg != nullptr ? inflater_.msg : "compressed data error";
+  }
+  place_ = settings_.passes_over_damage ? place::damaged : place::end;
+  // The damage may be noticed only behind the begin of the next member.
+  pending_ = behind_begin_;
 }

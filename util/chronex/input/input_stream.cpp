@@ -21,13 +21,18 @@ constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // a file is read as if there were no more.
 constexpr unsigned HEAD_SIZE = 2048;
 // Room for one read behind what is left of the last one.
-constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_RUN;
+constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_PEEK;
+static_assert(input_stream::MAX_PEEK >= input_stream::MAX_RUN);
 
 }  // namespace
 
-input_stream::~input_stream() {
+input_stream::~input_stream() { close(); }
+
+void input_stream::close() {
   source_.reset();
-  if (descriptor_ >= 0) close(descriptor_);
+  window_.reset();
+  if (descriptor_ >= 0) ::close(descriptor_);
+  descriptor_ = -1;
 }
 
 bool input_stream::open(const char* path, std::function<void()> before_wait) {
@@ -42,7 +47,7 @@ bool input_stream::open_duplicate(int descriptor,
 bool input_stream::adopt(int descriptor, std::function<void()> before_wait) {
   if (descriptor < 0) return false;
   if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
-    close(descriptor);
+    ::close(descriptor);
     errno = EBADF;
     return false;
   }
@@ -56,6 +61,32 @@ bool input_stream::adopt(int descriptor, std::function<void()> before_wait) {
   return true;
 }
 
+void input_stream::take_care(growth_watch* growth, bool passes_over_damage) {
+  growth_ = growth;
+  passes_over_damage_ = passes_over_damage;
+}
+
+// zlib's gz interface is the faster one of whole files, but it knows neither
+// growth nor what comes behind damage.
+std::unique_ptr<byte_source> input_stream::make_source() {
+  live_settings settings{.is_plain = is_plain_,
+                         .passes_over_damage = passes_over_damage_,
+                         .growth = growth_};
+  is_head_ = false;
+  if (!regular_) {
+    settings.before_wait = before_wait_;
+    return std::make_unique<live_source>(descriptor_, std::move(settings));
+  }
+  if (growth_ == nullptr && !passes_over_damage_) {
+    is_head_ = resume_at_ == 0;
+    return std::make_unique<gz_source>(descriptor_,
+                                       is_head_ ? HEAD_SIZE : BUFFER_SIZE);
+  }
+  delivered_ = is_plain_ ? resume_at_ : 0;
+  lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET);
+  return std::make_unique<live_source>(descriptor_, std::move(settings));
+}
+
 // Makes window and source; after a pause, passes over what was taken before it.
 bool input_stream::ready() {
   if (!window_ && !window_.allocate(WINDOW_SIZE)) {
@@ -63,20 +94,13 @@ bool input_stream::ready() {
     return false;
   }
   if (source_) return true;
-  if (!regular_) {
-    source_ = std::make_unique<live_source>(descriptor_, before_wait_);
-    return true;
-  }
-  is_head_ = resume_at_ == 0;
-  source_ = std::make_unique<gz_source>(descriptor_,
-                                        is_head_ ? HEAD_SIZE : BUFFER_SIZE);
+  source_ = make_source();
   pass_over(resume_at_);
   return true;
 }
 
 // Has the source deliver bytes that were taken, or are in the window, already.
 void input_stream::pass_over(std::uint64_t bytes) {
-  delivered_ = 0;
   while (delivered_ < bytes) {
     const std::size_t piece =
         std::min<std::uint64_t>(READ_SIZE, bytes - delivered_);
@@ -92,6 +116,7 @@ std::size_t input_stream::read_on() {
   if (is_head_ && delivered_ == HEAD_SIZE) {
     is_head_ = false;
     source_ = std::make_unique<gz_source>(descriptor_, BUFFER_SIZE);
+    delivered_ = 0;
     pass_over(HEAD_SIZE);
   }
   const std::size_t size = is_head_ ? HEAD_SIZE - delivered_ : READ_SIZE;
@@ -101,22 +126,42 @@ std::size_t input_stream::read_on() {
   return count;
 }
 
-bool input_stream::fill(std::size_t count) {
+void input_stream::note_end() {
+  error_ = source_->error();
+  truncated_ = source_->truncated();
+  resource_error_ = source_->resource_error();
+}
+
+// Gets `count` bytes into the window; false when fewer are left, which stay.
+bool input_stream::gather(std::size_t count) {
   if (!ready()) return false;
   std::memmove(window_.data(), window_.data() + next_, end_ - next_);
   end_ -= next_;
   next_ = 0;
   while (end_ < count) {
     if (read_on() == 0) {
-      error_ = source_->error();
-      truncated_ = source_->truncated();
-      resource_error_ = source_->resource_error();
-      end_ = 0;
+      note_end();
       return false;
     }
   }
   if (refilled_) refilled_();
   return true;
+}
+
+bool input_stream::fill(std::size_t count) {
+  if (gather(count)) return true;
+  end_ = next_;
+  return false;
+}
+
+std::span<const std::uint8_t> input_stream::peek(std::size_t count,
+                                                 patience how) {
+  if (end_ - next_ < count && ready()) {
+    source_->let_wait(how == patience::waits);
+    gather(count);
+    source_->let_wait(true);
+  }
+  return window_.bytes().subspan(next_, end_ - next_);
 }
 
 bool input_stream::read(std::span<std::uint8_t> destination) {
@@ -141,14 +186,13 @@ bool input_stream::skip(std::uint64_t count) {
 
 void input_stream::verify_rest() {
   if (!is_compressed()) return;
+  source_->let_wait(false);
   while (source_->read(window_.bytes().first(READ_SIZE)) > 0) {
     if (refilled_) refilled_();
   }
   next_ = 0;
   end_ = 0;
-  error_ = source_->error();
-  truncated_ = source_->truncated();
-  resource_error_ = source_->resource_error();
+  note_end();
 }
 
 std::uint64_t input_stream::stored_size() const {
@@ -184,7 +228,7 @@ bool input_stream::go_to(std::uint64_t position) {
     return false;
   }
   source_ = std::make_unique<live_source>(
-      descriptor_, [] {}, live_source::content::plain);
+      descriptor_, live_settings{.is_plain = true, .growth = growth_});
   is_head_ = false;
   next_ = 0;
   end_ = 0;
@@ -209,8 +253,13 @@ bool input_stream::renew(std::int64_t system_offset) {
 }
 
 void input_stream::suspend() {
+  if (regular_) go_back(position());
+}
+
+void input_stream::go_back(std::uint64_t position) {
   if (!regular_) return;
-  resume_at_ = delivered_ - (end_ - next_);
+  is_plain_ = is_plain_ || (delivered_ > 0 && !is_compressed());
+  resume_at_ = position;
   delivered_ = 0;
   next_ = 0;
   end_ = 0;

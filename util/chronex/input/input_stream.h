@@ -44,6 +44,16 @@ class input_stream {
     return run;
   }
 
+  // What peek() can be asked for.
+  static constexpr std::size_t MAX_PEEK = std::size_t{200} * 1024;
+  enum class patience { waits, takes_what_is_there };
+
+  // Shows the bytes that come next and leaves them there: all that are in the
+  // window, at least `count` (at most MAX_PEEK) unless fewer are left. Of a
+  // growing file that may be what is there now. Valid until the next operation.
+  std::span<const std::uint8_t> peek(std::size_t count,
+                                     patience how = patience::waits);
+
   // Copies the next bytes into all of `destination`; false when fewer are left.
   [[nodiscard]] bool read(std::span<std::uint8_t> destination);
   // Passes over bytes; false when fewer are left.
@@ -63,8 +73,19 @@ class input_stream {
   bool is_compressed() const { return source_ && source_->is_compressed(); }
   // Reads a compressed input to its end, so that its check sum is verified, and
   // drops what is left. What is told after a short read is then told of that.
-  // A pipe is waited for until whoever writes it closes it.
+  // A pipe is waited for until whoever writes it closes it, a growing file is
+  // not.
   void verify_rest();
+
+  // What is to be done at the end of a file that may still grow (null, or the
+  // caller's), and whether to go on behind damage of the compression with the
+  // next gzip member. To be called before the first byte is taken, or while the
+  // input is suspended.
+  void take_care(growth_watch* growth, bool passes_over_damage);
+  // A growing file broke off because the run is to end.
+  bool stopped() const { return growth_ != nullptr && growth_->stopped(); }
+  // Takes up reading at an earlier position, if the input can be read again.
+  void go_back(std::uint64_t position);
 
   // How many bytes have been taken, of what the input is when decompressed.
   std::uint64_t position() const {
@@ -97,6 +118,8 @@ class input_stream {
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
   void suspend();
+  // Ends all reading and gives back the descriptor, too.
+  void close();
 
  private:
   [[nodiscard]] bool adopt(int descriptor, std::function<void()> before_wait);
@@ -104,12 +127,19 @@ class input_stream {
   void pass_over(std::uint64_t bytes);
   std::size_t read_on();
   [[nodiscard]] bool is_plain_file() const;
+  std::unique_ptr<byte_source> make_source();
+  bool gather(std::size_t count);
   bool fill(std::size_t count);
+  void note_end();
 
   int descriptor_ = -1;
   bool regular_ = false;
   std::function<void()> before_wait_;
   std::function<void()> refilled_;
+  growth_watch* growth_ = nullptr;
+  bool passes_over_damage_ = false;
+  // Known to be so, from what was read before a pause.
+  bool is_plain_ = false;
   std::unique_ptr<byte_source> source_;
   // The source is one that serves for the first HEAD_SIZE bytes only.
   bool is_head_ = false;
