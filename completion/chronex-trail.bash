@@ -10,7 +10,7 @@ _chronex_trail() {
   local current=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
   local previous=${COMP_WORDS[COMP_CWORD - 1]}
   local options='--filter --filter-file --help --items --jobs --master-keys
-    --output --progress --time-zone'
+    --output --progress --resync --time-zone'
   local -A own_options=(
     [json]='--from --split --state'
     [sql]='--append --cluster --engine --force --segment --state'

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/trail/trail.h"
@@ -27,6 +28,19 @@ struct log_numbers {
   std::uint32_t sequence = 0;
   // Number of the last accepted action of the current file.
   std::uint32_t action = 0;
+};
+
+// Bytes of a forward log that were passed over.
+struct damaged_bytes {
+  // Offsets in the file as it is when decompressed: of the first, and of what
+  // follows them.
+  std::uint64_t from = 0;
+  std::uint64_t to = 0;
+  // Numbers of the actions before and behind; 0 = none.
+  std::uint32_t last_number = 0;
+  std::uint32_t next_number = 0;
+  // What was wrong first.
+  std::string reason;
 };
 
 class continuity {
@@ -60,6 +74,17 @@ class continuity {
   // that just ended there is nothing to report.
   void report_damage(const input_file& file);
 
+  // Something was passed over as damage in the run, or is damaged in its
+  // compression.
+  bool has_passed_over() const { return has_passed_over_; }
+  // Reports bytes that were passed over, and goes on counting behind them.
+  void report_damaged_bytes(const input_file& file,
+                            const damaged_bytes& damage);
+  // Reports that operations cannot be understood since actions were lost.
+  void report_unknown_set(const input_file& file, std::int32_t node_id);
+  // Missing numbers, too, make uncertain what was known before.
+  bool loses_actions_in_gaps = false;
+
   void report_server_abort(const input_file& file);
   void report_role_change(const input_file& file);
 
@@ -85,8 +110,12 @@ class continuity {
   void report_repeated_file(const input_file& file);
   void report_repeated_actions(const input_file& file, std::uint32_t found);
 
+  // Tells the outputs of missing numbers.
+  void notice_gap(const trail_notice& gap);
+
   trail& trail_;
   log_numbers known_;
+  bool has_passed_over_ = false;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CONTINUITY_H

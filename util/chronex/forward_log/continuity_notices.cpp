@@ -19,11 +19,11 @@ void continuity::report_missing_generations(const input_file& file) {
       "skipped due to a file generation mismatch (found: %u, expected: %u) - "
       "information from %u forward-log generation(s) is apparently missing",
       name, found, expected, missing);
-  trail_.notice({.kind = notice_kind::missing_generations,
-                 .found = found,
-                 .expected = expected,
-                 .missing = missing,
-                 .comment = comment});
+  notice_gap({.kind = notice_kind::missing_generations,
+              .found = found,
+              .expected = expected,
+              .missing = missing,
+              .comment = comment});
 }
 
 void continuity::report_missing_files(const input_file& file) {
@@ -41,11 +41,11 @@ void continuity::report_missing_files(const input_file& file) {
       "skipped due to a file sequence mismatch (found: %u, expected: %u) - "
       "information from %u file(s) is apparently missing",
       name, found, expected, missing);
-  trail_.notice({.kind = notice_kind::missing_files,
-                 .found = found,
-                 .expected = expected,
-                 .missing = missing,
-                 .comment = comment});
+  notice_gap({.kind = notice_kind::missing_files,
+              .found = found,
+              .expected = expected,
+              .missing = missing,
+              .comment = comment});
 }
 
 void continuity::report_missing_actions(const input_file& file,
@@ -63,11 +63,16 @@ void continuity::report_missing_actions(const input_file& file,
       "sequence mismatch was detected in file %s (found: %u, expected: %u) - "
       "information from %u action(s) is apparently missing",
       name, found, expected, missing);
-  trail_.notice({.kind = notice_kind::missing_actions,
-                 .found = found,
-                 .expected = expected,
-                 .missing = missing,
-                 .comment = comment});
+  notice_gap({.kind = notice_kind::missing_actions,
+              .found = found,
+              .expected = expected,
+              .missing = missing,
+              .comment = comment});
+}
+
+void continuity::notice_gap(const trail_notice& gap) {
+  trail_.notice(gap);
+  if (loses_actions_in_gaps) trail_.actions_lost();
 }
 
 void continuity::report_repeated_generation(const input_file& file) {
@@ -132,6 +137,7 @@ void continuity::report_damage(const input_file& file) {
     return;
   }
   if (!file.stream.broke_off()) return;
+  has_passed_over_ = has_passed_over_ || !file.stream.error().empty();
   const char* name = file.name.c_str();
   const char* reason = file.stream.error().empty()
                            ? "unexpected end of file"

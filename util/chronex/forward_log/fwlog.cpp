@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "common/byte_cursor.h"
+#include "util/chronex/forward_log/careful_actions.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
 
@@ -75,7 +76,9 @@ int dispatch(std::uint8_t fw_tag, const fw_action& action) {
   }
 }
 
-int process_action(fwlog_reader& reader, input_file& file) {
+}  // namespace
+
+int fw_process_action(fwlog_reader& reader, input_file& file) {
   fw_action action{.reader = reader, .file = file};
   const std::uint8_t* tag = file.stream.take(1);
   if (tag == nullptr) return fw_short_read(action, "next tag opcode");
@@ -94,8 +97,6 @@ int process_action(fwlog_reader& reader, input_file& file) {
   if (result == ACTION_DONE) position.is_number_checked = false;
   return result;
 }
-
-}  // namespace
 
 void fwlog_reader::begin_log(const input_file& file) {
   const input_file* const last = position.file;
@@ -126,10 +127,13 @@ int fwlog_reader::fwlog_go_on(input_file& file) {
 }
 
 int fwlog_reader::process_actions(input_file& file) {
+  careful_actions careful(*this, file);
+  const bool is_careful = passes_over_damage || awaits_whole_actions;
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
     position.byte = file.stream.position();
-    result = process_action(*this, file);
+    result =
+        is_careful ? careful.process_next() : fw_process_action(*this, file);
     events.action_done();
   }
   // More of it may come.

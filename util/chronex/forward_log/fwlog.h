@@ -2,6 +2,7 @@
 #define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H
 
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,12 @@ class fwlog_reader {
   // nothing more of it will come.
   void tell_missing_rest();
 
+  // Where actions break the format, or bytes are none, reading goes on with the
+  // next ones; what was known before counts as uncertain then.
+  bool passes_over_damage = false;
+  // Actions are processed only once they are there as a whole.
+  bool awaits_whole_actions = false;
+
   // For the readers of single actions.
   trail& events;
   scratch_buffer& scratch;
@@ -59,6 +66,10 @@ class fwlog_reader {
   // The log is still being written: that it ends in the midst of an action is
   // no loss, and `position` stays in front of that action.
   bool is_growing = false;
+  // What is wrong with a malformed action, where damage is passed over.
+  std::string problem;
+  // Data sets of which was told that their operations are passed over.
+  std::set<std::int32_t> unknown_sets;
 
  private:
   void begin_log(const input_file& file);

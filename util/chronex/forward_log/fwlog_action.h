@@ -27,6 +27,11 @@ struct fw_action {
 inline constexpr int ACTION_DONE = 0;
 inline constexpr int FILE_DONE = 1;
 inline constexpr int FILE_FAILED = -1;
+// Only where damage is passed over: fwlog_reader::problem says why.
+inline constexpr int ACTION_MALFORMED = 2;
+
+// Processes the action that comes next in a file.
+int fw_process_action(fwlog_reader& reader, input_file& file);
 
 // Reports that the file ended, or there was no memory to read on, inside the
 // part named `what`. Returns the result for the file.
@@ -35,12 +40,21 @@ int fw_short_read(const fw_action& action, const char* what);
 // Passes over bytes of the part named `what`.
 int fw_skip(const fw_action& action, std::uint64_t count, const char* what);
 
-// Reports a size that the file format does not allow. Returns FILE_FAILED.
+// The session of an action; null = none is known. Where actions have been lost,
+// its sign-on may be one of them: then it is known by its number alone.
+session_entry* fw_session(const fw_action& action, std::int32_t session_id);
+
+// The operations of a data set are passed over. Tells of it once, if the reason
+// may be that actions were lost. Returns ACTION_DONE.
+int fw_unknown_set(const fw_action& action, std::int32_t node_id);
+
+// Reports a size that the file format does not allow. Returns the result for
+// the action.
 int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
                 const char* limit);
 
 // Reports what else the file format does not allow, in one line without line
-// end. Returns FILE_FAILED.
+// end. Returns the result for the action.
 int fw_bad_format(const fw_action& action, const std::string& problem);
 
 // Read the bodies of record and before-image actions (fwlog_record.cpp).

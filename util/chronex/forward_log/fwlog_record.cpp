@@ -67,7 +67,10 @@ bool decode_after_image(const fw_action& action, byte_run stored,
   const node_entry* database = nullptr;
   if (is_encrypted(set)) {
     database = database_of(operation.node);
-    if (database == nullptr) return false;
+    if (database == nullptr) {
+      fw_unknown_set(action, operation.node.node_id);
+      return false;
+    }
   }
   if (stored.size() < expected) {
     action.reader.numbers.report_short_image(action.file, "record image",
@@ -149,12 +152,10 @@ int mark_new_record(const fw_action& action, const record_header& header,
 
 int process_operation(const fw_action& action, const record_header& header,
                       byte_run data) {
-  session_entry* session =
-      action.events().sessions.session_get_entry(header.session_id);
+  session_entry* session = fw_session(action, header.session_id);
   node_entry* node = action.events().nodes.node_get_entry(header.node_id);
-  if (session == nullptr || node == nullptr || data.empty() || !node->set) {
-    return ACTION_DONE;
-  }
+  if (node == nullptr) return fw_unknown_set(action, header.node_id);
+  if (session == nullptr || data.empty() || !node->set) return ACTION_DONE;
   if (data.size() < FW_OPERATION_HEAD_SIZE) {
     action.reader.numbers.report_short_image(
         action.file, "record operation", data.size(), FW_OPERATION_HEAD_SIZE);
@@ -276,9 +277,8 @@ int fw_before_image(const fw_action& action) {
   if (start == nullptr) return fw_short_read(action, "before-image data");
 
   const node_entry* node = action.events().nodes.node_get_entry(header.node_id);
-  if (action.events().sessions.session_get_entry(header.session_id) ==
-          nullptr ||
-      node == nullptr || !node->set) {
+  if (fw_session(action, header.session_id) == nullptr || node == nullptr ||
+      !node->set) {
     return ACTION_DONE;
   }
   const set_context& set = *node->set;

@@ -74,8 +74,7 @@ int process_sign_off(const fw_action& action, const state_header& header) {
 }
 
 int process_memo_action(const fw_action& action, const state_header& header) {
-  session_entry* session =
-      action.events().sessions.session_get_entry(header.id);
+  session_entry* session = fw_session(action, header.id);
   if (header.size < 4 || session == nullptr) {
     return fw_skip(action, header.size, "audit memo data");
   }

@@ -44,6 +44,7 @@ bool is_standard_input(std::span<char* const> operands) {
 }
 
 int input_list::read_header(input_file& file) {
+  file.stream.take_care(nullptr, passes_over_damage);
   int result = fwlog_read_file_header(file, charset_id_);
   if (result == 1) result = audit_read_file_header(file, charset_id_);
   if (result != 0) return -1;

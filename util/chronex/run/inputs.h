@@ -27,6 +27,9 @@ class input_list {
   // input.
   int open(std::span<char* const> operands);
 
+  // Files are read on behind damage of their compression.
+  bool passes_over_damage = false;
+
   std::span<const std::unique_ptr<input_file>> files() const {
     return {fw_files_.get(), fw_nfiles_};
   }

@@ -79,6 +79,14 @@ class image_table {
     record_hash_.for_each([&](const image_record* record) { visit(*record); });
   }
 
+  // Drops all records that are pending.
+  void clear() {
+    record_hash_.remove_if([](image_record* record) {
+      const std::unique_ptr<image_record> dropped(record);
+      return true;
+    });
+  }
+
   // Gives back a fetched record; its memory serves the next one.
   void release_image_record(std::unique_ptr<image_record> record);
 

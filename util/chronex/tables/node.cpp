@@ -84,6 +84,7 @@ node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
                                        std::unique_ptr<set_context> set) {
   name = name.substr(0, name.find('\0'));
   node_entry* entry = node_get_entry(node_id);
+  if (entry != nullptr) entry->is_uncertain = false;
   if (entry != nullptr &&
       is_repeat(*entry, type, name, db_node_id, set.get())) {
     return nullptr;

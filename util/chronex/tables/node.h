@@ -33,6 +33,8 @@ struct alignas(CACHE_LINE) node_entry {
   std::int32_t node_id = 0;
   // The outputs must still be told the schema, before the next operation.
   bool context_pending = false;
+  // Actions were lost since it was described: it may be another by now.
+  bool is_uncertain = false;
 
   db_key_context_ptr keys{nullptr, nullptr};
   // Its table.
@@ -78,6 +80,11 @@ class node_table {
     node_hash_.for_each([&](const node_entry& entry) {
       if (entry.db_node_id == db_node_id && entry.set) visit(entry);
     });
+  }
+
+  // Actions were lost: no node is certain any more.
+  void make_uncertain() {
+    node_hash_.for_each([](node_entry& entry) { entry.is_uncertain = true; });
   }
 
   // A number that changes whenever a node is registered or redefined, and with

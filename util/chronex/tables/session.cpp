@@ -84,6 +84,7 @@ session_entry* session_table::session_add_entry(std::int32_t session_id,
   session_entry* entry = session_get_entry(session_id);
   if (entry != nullptr) {
     entry->signed_off = false;
+    entry->is_uncertain = false;
     if (same_bytes(entry->sign_on, sign_on)) return nullptr;
     entry->shown_by = 0;
   } else {
@@ -100,6 +101,14 @@ session_entry* session_table::session_add_entry(std::int32_t session_id,
 void session_table::session_cleanup() {
   session_hash_.remove_if(
       [](const session_entry& entry) { return entry.signed_off; });
+}
+
+void session_table::make_uncertain() {
+  session_hash_.for_each([](session_entry& entry) {
+    entry.is_uncertain = true;
+    entry.dbbegin_end = memo_slot();
+    entry.dbmemo = memo_slot();
+  });
 }
 
 void session_set_dbbegin_end(session_entry& entry, owned_bytes text,

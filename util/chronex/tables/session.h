@@ -57,6 +57,9 @@ struct alignas(CACHE_LINE) session_entry {
   bool sign_off_due = false;
   // Signed off: removed at the next session_cleanup.
   bool signed_off = false;
+  // Actions were lost behind its sign-on, or together with it. It may have
+  // signed off since, and another may have its number.
+  bool is_uncertain = false;
   // Connection time in seconds since the epoch; 0 = unknown.
   std::uint32_t conntime = 0;
   // Different for every sign-on registered in a run, and never 0: what is
@@ -101,6 +104,10 @@ class session_table {
   // earlier run go on, so that new ones get numbers of their own.
   std::uint64_t last_sign_on_id() const { return last_sign_on_id_; }
   void set_last_sign_on_id(std::uint64_t id) { last_sign_on_id_ = id; }
+
+  // Actions were lost: no session is certain any more, and what they said last
+  // is forgotten.
+  void make_uncertain();
 
  private:
   session_entry* new_entry(std::int32_t session_id);

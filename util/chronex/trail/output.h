@@ -77,6 +77,10 @@ enum class notice_kind {
   unexpected_end,
   damaged_compression,
   bad_format,
+  // Bytes that were passed over: from and to are set, and found, expected and
+  // missing, of which found is 0 if nothing was found behind them.
+  damaged_bytes,
+  unknown_set,
   malformed_record,
   short_image,
   malformed_sign_on,
@@ -95,6 +99,9 @@ struct trail_notice {
   std::uint32_t found = 0;
   std::uint32_t expected = 0;
   std::uint32_t missing = 0;
+  // Offsets in the input as it is when decompressed.
+  std::uint64_t from = 0;
+  std::uint64_t to = 0;
   // What the later reader of an audit file is told: one of the leads below, and
   // what happened as a sentence. Empty: nothing.
   std::string_view comment{};

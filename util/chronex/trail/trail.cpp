@@ -38,6 +38,19 @@ void trail::node_add_entry(std::int32_t node_id, int type,
   if (type == NODE_DATABASE) nodes.for_each_set(node_id, check);
 }
 
+void trail::actions_lost() {
+  has_lost_actions = true;
+  sessions.make_uncertain();
+  nodes.make_uncertain();
+  images.clear();
+}
+
+session_entry* trail::assume_session(std::int32_t session_id) {
+  session_entry* const entry = sessions.session_add_entry(session_id, {});
+  if (entry != nullptr) entry->is_uncertain = true;
+  return entry;
+}
+
 int trail::file_begins(const input_file& file) {
   place = {.file = &file};
   for (trail_output* output : outputs()) {

@@ -89,6 +89,14 @@ class trail {
                       std::int32_t db_node_id,
                       std::unique_ptr<set_context> set);
 
+  // Actions were lost. Sessions and data sets that are known may have changed
+  // meanwhile, what sessions said and images that wait may have had their
+  // operation.
+  void actions_lost();
+  bool has_lost_actions = false;
+  // Registers a session whose sign-on is lost. Null without memory.
+  session_entry* assume_session(std::int32_t session_id);
+
   // What looks for names that no input has; null: nothing does.
   name_check* names = nullptr;
 

@@ -39,6 +39,7 @@ audit file, compressed or not; - is standard input.
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
       --jobs N            work with N processes side by side
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -53,7 +54,7 @@ int write_trail(trail_run& run, json_output& output, File& file) {
   run.events.add_output(output);
   int status = process_inputs(run);
   if (output.end(status) != 0) status = EXIT_ERROR;
-  if (file.close(status == 0) != 0) status = EXIT_ERROR;
+  if (file.close(status != EXIT_ERROR) != 0) status = EXIT_ERROR;
   return status;
 }
 

@@ -29,6 +29,7 @@ standard input.
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys
   -o, --output NAME       write to a file
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -139,7 +140,7 @@ int write_list(trail_run& run, const shared_options& options, bool json,
     run.messages.print("The list could not be made: %s\n", error.what());
     status = EXIT_ERROR;
   }
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 int run_list(std::span<char*> arguments) {

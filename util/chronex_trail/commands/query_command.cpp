@@ -35,6 +35,7 @@ audit file, compressed or not; - is standard input.
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
   -o, --output NAME       write the answer to a file
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -116,7 +117,7 @@ int answer(trail_run& run, const query_options& options, sql_database& database,
     run.messages.print("The query failed: %s\n", error.what());
     status = EXIT_ERROR;
   }
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 // The answer is that over what could be read, whatever the status.

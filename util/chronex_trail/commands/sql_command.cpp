@@ -45,6 +45,7 @@ audit file, compressed or not; - is standard input.
   -f, --filter-file FILE  the same, from a file
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -166,7 +167,7 @@ int write_database(trail_run& run, const sql_options& options,
     return EXIT_ERROR;
   }
   const int status = fill(run, file, facts);
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 int write_script(trail_run& run, const sql_options& options,

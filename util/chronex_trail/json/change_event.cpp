@@ -8,6 +8,7 @@
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/json/loss_note.h"
 #include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
 
@@ -89,6 +90,7 @@ void json_output::put_operation(const image_operation& operation,
   const set_piece& set = sets_.of(operation.node, charset_at(place), place);
   line_.out().put(set.head);
   line_.notes() += set.notes;
+  append_loss_note(operation.node, line_.notes());
   line_.put_number("recno", operation.recno);
   put_session(operation.session, place);
   put_slots(operation.session);

@@ -11,6 +11,7 @@
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/guarded.h"
 #include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/json/loss_note.h"
 #include "util/chronex_trail/values/event_names.h"
 #include "util/chronex_trail/values/text_origin.h"
 
@@ -90,6 +91,7 @@ void json_output::put_session(const session_entry& session,
   line_.out().put(piece.object);
   line_.out().put('}');
   line_.notes() += piece.notes;
+  append_loss_note(session, line_.notes());
 }
 
 void json_output::put_sign_on(const session_entry& session,
@@ -97,6 +99,7 @@ void json_output::put_sign_on(const session_entry& session,
   const session_piece& piece = sessions_.of(session, charset_at(place));
   line_.out().put(piece.object);
   line_.notes() += piece.notes;
+  append_loss_note(session, line_.notes());
   std::string attributes;
   append_session_attributes(session, charset_at(place), attributes,
                             line_.notes());

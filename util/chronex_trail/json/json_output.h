@@ -75,6 +75,7 @@ class json_output : public trail_output {
 
   // In notice_event.cpp.
   void put_notice(const trail_notice& notice);
+  void put_bytes(const trail_notice& notice);
   void put_numbers(const trail_notice& notice, std::string_view kind);
 
   run_messages& messages_;

@@ -19,6 +19,15 @@ void json_output::put_numbers(const trail_notice& notice,
   line_.put_number("expected", notice.expected);
 }
 
+// Where bytes were passed over, and what was lost by it.
+void json_output::put_bytes(const trail_notice& notice) {
+  line_.put_number("from", static_cast<std::int64_t>(notice.from));
+  line_.put_number("to", static_cast<std::int64_t>(notice.to));
+  line_.put_number("bytes", static_cast<std::int64_t>(notice.to - notice.from));
+  if (notice.found == 0) return;
+  line_.put_number("actions_lost", notice.missing);
+}
+
 void json_output::put_notice(const trail_notice& notice) {
   const notice_shape shape = shape_of(notice.kind);
   line_.begin(notice_event_name(shape.event));
@@ -39,6 +48,7 @@ void json_output::put_notice(const trail_notice& notice) {
   }
   ++warnings_;
   line_.put_source(notice.place);
+  if (notice.kind == notice_kind::damaged_bytes) put_bytes(notice);
   line_.put_text("text", well_formed_utf8(notice.text()));
 }
 

@@ -21,7 +21,8 @@ constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
 constexpr int TIME_ZONE_OPTION = 256;
 constexpr int PROGRESS_OPTION = 257;
 constexpr int JOBS_OPTION = 258;
-constexpr int OWN_OPTIONS = 259;
+constexpr int RESYNC_OPTION = 259;
+constexpr int OWN_OPTIONS = 260;
 
 // ":": the parser keeps silent; its messages are printed here.
 constexpr const char* OPTION_LETTERS = ":e:f:I:Mo:h";
@@ -31,6 +32,7 @@ constexpr option LONG_OPTIONS[] = {
     {"items", required_argument, nullptr, 'I'},
     {"master-keys", no_argument, nullptr, 'M'},
     {"output", required_argument, nullptr, 'o'},
+    {"resync", no_argument, nullptr, RESYNC_OPTION},
     {"time-zone", required_argument, nullptr, TIME_ZONE_OPTION},
     {"progress", required_argument, nullptr, PROGRESS_OPTION},
     {"jobs", required_argument, nullptr, JOBS_OPTION},
@@ -134,6 +136,9 @@ int apply_option(int letter, const char* argument, run_messages& messages,
       return 0;
     case 'o':
       options.output = argument;
+      return 0;
+    case RESYNC_OPTION:
+      options.passes_over_damage = true;
       return 0;
     case TIME_ZONE_OPTION:
       return set_time_zone_option(argument, messages);

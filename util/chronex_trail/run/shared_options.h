@@ -16,6 +16,8 @@ struct shared_options {
   std::vector<std::string> item_lists;
   // The -f arguments.
   std::vector<const char*> filter_files;
+  // --resync
+  bool passes_over_damage = false;
   // -M
   bool use_master_keys = false;
   // -o; "-" is standard output.

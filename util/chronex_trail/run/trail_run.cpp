@@ -67,6 +67,12 @@ int process_input(trail_run& run, input_file& file) {
   return result < 0 ? -1 : 0;
 }
 
+// Without the option, damage is told as ever and the status is 0.
+bool has_damage(const trail_run& run) {
+  return run.forward_logs.passes_over_damage &&
+         run.forward_logs.numbers.has_passed_over();
+}
+
 int process_files(trail_run& run,
                   std::span<const std::unique_ptr<input_file>> files) {
   const run_progress progress(run.messages, run.inputs, run.progress);
@@ -76,7 +82,7 @@ int process_files(trail_run& run,
     run.forward_logs.is_growing = file.get() == last;
     if (process_input(run, *file) != 0) return EXIT_ERROR;
   }
-  return 0;
+  return has_damage(run) ? EXIT_DAMAGED : 0;
 }
 
 // A text of the command line in the characters of the logs; none, with a
@@ -162,6 +168,9 @@ bool is_same_log(const input_file& one, const input_file& other) {
 int prepare_run(trail_run& run, const shared_options& options) {
   run.progress = options.progress;
   if (options.use_master_keys && ko_mkey_init() != 0) return -1;
+  run.inputs.passes_over_damage = options.passes_over_damage;
+  run.forward_logs.passes_over_damage = options.passes_over_damage;
+  run.forward_logs.numbers.loses_actions_in_gaps = options.passes_over_damage;
   if (run.inputs.open(options.operands) != 0) return -1;
   if (set_filter(run, options) != 0) return -1;
   if (set_item_names(run, options) != 0) return -1;
@@ -182,6 +191,6 @@ int process_some(trail_run& run, std::size_t begin, std::size_t end) {
 
 int process_inputs(trail_run& run) {
   const int status = process_some(run, 0, run.inputs.files().size());
-  if (status == 0 && run.is_last_piece) tell_unknown_names(run);
+  if (status != EXIT_ERROR && run.is_last_piece) tell_unknown_names(run);
   return status;
 }

@@ -23,6 +23,10 @@
 #include "util/chronex/trail/trail.h"
 #include "util/chronex_trail/run/shared_options.h"
 
+// The exit status of a run that is complete but for what was passed over as
+// damage.
+inline constexpr int EXIT_DAMAGED = 3;
+
 struct trail_run {
   run_messages messages;
   run_filter filter{messages};
@@ -72,8 +76,8 @@ bool is_same_log(const input_file& one, const input_file& other);
 int prepare_run(trail_run& run, const shared_options& options);
 
 // Processes all inputs, and says on standard error which names of the filter
-// and of -I none of them has. Returns the exit status, 0 or 1; messages have
-// been printed.
+// and of -I none of them has. Returns the exit status, 0, 1 or EXIT_DAMAGED;
+// messages have been printed.
 int process_inputs(trail_run& run);
 
 // The same for some of the inputs, from `begin` up to, but without, `end`; no

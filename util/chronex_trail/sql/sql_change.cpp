@@ -5,6 +5,7 @@
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex_trail/json/field_note.h"
+#include "util/chronex_trail/json/loss_note.h"
 #include "util/chronex_trail/json/shown_image.h"
 #include "util/chronex_trail/sql/sql_guarded.h"
 #include "util/chronex_trail/values/event_names.h"
@@ -113,7 +114,9 @@ void sql_output::insert_change(const image_operation& operation,
   ++n_;
   ++changes_;
   notes_ = set.notes;
+  append_loss_note(operation.node, notes_);
   notes_ += sessions_.of(operation.session, charset).notes;
+  append_loss_note(operation.session, notes_);
   bind_operation(operation, place);
   change_->bind(CHANGE_DATA_SET, table.data_set);
   bind_slots(operation.session);

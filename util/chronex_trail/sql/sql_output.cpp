@@ -172,6 +172,14 @@ int sql_output::memo(const memo_view& memo) {
   return guarded([&] { insert_memo(memo); });
 }
 
+// What is lost with bytes that were passed over, if that is known.
+void sql_output::bind_loss(const trail_notice& notice) {
+  if (notice.found == 0) return;
+  notice_->bind(6, notice.found);
+  notice_->bind(7, notice.expected);
+  notice_->bind(8, notice.missing);
+}
+
 void sql_output::insert_notice(const trail_notice& notice) {
   const notice_shape shape = shape_of(notice.kind);
   const bool is_gap = shape.event == notice_event::gap;
@@ -187,6 +195,7 @@ void sql_output::insert_notice(const trail_notice& notice) {
     gaps_ += is_gap ? 1 : 0;
   } else {
     row.bind_text(5, well_formed_utf8(notice.text()));
+    if (notice.kind == notice_kind::damaged_bytes) bind_loss(notice);
     ++warnings_;
   }
   row.end();

@@ -93,6 +93,7 @@ class sql_output : public trail_output {
   void insert_session(const session_entry& session, const event_place& place);
   void insert_memo(const memo_view& memo);
   void insert_notice(const trail_notice& notice);
+  void bind_loss(const trail_notice& notice);
   void bind_attribute(row_writer& row, int at, const session_entry& session,
                       std::string_view key, int charset);
   void insert_run(int status);

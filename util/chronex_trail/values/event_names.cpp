@@ -46,6 +46,8 @@ notice_shape shape_of(notice_kind kind) {
       return {notice_event::repeat, "sequence"};
     case notice_kind::repeated_actions:
       return {notice_event::repeat, "action"};
+    case notice_kind::damaged_bytes:
+      return {notice_event::damage, "bytes"};
     case notice_kind::server_abort:
       return {notice_event::warning, "abort"};
     case notice_kind::role_change:

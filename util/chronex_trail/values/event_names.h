@@ -22,7 +22,7 @@ std::string_view format_name(const input_file& file);
 enum class notice_event { gap, repeat, damage, warning };
 
 // What kind of event a notice is, and its kind among these or the warning's
-// code.
+// code. Of damage only bytes that were passed over have a kind.
 struct notice_shape {
   notice_event event;
   std::string_view kind;
