@@ -110,6 +110,12 @@ bool careful_actions::is_end(const next_action& next) {
          chain_at(follower) == chain_state::holds;
 }
 
+// What is there of the action stays unread.
+int careful_actions::interrupted() {
+  reader_.was_interrupted = true;
+  return FILE_DONE;
+}
+
 int careful_actions::process_action() {
   const std::uint64_t from = file_.stream.position();
   const byte_run bytes = file_.stream.peek(1);
@@ -126,7 +132,7 @@ int careful_actions::pass_long_action(const next_action& next) {
   const std::uint64_t from = file_.stream.position();
   const action_head head = decode_action_head(next.bytes.data());
   const bool is_there = file_.stream.skip(next.extent.length);
-  if (!is_there && file_.stream.stopped()) return FILE_DONE;
+  if (!is_there && file_.stream.stopped()) return interrupted();
   if (is_there && (!reader_.passes_over_damage ||
                    is_followed(head, file_.stream.peek(FW_ACTION_HEAD_SIZE,
                                                        TAKES_WHAT_IS_THERE)))) {
@@ -145,7 +151,7 @@ int careful_actions::pass_over(std::uint64_t from, const std::string& reason,
                                std::uint64_t step) {
   input_stream& stream = file_.stream;
   const bool found = stream.skip(step) && seek(from);
-  if (!found && stream.stopped()) return FILE_DONE;
+  if (!found && stream.stopped()) return interrupted();
   if (!found && report_no_resources(file_)) return FILE_FAILED;
   damaged_bytes damage{.from = from,
                        .to = stream.position(),
@@ -212,7 +218,7 @@ int careful_actions::process_next() {
   const next_action next = look();
   const std::uint64_t from = file_.stream.position();
   if (!next.is_whole() && !next.is_long() && file_.stream.stopped()) {
-    return FILE_DONE;
+    return interrupted();
   }
   const bool seeks = reader_.passes_over_damage;
   if (seeks && !is_begin(next)) {

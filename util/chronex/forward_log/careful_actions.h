@@ -48,6 +48,7 @@ class careful_actions {
   bool is_begin(const next_action& next);
   bool is_followed(const action_head& head, byte_run follower) const;
   bool is_end(const next_action& next);
+  int interrupted();
   int process_action();
   int pass_long_action(const next_action& next);
   int pass_over(std::uint64_t from, const std::string& reason,

@@ -137,7 +137,7 @@ int fwlog_reader::process_actions(input_file& file) {
     events.action_done();
   }
   // More of it may come.
-  if (!position.missing.empty()) return result;
+  if (was_interrupted || !position.missing.empty()) return result;
   position.is_done = true;
   // What follows this file is no repeat of it.
   events.f_skip_action = false;

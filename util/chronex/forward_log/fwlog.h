@@ -56,6 +56,10 @@ class fwlog_reader {
   // Actions are processed only once they are there as a whole.
   bool awaits_whole_actions = false;
 
+  // A growing file was left within its actions because the run is to end; what
+  // came of it is whole.
+  bool was_interrupted = false;
+
   // For the readers of single actions.
   trail& events;
   scratch_buffer& scratch;

@@ -1,7 +1,6 @@
 #include "util/chronex/forward_log/fwlog_action.h"
 
 int fw_short_read(const fw_action& action, const char* what) {
-  if (action.stream().stopped()) return FILE_DONE;
   if (report_no_resources(action.file)) return FILE_FAILED;
   if (action.reader.is_growing && action.stream().error().empty()) {
     action.reader.position.missing = what;

@@ -79,6 +79,16 @@ int read_extension(input_file& file, int& charset_id) {
 
 }  // namespace
 
+bool may_be_forward_log(std::span<const std::uint8_t> bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()),
+                              bytes.size());
+  const auto begins = [text](std::string_view signature) {
+    const std::size_t known = std::min(text.size(), signature.size());
+    return text.substr(0, known) == signature.substr(0, known);
+  };
+  return begins(FWLOG_SIGNATURE) || begins(FWLOG_AUDIT_ONLY_SIGNATURE);
+}
+
 int fwlog_read_file_header(input_file& file, int& charset_id) {
   const std::uint8_t* block = file.stream.take(SIGNATURE_SIZE);
   if (block == nullptr) {

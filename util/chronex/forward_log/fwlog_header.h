@@ -1,7 +1,14 @@
 #ifndef CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_HEADER_H
 #define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_HEADER_H
 
+#include <cstdint>
+#include <span>
+
 #include "util/chronex/input/input_file.h"
+
+// Whether a file that begins with these bytes, as many as there are, may be a
+// forward log.
+bool may_be_forward_log(std::span<const std::uint8_t> bytes);
 
 // Reads the header of a newly opened input. The result is 0 for a forward log;
 // 1 when the file is something else, of which the signature block has then been

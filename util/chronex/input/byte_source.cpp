@@ -126,6 +126,7 @@ std::size_t live_source::read(std::span<std::uint8_t> room) {
 // Reads what is there, waiting for at least one byte. 0 at the end, or without
 // waiting where there is nothing yet.
 std::size_t live_source::read_descriptor(std::span<std::uint8_t> room) {
+  if (stop_requested()) input_ended_ = true;
   if (input_ended_) return 0;
   settings_.before_wait();
   do {
@@ -137,6 +138,10 @@ std::size_t live_source::read_descriptor(std::span<std::uint8_t> room) {
     input_ended_ = !input_is_dry_ && (count < 0 || !more_may_come());
   } while (!input_ended_ && !input_is_dry_);
   return 0;
+}
+
+bool live_source::stop_requested() const {
+  return settings_.growth != nullptr && settings_.growth->stopped();
 }
 
 bool live_source::more_may_come() {
@@ -203,14 +208,15 @@ void live_source::end_member() {
 // soon, and the search goes on.
 void live_source::seek_member() {
   while (have_pending(GZIP_MAGIC.size())) {
-    const auto found = std::ranges::search(pending_, GZIP_MAGIC);
+    const auto found = std::search(pending_.begin(), pending_.end(),
+                                   GZIP_MAGIC.begin(), GZIP_MAGIC.end());
+    const bool is_there = found != pending_.end();
     // The last byte may be the first of the next begin.
-    const std::size_t passed =
-        found.empty()
-            ? pending_.size() - 1
-            : static_cast<std::size_t>(found.begin() - pending_.begin());
-    pending_ = pending_.subspan(passed);
-    if (found.empty()) continue;
+    pending_ =
+        is_there
+            ? pending_.last(static_cast<std::size_t>(pending_.end() - found))
+            : pending_.last(1);
+    if (!is_there) continue;
     if (error_.empty()) error_ = "unknown data between compressed data";
     begin_member();
     return;

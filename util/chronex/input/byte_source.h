@@ -117,6 +117,7 @@ class live_source final : public byte_source {
   enum class place { begin, plain, member, behind_member, damaged, end };
 
   std::size_t read_descriptor(std::span<std::uint8_t> room);
+  bool stop_requested() const;
   bool more_may_come();
   bool have_pending(std::size_t count);
   bool member_follows();

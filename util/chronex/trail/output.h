@@ -81,6 +81,7 @@ enum class notice_kind {
   // missing, of which found is 0 if nothing was found behind them.
   damaged_bytes,
   unknown_set,
+  file_changed,
   malformed_record,
   short_image,
   malformed_sign_on,

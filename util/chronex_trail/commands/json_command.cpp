@@ -12,6 +12,7 @@
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/files/split_directory.h"
+#include "util/chronex_trail/follow/follow_run.h"
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/values/text_origin.h"
@@ -36,6 +37,8 @@ audit file, compressed or not; - is standard input.
                           state in FILE, and leave it there again; -o writes on
                           in its file
       --from STATE        write the piece that begins with a state of states
+      --follow            read on as logs are written, until SIGTERM or SIGINT;
+                          FILE may be a directory of logs
       --split DIR         write compressed files in a new directory, one for
                           the changes of each data set and day (UTC)
       --jobs N            work with N processes side by side
@@ -48,64 +51,130 @@ Example:
   chronex-trail json -e 'user={BOB}' -o bob.jsonl.gz shop.7-1 shop.7-2
 )";
 
+// The options of this command.
+struct json_options {
+  shared_options shared;
+  std::string directory;
+  std::string state;
+  std::string from;
+  bool follow = false;
+};
+
+// Where the trail comes from.
+struct trail_source {
+  trail_run& run;
+  // Null: from inputs that are whole.
+  follow_run* followed = nullptr;
+
+  int process(json_output& output) const {
+    if (followed == nullptr) return process_inputs(run);
+    // Messages and events come in their order, as each is let out at once.
+    followed->follower.before_wait = [&output] { output.let_out(); };
+    run.messages.set_let_out(followed->follower.before_wait);
+    const int status = followed->process();
+    run.messages.set_let_out({});
+    return status;
+  }
+  std::string first_name() const {
+    const input_file* const first = followed != nullptr
+                                        ? followed->first()
+                                        : run.inputs.files().front().get();
+    return std::string(first == nullptr ? "none" : name_as_given(*first));
+  }
+};
+
 // Sends the trail to an output whose file is open.
 template <typename File>
-int write_trail(trail_run& run, json_output& output, File& file) {
-  run.events.add_output(output);
-  int status = process_inputs(run);
+int write_trail(const trail_source& source, json_output& output, File& file) {
+  source.run.events.add_output(output);
+  int status = source.process(output);
   if (output.end(status) != 0) status = EXIT_ERROR;
   if (file.close(status != EXIT_ERROR) != 0) status = EXIT_ERROR;
   return status;
 }
 
-// The options of this command.
-struct json_options {
-  shared_options shared;
-  std::string split;
-  std::string state;
-  std::string from;
-};
-
-int write_file(trail_run& run, const shared_options& options) {
+int write_file(const trail_source& source, const shared_options& options) {
+  trail_run& run = source.run;
   result_file file(run.messages);
   const auto output =
       std::make_unique<json_output>(run.messages, file, &run.item_names);
   if (file.open(options.output, options.use_master_keys) != 0) {
     return EXIT_ERROR;
   }
-  return write_trail(run, *output, file);
+  return write_trail(source, *output, file);
 }
 
-int write_directory(trail_run& run, const shared_options& options,
-                    const std::string& name) {
+int write_directory(const trail_source& source, const json_options& options) {
+  trail_run& run = source.run;
   split_directory directory(run.messages);
   const auto output =
       std::make_unique<json_output>(run.messages, directory, &run.item_names);
-  if (directory.open(name, options.use_master_keys) != 0) return EXIT_ERROR;
+  if (directory.open(options.directory, options.shared.use_master_keys) != 0) {
+    return EXIT_ERROR;
+  }
   const std::string change_file =
-      base_name_part(name_as_given(*run.inputs.files().front())) + ".jsonl.gz";
+      base_name_part(source.first_name()) + ".jsonl.gz";
   output->split(directory, change_file);
-  return write_trail(run, *output, directory);
+  return write_trail(source, *output, directory);
+}
+
+int write(const trail_source& source, const json_options& options) {
+  return options.directory.empty() ? write_file(source, options.shared)
+                                   : write_directory(source, options);
+}
+
+int run_followed(trail_run& run, const json_options& options) {
+  follow_run followed(run);
+  // A log that comes later may be the output, too.
+  followed.follower.check_log = [&](std::string name) {
+    if (!options.directory.empty()) return 0;
+    char* const operand = name.data();
+    shared_options log = options.shared;
+    log.operands = {&operand, 1};
+    return check_output(run, log);
+  };
+  if (followed.prepare(options.shared) != 0) return EXIT_ERROR;
+  return write({.run = run, .followed = &followed}, options);
+}
+
+// What was carried on must be known to the last bit, which it is not behind
+// damage; and of the ways to go on with a trail, only one can be gone.
+int check_combination(const json_options& options, run_messages& messages) {
+  const bool splits = !options.directory.empty();
+  const bool has_state = !options.state.empty() || !options.from.empty();
+  if (splits && options.shared.output != "-") {
+    messages.print("Only one of -o and --split is possible\n");
+    return EXIT_USAGE;
+  }
+  if (splits + !options.state.empty() + !options.from.empty() > 1) {
+    messages.print("Only one of --state, --from and --split is possible\n");
+    return EXIT_USAGE;
+  }
+  if (has_state && (options.follow || options.shared.passes_over_damage)) {
+    messages.print(
+        "--state and --from go neither with --follow nor with"
+        " --resync\n");
+    return EXIT_USAGE;
+  }
+  return 0;
 }
 
 int parse(std::span<char*> arguments, run_messages& messages,
           json_options& options) {
-  const own_option own[] = {{.name = "split", .text = &options.split},
+  const own_option own[] = {{.name = "split", .text = &options.directory},
                             {.name = "state", .text = &options.state},
-                            {.name = "from", .text = &options.from}};
+                            {.name = "from", .text = &options.from},
+                            {.name = "follow", .flag = &options.follow}};
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
   if (status != 0 || options.shared.help) return status;
-  if (!options.split.empty() && options.shared.output != "-") {
-    messages.print("Only one of -o and --split is possible\n");
-    return EXIT_USAGE;
-  }
-  if (!options.split.empty() + !options.state.empty() + !options.from.empty() >
-      1) {
-    messages.print("Only one of --state, --from and --split is possible\n");
-    return EXIT_USAGE;
-  }
-  return 0;
+  return check_combination(options, messages);
+}
+
+// Each piece would have to know what the ones before it have passed over.
+bool has_jobs(const json_options& options) {
+  return options.directory.empty() && options.shared.jobs > 1 &&
+         !options.shared.passes_over_damage;
 }
 
 int run_json(std::span<char*> arguments) {
@@ -117,9 +186,10 @@ int run_json(std::span<char*> arguments) {
     std::fputs(HELP, stdout);
     return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
   }
-  if (options.split.empty() && check_output(*run, options.shared) != 0) {
+  if (options.directory.empty() && check_output(*run, options.shared) != 0) {
     return EXIT_ERROR;
   }
+  if (options.follow) return run_followed(*run, options);
   if (!options.from.empty()) {
     return json_from_state(*run, options.shared, options.from);
   }
@@ -127,12 +197,10 @@ int run_json(std::span<char*> arguments) {
     return json_with_state(*run, options.shared, options.state);
   }
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  if (options.split.empty() && options.shared.jobs > 1 && can_have_jobs(*run)) {
+  if (has_jobs(options) && can_have_jobs(*run)) {
     return json_with_jobs(*run, options.shared);
   }
-  return options.split.empty()
-             ? write_file(*run, options.shared)
-             : write_directory(*run, options.shared, options.split);
+  return write({.run = *run}, options);
 }
 
 }  // namespace

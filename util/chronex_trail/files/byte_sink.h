@@ -14,6 +14,8 @@ class byte_sink {
   // Takes the next bytes. Returns 0, or -1 after a failure that ends the run;
   // the message has been printed.
   virtual int write(std::string_view bytes) = 0;
+  // Hands what was collected of it to the system. Returns 0, or -1 as above.
+  virtual int flush() { return 0; }
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_FILES_BYTE_SINK_H

@@ -177,6 +177,8 @@ int result_file::write(std::string_view bytes) {
   return compressed_ ? compressed_->write(bytes) : system_.write(bytes);
 }
 
+int result_file::flush() { return compressed_ ? compressed_->end_member() : 0; }
+
 // Makes sure that what was written has reached the system.
 int result_file::finish_writing() {
   if (compressed_ && !failed_) compressed_->finish();

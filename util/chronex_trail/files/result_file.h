@@ -57,6 +57,7 @@ class result_file : public byte_sink {
   int append_part(int part);
 
   int write(std::string_view bytes) override;
+  int flush() override;
 
   // Ends the file. It gets its name if it is complete; else it stays as
   // NAME.partial, and a message says so. Returns 0, or -1 with a message when

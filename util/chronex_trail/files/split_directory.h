@@ -33,6 +33,7 @@ class split_directory : public byte_sink {
   void select(std::string_view path);
 
   int write(std::string_view bytes) override;
+  int flush() override { return write_all(); }
 
   // Ends all files. The directory gets its name if it is complete; else it
   // stays as DIR.partial, and a message says so. Returns 0, or -1 with a

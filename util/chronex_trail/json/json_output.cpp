@@ -55,6 +55,7 @@ void put_schema_items(event_line& line, const set_context& set, int charset) {
 json_output::json_output(run_messages& messages, byte_sink& sink,
                          const item_name_list* listed)
     : messages_(messages),
+      sink_(sink),
       line_(sink),
       record_(line_.out(), line_.notes()),
       sets_(listed) {}
@@ -203,6 +204,8 @@ bool json_output::restore(state_reader& state) {
   warnings_ = state.u64();
   return !state.has_failed();
 }
+
+int json_output::let_out() { return line_.flush() == 0 ? sink_.flush() : -1; }
 
 int json_output::end(int status) {
   line_.begin_end();

@@ -45,6 +45,9 @@ class json_output : public trail_output {
 
   // Hands everything to the sink. Returns 0, or -1 after a failed write.
   int flush() { return line_.flush(); }
+  // Hands all events to the system, and what the sink has collected of them.
+  // Returns 0, or -1 after a failed write.
+  int let_out();
 
   // What the next event depends on, of those before: the counters.
   void save(state_writer& state) const;
@@ -79,6 +82,7 @@ class json_output : public trail_output {
   void put_numbers(const trail_notice& notice, std::string_view kind);
 
   run_messages& messages_;
+  byte_sink& sink_;
   event_line line_;
   record_text record_;
   session_pieces sessions_;

@@ -35,7 +35,8 @@ struct shared_options {
 // An option that a command has besides, always a long one.
 struct own_option {
   const char* name;
-  // Takes the argument, which must not be empty; null: the option has none, and sets the flag.
+  // Takes the argument, which must not be empty; null: the option has none, and
+  // sets the flag.
   std::string* text = nullptr;
   bool* flag = nullptr;
 };

@@ -80,9 +80,9 @@ int process_files(trail_run& run,
   for (const std::unique_ptr<input_file>& file : files) {
     if (turn_of(run, *file) == input_turn::passed_over) continue;
     run.forward_logs.is_growing = file.get() == last;
-    if (process_input(run, *file) != 0) return EXIT_ERROR;
+    if (process_input(run, *file) != 0) return -1;
   }
-  return has_damage(run) ? EXIT_DAMAGED : 0;
+  return 0;
 }
 
 // A text of the command line in the characters of the logs; none, with a
@@ -139,6 +139,20 @@ void tell_unknown_names(trail_run& run) {
   }
 }
 
+// Calls what processes inputs and takes what it throws. Returns the exit
+// status.
+int status_of(trail_run& run, const std::function<int()>& process) {
+  try {
+    if (process() != 0) return EXIT_ERROR;
+    return has_damage(run) ? EXIT_DAMAGED : 0;
+  } catch (const run_failed&) {
+    return EXIT_ERROR;
+  } catch (const std::bad_alloc&) {
+    run.messages.print("Memory allocation failed\n");
+    return EXIT_ERROR;
+  }
+}
+
 }  // namespace
 
 input_turn turn_of(const trail_run& run, const input_file& file) {
@@ -165,32 +179,40 @@ bool is_same_log(const input_file& one, const input_file& other) {
          is_same_log_name(one.name, other.name);
 }
 
-int prepare_run(trail_run& run, const shared_options& options) {
-  run.progress = options.progress;
-  if (options.use_master_keys && ko_mkey_init() != 0) return -1;
+void take_damage_option(trail_run& run, const shared_options& options) {
   run.inputs.passes_over_damage = options.passes_over_damage;
   run.forward_logs.passes_over_damage = options.passes_over_damage;
   run.forward_logs.numbers.loses_actions_in_gaps = options.passes_over_damage;
-  if (run.inputs.open(options.operands) != 0) return -1;
+}
+
+int prepare_selection(trail_run& run, const shared_options& options) {
   if (set_filter(run, options) != 0) return -1;
   if (set_item_names(run, options) != 0) return -1;
   watch_names(run);
   return 0;
 }
 
+int prepare_run(trail_run& run, const shared_options& options) {
+  run.progress = options.progress;
+  if (options.use_master_keys && ko_mkey_init() != 0) return -1;
+  take_damage_option(run, options);
+  if (run.inputs.open(options.operands) != 0) return -1;
+  return prepare_selection(run, options);
+}
+
+int guarded_run(trail_run& run, const std::function<int()>& process) {
+  const int status = status_of(run, process);
+  if (status != EXIT_ERROR && run.is_last_piece) tell_unknown_names(run);
+  return status;
+}
+
 int process_some(trail_run& run, std::size_t begin, std::size_t end) {
-  try {
+  return status_of(run, [&run, begin, end] {
     return process_files(run, run.inputs.files().subspan(begin, end - begin));
-  } catch (const run_failed&) {
-    return EXIT_ERROR;
-  } catch (const std::bad_alloc&) {
-    run.messages.print("Memory allocation failed\n");
-    return EXIT_ERROR;
-  }
+  });
 }
 
 int process_inputs(trail_run& run) {
-  const int status = process_some(run, 0, run.inputs.files().size());
-  if (status != EXIT_ERROR && run.is_last_piece) tell_unknown_names(run);
-  return status;
+  return guarded_run(run,
+                     [&run] { return process_files(run, run.inputs.files()); });
 }

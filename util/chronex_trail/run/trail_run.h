@@ -5,6 +5,7 @@
 // adds its own.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,6 +75,16 @@ bool is_same_log(const input_file& one, const input_file& other);
 // the filter: all that can fail before something is written. Returns 0, or -1
 // with a message.
 int prepare_run(trail_run& run, const shared_options& options);
+
+// The parts of this for a run that does not open its inputs at once: what
+// --resync asks for, and the selection by filter and items, when a header has
+// been read.
+void take_damage_option(trail_run& run, const shared_options& options);
+int prepare_selection(trail_run& run, const shared_options& options);
+
+// Calls what processes inputs, which returns 0, or -1 with a message, and takes
+// what it throws. Returns what process_inputs does.
+int guarded_run(trail_run& run, const std::function<int()>& process);
 
 // Processes all inputs, and says on standard error which names of the filter
 // and of -I none of them has. Returns the exit status, 0, 1 or EXIT_DAMAGED;
