@@ -137,6 +137,16 @@ program_result test_directory::run_trail(
                      {.input = input, .environment = environment}));
 }
 
+int test_directory::start_trail(
+    const std::vector<std::string>& arguments) const {
+  return start(CHRONEX_TRAIL_PROGRAM, arguments, {});
+}
+
+program_result test_directory::stop(int process, int signal) const {
+  kill(process, signal);
+  return await(process);
+}
+
 program_result test_directory::run_on_terminal(
     const std::vector<std::string>& arguments, int descriptor,
     int signal) const {

@@ -42,6 +42,11 @@ class test_directory {
   program_result run_trail(
       const std::vector<std::string>& arguments, std::string_view input = {},
       const std::vector<std::string>& environment = {}) const;
+  // Starts chronex-trail in the directory. What it prints so far can be read as
+  // "(out)" and "(err)".
+  int start_trail(const std::vector<std::string>& arguments) const;
+  // Sends a signal to what was started, and waits for its end.
+  program_result stop(int process, int signal) const;
   // Runs chronex where standard output or standard error, as `descriptor` says,
   // is a terminal. It shows everything as it comes, line ends included. As soon
   // as it shows something, the program gets the signal, if that is not 0.

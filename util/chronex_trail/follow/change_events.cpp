@@ -23,6 +23,7 @@ constexpr milliseconds LONGEST_WAIT{5000};
 constexpr std::uint32_t IN_DIRECTORY = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE |
                                        IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE |
                                        IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr std::uint32_t CONTENTS = IN_MODIFY | IN_CLOSE_WRITE;
 constexpr std::uint32_t OF_FILE = IN_MODIFY | IN_ATTRIB;
 
 // Types of file systems (statfs) on which others may write unseen: NFS, SMB,
@@ -87,7 +88,7 @@ bool change_events::read_events() {
       std::memcpy(&event, buffer.data() + at, sizeof event);
       const char* const name = buffer.data() + at + sizeof event;
       const bool is_growth =
-          event.mask == IN_MODIFY &&
+          (event.mask & ~CONTENTS) == 0 &&
           (event.wd == file_watch_ || (event.len > 0 && file_name_ == name));
       others = others || !is_growth;
       at += sizeof event + event.len;

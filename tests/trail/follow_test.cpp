@@ -1,0 +1,264 @@
+// Logs that are followed while they are written.
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "tests/support/log_builder.h"
+#include "tests/support/run_program.h"
+#include "util/chronex_trail/follow/change_events.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr int SET = 7;
+constexpr int BOB = 5;
+
+log_builder log_of(std::uint32_t generation, std::uint32_t sequence) {
+  return log_builder({.generation = generation, .sequence = sequence});
+}
+
+log_builder& start(log_builder& log) {
+  log.database(1, "shop").data_set(SET, 1, "orders", {{"A", 'X', 1, 4}});
+  return log.sign_on(BOB, {"user{BOB}"});
+}
+
+// A directory with a directory of logs in it, and a follower of that.
+class followed_logs {
+ public:
+  followed_logs() { fs::create_directory(directory.path("logs")); }
+  ~followed_logs() {
+    if (process_ > 0) directory.stop(process_, SIGKILL);
+  }
+
+  void follow(const std::vector<std::string>& operands = {"logs"}) {
+    std::vector<std::string> arguments{"json", "--follow"};
+    arguments.insert(arguments.end(), operands.begin(), operands.end());
+    process_ = directory.start_trail(arguments);
+  }
+  program_result stop(int signal) {
+    const int process = process_;
+    process_ = 0;
+    return directory.stop(process, signal);
+  }
+
+  void append(const std::string& name, std::string_view bytes) const {
+    std::ofstream(directory.path("logs/" + name),
+                  std::ios::binary | std::ios::app)
+        << bytes;
+  }
+  // In pieces that end anywhere.
+  void append_torn(const std::string& name, std::string_view bytes) const {
+    std::size_t size = 1;
+    while (!bytes.empty()) {
+      append(name, bytes.substr(0, size));
+      bytes.remove_prefix(std::min(size, bytes.size()));
+      size = size * 7 % 101 + 1;
+      std::this_thread::sleep_for(100us);
+    }
+  }
+  // How many changes the follower has shown.
+  std::size_t changes() const {
+    const std::string out = directory.read_raw("(out)");
+    std::size_t count = 0;
+    for (std::size_t at = 0;
+         (at = out.find("\"type\":\"change\"", at)) != std::string::npos;
+         ++at) {
+      ++count;
+    }
+    return count;
+  }
+  // Waits until so many changes, or a text on standard error, are there.
+  template <typename Condition>
+  static bool comes(Condition condition) {
+    for (int i = 0; i < 2000 && !condition(); ++i) {
+      std::this_thread::sleep_for(10ms);
+    }
+    return condition();
+  }
+  bool shows(std::size_t count) const {
+    return comes([&] { return changes() >= count; });
+  }
+  bool says(const std::string& text) const {
+    return comes([&] {
+      return directory.read_raw("(err)").find(text) != std::string::npos;
+    });
+  }
+  void make_old(const std::string& name) const {
+    fs::last_write_time(directory.path("logs/" + name),
+                        fs::file_time_type::clock::now() - 1h);
+  }
+
+  test_directory directory;
+
+ private:
+  int process_ = 0;
+};
+
+TEST(Follow, ShowsWhatARunOverWholeLogsShows) {
+  followed_logs logs;
+  logs.append("notes.txt", "no log");
+  logs.append("empty", "");
+  logs.follow();
+  std::vector<log_builder> written{log_of(7, 1), log_of(7, 2), log_of(7, 3),
+                                   log_of(8, 1)};
+  start(written[0]);
+  std::vector<std::string> names{"s.1", "s.2", "s.3.gz", "s.4"};
+  std::uint32_t recno = 0;
+  for (std::size_t i = 0; i < written.size(); ++i) {
+    for (int k = 0; k < 40; ++k) {
+      written[i].put(BOB, SET, ++recno, "aaaa");
+      written[i].update(BOB, SET, recno, "aaaa", "bbbb");
+    }
+    written[i].cluster(30, 30).end();
+    if (names[i].ends_with(".gz")) {
+      logs.directory.write("whole", written[i].bytes(), true);
+      fs::rename(logs.directory.path("whole"),
+                 logs.directory.path("logs/" + names[i]));
+      continue;
+    }
+    logs.append_torn(names[i], written[i].bytes().substr(0, 6000));
+    logs.append(names[i], written[i].bytes().substr(6000));
+  }
+  EXPECT_TRUE(logs.shows(320));
+  const program_result followed = logs.stop(SIGTERM);
+  EXPECT_EQ(0, followed.status);
+  EXPECT_EQ("", followed.err);
+  const program_result whole = logs.directory.run_trail(
+      {"json", "logs/s.1", "logs/s.2", "logs/s.3.gz", "logs/s.4"});
+  EXPECT_EQ(whole.out, followed.out);
+}
+
+TEST(Follow, WaitsForWholeActions) {
+  for (const bool resync : {false, true}) {
+    followed_logs logs;
+    log_builder log = log_of(7, 1);
+    logs.append("log", start(log).put(BOB, SET, 1, "aaaa").take());
+    logs.follow(resync ? std::vector<std::string>{"--resync", "logs"}
+                       : std::vector<std::string>{"logs/log"});
+    EXPECT_TRUE(logs.shows(1));
+    const std::string next = log.put(BOB, SET, 2, "bbbb").take();
+    logs.append("log", next.substr(0, 30));
+    std::this_thread::sleep_for(200ms);
+    EXPECT_EQ(1U, logs.changes());
+    logs.append("log", next.substr(30));
+    EXPECT_TRUE(logs.shows(2));
+    logs.append("log", log.put(BOB, SET, 3, "cccc").take().substr(0, 30));
+    std::this_thread::sleep_for(50ms);
+    // What is torn when the run ends is no damage.
+    const program_result result = logs.stop(SIGINT);
+    EXPECT_EQ(0, result.status);
+    EXPECT_EQ("", result.err);
+    EXPECT_TRUE(result.out.ends_with(
+        "\"changes\":2,\"gaps\":0,\"warnings\":0,\"status\":0}\n"))
+        << result.out;
+  }
+}
+
+TEST(Follow, TellsWhatBecomesOfALog) {
+  const struct {
+    const char* what;
+    void (*change)(const followed_logs& logs, const std::string& path);
+  } cases[] = {
+      {"log has become shorter while it was followed\n",
+       [](const followed_logs&, const std::string& path) {
+         fs::resize_file(path, 50);
+       }},
+      {"log was removed or renamed while it was followed\n",
+       [](const followed_logs&, const std::string& path) {
+         fs::rename(path, path + ".old");
+       }},
+      {"log was replaced while it was followed\n",
+       [](const followed_logs& logs, const std::string& path) {
+         logs.append("other", "KORV");
+         fs::rename(logs.directory.path("logs/other"), path);
+       }},
+  };
+  for (const auto& test : cases) {
+    followed_logs logs;
+    log_builder log = log_of(7, 1);
+    logs.append("log", start(log).put(BOB, SET, 1, "aaaa").take());
+    logs.follow();
+    EXPECT_TRUE(logs.shows(1));
+    test.change(logs, logs.directory.path("logs/log"));
+    EXPECT_TRUE(logs.says(test.what)) << test.what;
+    const program_result result = logs.stop(SIGTERM);
+    EXPECT_EQ(0, result.status);
+    EXPECT_NE(result.out.find("\"type\":\"damage\""), std::string::npos);
+  }
+}
+
+TEST(Follow, LeavesLogsThatTheServerHasLeft) {
+  followed_logs logs;
+  log_builder first = log_of(7, 1);
+  logs.append("a", start(first).put(BOB, SET, 1, "aaaa").take());
+  logs.append("b", log_of(7, 3).put(BOB, SET, 2, "aaaa").bytes());
+  log_builder later = log_of(7, 2);
+  // Of what comes behind a file, logs of another volume set are no part.
+  logs.append("c", log_builder({.volume_set_id = 1, .generation = 7}).bytes());
+  logs.append("d", later.put(BOB, SET, 3, "aaaa").take());
+  logs.make_old("a");
+  logs.make_old("d");
+  logs.follow({"logs/a"});
+  EXPECT_TRUE(logs.shows(3));
+  const program_result result = logs.stop(SIGTERM);
+  EXPECT_EQ(0, result.status);
+  EXPECT_EQ(
+      "WARNING: unexpected EOF encountered on forward-log action 7-1.4 while "
+      "reading next tag opcode\n"
+      "WARNING: unexpected EOF encountered on forward-log action 7-2.1 while "
+      "reading next tag opcode\n",
+      result.err);
+}
+
+TEST(Follow, RefusesWhatCannotBeFollowed) {
+  const test_directory directory;
+  directory.write("text", "no log");
+  directory.write("log", log_of(7, 1).bytes());
+  const struct {
+    std::vector<std::string> words;
+    std::string message;
+  } cases[] = {
+      {{"-"}, "-: No such file or directory\n"},
+      {{"text"}, "text: is no forward log, which alone can be followed\n"},
+      {{".", "-o", "log"}, "input and output are the same file\n"},
+  };
+  for (const auto& test : cases) {
+    std::vector<std::string> words{"json", "--follow"};
+    words.insert(words.end(), test.words.begin(), test.words.end());
+    const program_result result = directory.run_trail(words);
+    EXPECT_EQ(1, result.status);
+    EXPECT_NE(result.err.find(test.message), std::string::npos) << result.err;
+  }
+}
+
+TEST(Follow, SeesChangesWithoutTheSystemToo) {
+  const test_directory directory;
+  for (const bool system_events : {true, false}) {
+    change_events events(-1, system_events);
+    ASSERT_TRUE(events.watch_directory(directory.path(".")));
+    const auto begin = std::chrono::steady_clock::now();
+    std::thread writer([&] {
+      std::this_thread::sleep_for(50ms);
+      directory.write("file", "text");
+    });
+    EXPECT_TRUE(events.wait(1min));
+    writer.join();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 1s);
+    // The growth of the one file needs no look at the directory.
+    events.watch_file(directory.path("file"));
+    while (system_events && events.wait(0ms) && events.wait(100ms)) break;
+    std::ofstream(directory.path("file"), std::ios::app) << "more";
+    EXPECT_EQ(!system_events, events.wait(1min));
+  }
+}
+
+}  // namespace
