@@ -12,7 +12,7 @@ _chronex_trail() {
   local options='--filter --filter-file --help --items --jobs --master-keys
     --output --progress --resync --time-zone'
   local -A own_options=(
-    [json]='--from --split --state'
+    [json]='--follow --from --split --state'
     [sql]='--append --cluster --engine --force --segment --state'
     [query]='--json --list-tables --schema'
     [list]=--json

@@ -60,6 +60,10 @@ void apply_settings(std::uint8_t settings, chronex_run& run) {
       .image_dump = dump,
       .item_limit = (settings & RUN_ITEM_LIMIT) != 0 ? 2 : 1000000};
   run.messages.verbose = level > 1 ? 1 : 0;
+  const bool resync = (settings & RUN_PASSES_OVER_DAMAGE) != 0;
+  run.inputs.passes_over_damage = resync;
+  run.forward_logs.passes_over_damage = resync;
+  run.forward_logs.numbers.loses_actions_in_gaps = resync;
   if ((settings & RUN_FILTERED) != 0) {
     fuzz_check(run.filter.append_filter_expr(FILTER) == 0 &&
                    run.filter.setup_filter_expr() == 0,

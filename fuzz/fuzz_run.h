@@ -21,6 +21,8 @@ inline constexpr std::uint8_t RUN_ITEM_LIMIT = 8;
 inline constexpr std::uint8_t RUN_BRIEF = 16;
 inline constexpr std::uint8_t RUN_NO_REPORT = 32;
 inline constexpr std::uint8_t RUN_NO_AUDIT = 64;
+// What chronex-trail does with --resync.
+inline constexpr std::uint8_t RUN_PASSES_OVER_DAMAGE = 128;
 
 // The settings that an input file asks for: the upper byte of its character set
 // id, which is at the same place in forward-log and audit files and which the

@@ -22,10 +22,11 @@ constexpr const char* NO_END = "the action does not end where it should";
 // All bytes are the same, as in holes, and the byte before is another.
 bool is_fill_behind(byte_run action, byte_run follower) {
   const std::uint8_t fill = follower.front();
+  const byte_run looked_at =
+      follower.first(std::min(follower.size(), FW_ACTION_HEAD_SIZE));
   return action.back() != fill &&
          std::ranges::all_of(
-             follower.first(FW_ACTION_HEAD_SIZE),
-             [fill](std::uint8_t byte) { return byte == fill; });
+             looked_at, [fill](std::uint8_t byte) { return byte == fill; });
 }
 
 }  // namespace
@@ -40,7 +41,8 @@ bool careful_actions::next_action::is_long() const {
 
 // Waits for no more bytes than the action has.
 careful_actions::next_action careful_actions::look() {
-  next_action next{.bytes = file_.stream.peek(1), .extent = {}};
+  next_action next{.bytes = file_.stream.peek(FW_ACTION_HEAD_SIZE),
+                   .extent = {}};
   next.extent = extent_of(next.bytes);
   while (next.extent.state == extent_state::open) {
     const std::size_t known = next.bytes.size();
@@ -97,16 +99,22 @@ bool careful_actions::is_begin(const next_action& next) {
 }
 
 bool careful_actions::is_end(const next_action& next) {
-  const byte_run there =
-      file_.stream.peek(CHAIN_REACH + LONGEST_LOOK, TAKES_WHAT_IS_THERE);
-  if (there.size() < FW_ACTION_HEAD_SIZE) return true;
-  // A cut action is told by who reads it, unless other actions follow.
-  if (!next.is_whole()) return !find(there.subspan(1), there.size(), 0);
-  if (there[0] == FW_TAG_END) return true;
+  if (next.bytes.size() < FW_ACTION_HEAD_SIZE) return true;
+  input_stream& stream = file_.stream;
+  if (!next.is_whole()) {
+    // A cut action is told by who reads it, unless other actions follow.
+    const byte_run rest = stream.peek(LONGEST_LOOK, TAKES_WHAT_IS_THERE);
+    return !find(rest.subspan(1), rest.size(), 0);
+  }
+  const action_head head = decode_action_head(next.bytes.data());
+  if (head.tag == FW_TAG_END) return true;
   const auto length = static_cast<std::size_t>(next.extent.length);
+  byte_run there =
+      stream.peek(length + FW_ACTION_HEAD_SIZE, TAKES_WHAT_IS_THERE);
+  if (is_followed(head, there.subspan(length))) return true;
+  there = stream.peek(length + CHAIN_REACH, TAKES_WHAT_IS_THERE);
   const byte_run follower = there.subspan(length);
-  return is_followed(decode_action_head(there.data()), follower) ||
-         is_fill_behind(there.first(length), follower) ||
+  return is_fill_behind(there.first(length), follower) ||
          chain_at(follower) == chain_state::holds;
 }
 
@@ -118,7 +126,7 @@ int careful_actions::interrupted() {
 
 int careful_actions::process_action() {
   const std::uint64_t from = file_.stream.position();
-  const byte_run bytes = file_.stream.peek(1);
+  const byte_run bytes = file_.stream.peek(FW_ACTION_HEAD_SIZE);
   const bool has_head = bytes.size() >= FW_ACTION_HEAD_SIZE;
   const action_head head =
       has_head ? decode_action_head(bytes.data()) : action_head();

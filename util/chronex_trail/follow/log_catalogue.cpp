@@ -68,12 +68,9 @@ bool log_number::is_followed_by(const log_number& next) const {
 
 bool log_catalogue::add_file(const std::string& name) {
   log_number number;
-  const file_kind kind = kind_of(name, number);
-  if (kind == file_kind::other) return false;
-  if (kind == file_kind::log) {
-    if (!last_file_ || number > *last_file_) last_file_ = number;
-    logs_.insert({number, name});
-  }
+  if (kind_of(name, number) == file_kind::other) return false;
+  files_.insert(name);
+  look_at(name);
   return true;
 }
 
@@ -86,10 +83,17 @@ void log_catalogue::add_directory_of(const std::string& file_name) {
   directories_.insert(directory_of(file_name));
 }
 
-bool log_catalogue::is_wanted(const log_number& number) const {
-  if (wants_all_ || !last_file_) return true;
-  return number > *last_file_ &&
-         number.volume_set_id == last_file_->volume_set_id;
+bool log_catalogue::is_wanted(const entry& log) const {
+  if (wants_all_ || files_.contains(log.name)) return true;
+  return last_file_ && log.number > *last_file_ &&
+         log.number.volume_set_id == last_file_->volume_set_id;
+}
+
+void log_catalogue::add_log(const entry& log) {
+  if (!is_wanted(log)) return;
+  logs_.insert(log);
+  if (!files_.contains(log.name)) return;
+  if (!last_file_ || log.number > *last_file_) last_file_ = log.number;
 }
 
 void log_catalogue::look_at(const std::string& name) {
@@ -103,7 +107,7 @@ void log_catalogue::look_at(const std::string& name) {
   if (kind == file_kind::unknown_yet) return;
   if (kind == file_kind::damaged_log) tell_damage(name, messages_);
   known_[name] = present;
-  if (kind == file_kind::log && is_wanted(number)) logs_.insert({number, name});
+  if (kind == file_kind::log) add_log({number, name});
 }
 
 void log_catalogue::look_into(const std::string& directory) {
@@ -116,6 +120,7 @@ void log_catalogue::look_into(const std::string& directory) {
 }
 
 void log_catalogue::update() {
+  for (const std::string& file : files_) look_at(file);
   for (const std::string& directory : directories_) look_into(directory);
 }
 

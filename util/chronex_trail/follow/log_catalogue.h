@@ -62,11 +62,13 @@ class log_catalogue {
 
   void look_into(const std::string& directory);
   void look_at(const std::string& name);
-  bool is_wanted(const log_number& number) const;
+  bool is_wanted(const entry& log) const;
+  void add_log(const entry& log);
 
   run_messages& messages_;
   std::set<std::string> directories_;
-  // The last of the files that were added; everything is wanted without.
+  // The files that were added, and the last of those of which that is known.
+  std::set<std::string> files_;
   std::optional<log_number> last_file_;
   bool wants_all_ = false;
   // Those of which is known what they are.
