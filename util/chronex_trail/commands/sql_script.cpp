@@ -56,5 +56,5 @@ int write_script(trail_run& run, const shared_options& shared,
   result_file file(run.messages);
   if (file.open(shared.output, shared.use_master_keys) != 0) return EXIT_ERROR;
   const int status = fill(run, file, options, facts);
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }

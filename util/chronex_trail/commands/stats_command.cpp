@@ -35,6 +35,7 @@ compressed or not; - is standard input.
   -f, --filter-file FILE  the same, from a file
   -M, --master-keys       unlock master keys
   -o, --output NAME       write to a file
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of days and hours, and of dates in filter expressions
       --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
@@ -116,7 +117,7 @@ int write_stats(trail_run& run, const stats_options& options) {
   if (write_figures(output.end(status), options, file) != 0) {
     status = EXIT_ERROR;
   }
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 int run_stats(std::span<char*> arguments) {
