@@ -42,7 +42,9 @@ a forward log or an audit file, compressed or not; - is standard input.
   -f, --filter-file FILE  the same, from a file
   -I, --items LIST        only these items, separated by commas or blanks
   -M, --master-keys       unlock master keys; what is written is in clear
+      --resync            read on behind damage; the status is 3 then
       --time-zone ZONE    of all times on the page and in filter expressions
+      --progress WHEN     how far a long run is: auto, always or never
   -h, --help              show this
 
 Example:
@@ -130,7 +132,7 @@ int write_file(trail_run& run, const page_options& options) {
     return EXIT_ERROR;
   }
   const int status = fill(run, file, options);
-  return file.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 int run_page(std::span<char*> arguments) {

@@ -79,6 +79,10 @@ int parse(std::span<char*> arguments, run_messages& messages,
     messages.print("No directory specified: -o DIR\n");
     return EXIT_USAGE;
   }
+  if (options.shared.passes_over_damage) {
+    messages.print("states does not go with --resync\n");
+    return EXIT_USAGE;
+  }
   return parse_pieces(messages, options);
 }
 
