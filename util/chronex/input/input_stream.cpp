@@ -247,7 +247,7 @@ bool input_stream::renew(std::int64_t system_offset) {
   if (own < 0) return false;
   const bool renewed = lseek(own, system_offset, SEEK_SET) == system_offset &&
                        dup3(own, descriptor_, O_CLOEXEC) == descriptor_;
-  close(own);
+  ::close(own);
   if (renewed && source_) source_->renew_descriptor();
   return renewed;
 }
