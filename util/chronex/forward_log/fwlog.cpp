@@ -94,7 +94,8 @@ int fw_process_action(fwlog_reader& reader, input_file& file) {
     position.is_number_checked = true;
   }
   const int result = dispatch(fw_tag, action);
-  if (result == ACTION_DONE) position.is_number_checked = false;
+  // It is checked once, also where the rest of the action has not come yet.
+  if (result != FILE_DONE) position.is_number_checked = false;
   return result;
 }
 
