@@ -162,15 +162,20 @@ TEST(SqlProgram, AnswersQueries) {
 
 TEST(SqlProgram, ListsWhatIsThere) {
   const test_directory directory;
-  directory.write("log", sample().end().bytes());
+  log_builder log = sample();
+  log.data_set(3, 1, "idle", {{"A", 'I', 1, 4}});
+  directory.write("log", log.end().bytes());
   const program_result json = directory.run_trail({"list", "--json", "log"});
   rapidjson::Document list;
   list.Parse(json.out.c_str());
   ASSERT_FALSE(list.HasParseError()) << json.out;
   EXPECT_EQ(list["total"][0]["changes"].GetInt(), 2);
-  EXPECT_STREQ(list["data_sets"][0]["data_set"].GetString(), "SHOP.ORDERS");
-  EXPECT_EQ(list["data_sets"][0]["highest"].GetInt(), 2);
-  EXPECT_EQ(list["items"].Size(), 3U);
+  ASSERT_EQ(list["data_sets"].Size(), 2U);
+  EXPECT_STREQ(list["data_sets"][0]["data_set"].GetString(), "SHOP.IDLE");
+  EXPECT_EQ(list["data_sets"][0]["changes"].GetInt(), 0);
+  EXPECT_STREQ(list["data_sets"][1]["data_set"].GetString(), "SHOP.ORDERS");
+  EXPECT_EQ(list["data_sets"][1]["highest"].GetInt(), 2);
+  EXPECT_EQ(list["items"].Size(), 4U);
   EXPECT_STREQ(list["users"][1]["user"].GetString(), "BOB");
   EXPECT_TRUE(list["hosts"][0]["host"].IsNull());
   const program_result table = directory.run_trail({"list", "log"});

@@ -60,11 +60,12 @@ SELECT coalesce(sum(changes), 0) AS changes, min(first) AS first,
        max(last) AS last
 FROM tally)sql"},
     {"data_sets", R"sql(
-SELECT table_name AS data_set, sum(changes) AS changes, min(first) AS first,
-       max(last) AS last, records, lowest, highest
-FROM tally
-JOIN data_set ON data_set.id = tally.data_set
-JOIN (SELECT table_name, count(DISTINCT recno) AS records,
+SELECT table_name AS data_set, coalesce(sum(changes), 0) AS changes,
+       min(first) AS first, max(last) AS last, coalesce(records, 0) AS records,
+       lowest, highest
+FROM data_set
+LEFT JOIN tally ON tally.data_set = data_set.id
+LEFT JOIN (SELECT table_name, count(DISTINCT recno) AS records,
              min(recno) AS lowest, max(recno) AS highest
       FROM records JOIN data_set ON data_set.id = records.data_set
       GROUP BY table_name) USING (table_name)

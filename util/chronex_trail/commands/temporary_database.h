@@ -8,8 +8,9 @@
 #include "util/chronex_trail/sql/sql_output.h"
 
 // Processes all inputs of a run into a new database, which goes away with its
-// connection. Returns the exit status of the run, or nothing when the database
-// could not be filled; messages have been printed.
+// connection. Without the rows of data sets, it has also those data sets that
+// no operation is about. Returns the exit status of the run, or nothing when
+// the database could not be filled; messages have been printed.
 std::optional<int> load_temporary(trail_run& run, sql_database& database,
                                   kept_rows kept);
 
