@@ -275,7 +275,7 @@ char* write_four_places(double value, char* place) {
   constexpr std::int64_t SCALE = 10000;
   const double size = std::abs(value);
   if (size >= LARGEST) return nullptr;
-  const auto scaled = static_cast<std::int64_t>(size * SCALE + 0.5);
+  const auto scaled = std::int64_t{std::llrint(size * SCALE)};
   // Both are exact, so their quotient is the double nearest to the text.
   if (static_cast<double>(scaled) / SCALE != size) return nullptr;
   *place = '-';
