@@ -132,7 +132,8 @@ std::unique_ptr<set_context> allocate_set_context(const list_totals& totals) {
   std::unique_ptr<set_context> set = try_make<set_context>();
   if (!set) return nullptr;
   set->layout = allocate_layout(totals);
-  return set->layout ? std::move(set) : nullptr;
+  if (!set->layout) set.reset();
+  return set;
 }
 
 std::size_t hash_of(std::span<const std::uint8_t> item_list) {
