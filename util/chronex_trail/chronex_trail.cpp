@@ -15,10 +15,9 @@ namespace {
 constexpr int EXIT_ERROR = 1;
 constexpr int EXIT_USAGE = 2;
 
-constexpr const trail_command* COMMANDS[] = {&JSON_COMMAND,  &SQL_COMMAND,
-                                             &QUERY_COMMAND, &LIST_COMMAND,
-                                             &STATS_COMMAND, &PAGE_COMMAND,
-                                             &STATES_COMMAND};
+constexpr const trail_command* COMMANDS[] = {
+    &JSON_COMMAND,  &SQL_COMMAND,  &QUERY_COMMAND, &LIST_COMMAND,
+    &STATS_COMMAND, &PAGE_COMMAND, &STATES_COMMAND};
 
 void print_usage(std::FILE* stream) {
   std::fputs(

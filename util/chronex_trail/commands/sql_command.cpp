@@ -118,8 +118,7 @@ int parse(std::span<char*> arguments, run_messages& messages,
   const own_option own[] = {
       {"force", nullptr, &options.force}, {"append", nullptr, &options.append},
       {"engine", &options.engine},        {"cluster", &options.cluster},
-      {"segment", &options.segment},
-      {"state", &options.state},
+      {"segment", &options.segment},      {"state", &options.state},
   };
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
