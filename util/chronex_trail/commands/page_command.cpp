@@ -29,8 +29,8 @@ constexpr const char* HELP =
 
 Writes the trail as one HTML file: what is complete and what is missing, when,
 by whom and on what there were changes, what is out of the ordinary, and the
-changes themselves. It opens from disk in any browser and loads nothing. FILE is
-a forward log or an audit file, compressed or not; - is standard input.
+changes themselves. It opens from disk in a current browser and loads nothing.
+FILE is a forward log or an audit file, compressed or not; - is standard input.
 
   -o, --output PAGE       the page; it gets its name when it is complete
       --rows N            list at most N changes (100000); figures stay complete
