@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -173,9 +174,12 @@ class log_writer {
       key.key = KEY;
       log_.keys(DATABASE, {key});
     }
-    for (int i = 0; i < plan_.live; ++i) {
+    for (int i = 0; i < std::max(plan_.live, data_sets()); ++i) {
       const std::string number = std::to_string(i);
-      log_.data_set(FIRST_DATA_SET + i, DATABASE, "orders-" + number, items);
+      if (i < data_sets()) {
+        log_.data_set(FIRST_DATA_SET + i, DATABASE, "orders-" + number, items);
+      }
+      if (i >= plan_.live) continue;
       log_.sign_on(FIRST_SESSION + i,
                    {"user{CLERK" + number + "}program{order-entry}",
                     "host{counter-" + number + ".shop.example}"});
@@ -183,19 +187,22 @@ class log_writer {
     }
   }
 
-  // One of the live sessions or data sets, in an order without a pattern but
-  // the same in every run.
-  int any_live() {
+  int data_sets() const {
+    return plan_.data_sets > 0 ? plan_.data_sets : plan_.live;
+  }
+
+  // One of so many, in an order without a pattern but the same in every run.
+  int any_of(int count) {
     random_ = random_ * 1664525U + 1013904223U;
     return static_cast<int>((random_ >> 8U) %
-                            static_cast<std::uint32_t>(plan_.live));
+                            static_cast<std::uint32_t>(count));
   }
 
   void memos(std::uint64_t operation) {
     const std::uint64_t position = operation % TRANSACTION.size();
     if (position == 0) {
       log_.time(time_++);
-      clerk_ = FIRST_SESSION + any_live();
+      clerk_ = FIRST_SESSION + any_of(plan_.live);
       log_.memo(clerk_, 'b', "order " + std::to_string(operation));
     } else if (position == MEMO_POSITION) {
       log_.memo(clerk_, 'm', "phone order, deliver before noon");
@@ -210,8 +217,8 @@ class log_writer {
   }
 
   void operation(std::uint64_t index) {
-    const int session = FIRST_SESSION + any_live();
-    const int data_set = FIRST_DATA_SET + any_live();
+    const int session = FIRST_SESSION + any_of(plan_.live);
+    const int data_set = FIRST_DATA_SET + any_of(data_sets());
     const auto number = static_cast<std::uint32_t>(index + 1);
     const std::string record = stored_order(number, 0);
     switch (TRANSACTION[index % TRANSACTION.size()]) {
@@ -256,7 +263,8 @@ class log_writer {
 
 std::uint64_t bench_log_space(const bench_log& plan) {
   return plan.operations * AVERAGE_OPERATION + LARGEST_OPERATION +
-         LIVE_SIZE * static_cast<std::uint64_t>(plan.live);
+         LIVE_SIZE *
+             static_cast<std::uint64_t>(std::max(plan.live, plan.data_sets));
 }
 
 void write_bench_log(const bench_log& plan, const std::string& path) {

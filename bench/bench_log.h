@@ -9,8 +9,10 @@
 
 struct bench_log {
   std::uint64_t operations = 3'000'000;
-  // Sessions that are signed on at the same time, and as many data sets.
+  // Sessions that are signed on at the same time.
   int live = 8;
+  // 0: as many as sessions.
+  int data_sets = 0;
   // The texts of every record are stored encrypted under an XOR key, which
   // needs no crypto library.
   bool encrypted = false;

@@ -17,6 +17,7 @@ constexpr const char* HELP =
     "\n"
     "  --live N           spread the operations over N live sessions and as\n"
     "                     many data sets (default 8)\n"
+    "  --data-sets N      N data sets, however many sessions\n"
     "  --repeat N         measure every row N times (default 5), those with "
     "-Z\n"
     "                     at most 3 times\n"
@@ -75,6 +76,9 @@ void apply_option(int option, bench_options& chosen) {
     case 'a':
       chosen.live = static_cast<int>(count_argument(optarg));
       break;
+    case 'b':
+      chosen.data_sets = static_cast<int>(count_argument(optarg));
+      break;
     case 'n':
       chosen.repeat = static_cast<int>(count_argument(optarg));
       break;
@@ -126,8 +130,9 @@ void apply_option(int option, bench_options& chosen) {
 }  // namespace
 
 bench_options parse_bench_options(int argc, char* argv[]) {
-  constexpr std::array<option, 16> OPTIONS{{
+  constexpr std::array<option, 17> OPTIONS{{
       {"live", required_argument, nullptr, 'a'},
+      {"data-sets", required_argument, nullptr, 'b'},
       {"repeat", required_argument, nullptr, 'n'},
       {"rows", required_argument, nullptr, 'o'},
       {"scaling", no_argument, nullptr, 's'},

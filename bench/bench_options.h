@@ -10,6 +10,8 @@
 struct bench_options {
   std::uint64_t operations = 3'000'000;
   int live = 8;
+  // 0: as many as live.
+  int data_sets = 0;
   int repeat = 5;
   std::string rows;
   bool scaling = false;

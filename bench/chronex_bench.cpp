@@ -83,9 +83,15 @@ bench_input make_output(const bench_input& input, const std::string& output,
 
 enum input_index { LOG, GZIP, ENCRYPTED, AUDIT, REPORT };
 
+bench_log plan_of(const bench_options& chosen) {
+  return {.operations = chosen.operations,
+          .live = chosen.live,
+          .data_sets = chosen.data_sets};
+}
+
 std::vector<bench_input> make_inputs(const bench_options& chosen,
                                      const work_directory& directory) {
-  bench_log plan{.operations = chosen.operations, .live = chosen.live};
+  bench_log plan = plan_of(chosen);
   const bench_input log = make_input(plan, directory.path("log"));
   const bench_input gzip = make_gzip_input(log);
   plan.encrypted = true;
@@ -101,9 +107,8 @@ std::vector<bench_input> make_inputs(const bench_options& chosen,
 void run_all(const bench_options& chosen) {
   constexpr worker TRAIL = worker::trail;
   const work_directory directory(chosen.directory);
-  directory.require_space(
-      bench_log_space({.operations = chosen.operations, .live = chosen.live}) +
-      chosen.operations * SPACE_PER_OPERATION);
+  directory.require_space(bench_log_space(plan_of(chosen)) +
+                          chosen.operations * SPACE_PER_OPERATION);
   const std::vector<bench_input> inputs = make_inputs(chosen, directory);
   std::printf(
       "%llu operations, log %.0f MB, audit file %.0f MB, repeated %d times\n",
@@ -224,7 +229,7 @@ void run_scaling(const bench_options& chosen) {
 
 void run_segments(const bench_options& chosen) {
   const work_directory directory(chosen.directory);
-  bench_log plan{.operations = chosen.operations, .live = chosen.live};
+  bench_log plan = plan_of(chosen);
   directory.require_space(4 * bench_log_space(plan));
   const bench_input one = make_input(plan, directory.path("one"));
   plan.segments = chosen.segments;
@@ -253,8 +258,7 @@ bool do_plain_work(const bench_options& chosen) {
   } else if (!chosen.copy.empty()) {
     write_bytes_of(chosen.copy);
   } else if (!chosen.write.empty()) {
-    write_bench_log({.operations = chosen.operations, .live = chosen.live},
-                    chosen.write);
+    write_bench_log(plan_of(chosen), chosen.write);
   } else {
     return false;
   }
