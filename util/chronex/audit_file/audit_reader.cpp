@@ -235,7 +235,7 @@ int audit_reader::process_record(input_file& file) {
     if (file.stream.resource_error() != 0 || file.stream.broke_off()) {
       return report_truncated(file, "Unable to read record tag");
     }
-    trail_.sessions.session_cleanup();
+    trail_.session_cleanup();
     return FILE_DONE;
   }
   ++trail_.place.number;

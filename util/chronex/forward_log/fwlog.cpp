@@ -38,7 +38,7 @@ int finish_file(const fw_action& action) {
 }
 
 int process_end(const fw_action& action) {
-  action.events().sessions.session_cleanup();
+  action.events().session_cleanup();
   return finish_file(action);
 }
 

@@ -98,14 +98,10 @@ session_entry* session_table::session_add_entry(std::int32_t session_id,
   return entry;
 }
 
-void session_table::session_cleanup() {
-  session_hash_.remove_if(
-      [](const session_entry& entry) { return entry.signed_off; });
-}
-
 void session_table::make_uncertain() {
   session_hash_.for_each([](session_entry& entry) {
     entry.is_uncertain = true;
+    ++entry.transaction_memos;
     entry.dbbegin_end = memo_slot();
     entry.dbmemo = memo_slot();
   });
@@ -116,6 +112,7 @@ void session_set_dbbegin_end(session_entry& entry, owned_bytes text,
                              std::uint32_t timestamp,
                              const event_place& place) {
   entry.may_have_pending_memo = true;
+  ++entry.transaction_memos;
   set_memo(entry.dbbegin_end, std::move(text), size, mode, timestamp, place);
 }
 

@@ -62,6 +62,12 @@ struct alignas(CACHE_LINE) session_entry {
   bool is_uncertain = false;
   // Connection time in seconds since the epoch; 0 = unknown.
   std::uint32_t conntime = 0;
+  // Another whenever dbbegin_end is another: who watches transactions need not
+  // look at that.
+  std::uint32_t transaction_memos = 0;
+  // The output's, if one keeps something of its own for each session: where
+  // that is; 0 = nowhere. At most one output of a run does.
+  mutable std::uint32_t output_number = 0;
   // Different for every sign-on registered in a run, and never 0: what is
   // derived from sign-on data can be kept under it.
   std::uint64_t sign_on_id = 0;
@@ -91,8 +97,18 @@ class session_table {
   session_entry* session_add_entry(std::int32_t session_id,
                                    owned_bytes sign_on);
 
-  // Removes all sessions that have signed off.
-  void session_cleanup();
+  // Removes all sessions that have signed off. Each is shown to `forget`
+  // before.
+  template <typename Forget>
+  void session_cleanup(Forget forget) {
+    session_hash_.remove_if([&forget](const session_entry& entry) {
+      if (entry.signed_off) forget(entry);
+      return entry.signed_off;
+    });
+  }
+  void session_cleanup() {
+    session_cleanup([](const session_entry& /*entry*/) {});
+  }
 
   // Calls `visit` with every session, in no particular order.
   template <typename Visit>

@@ -161,6 +161,8 @@ class trail_output {
   virtual void action_done() {}
   // An input has been processed as far as it goes.
   virtual void file_ends() {}
+  // A session that has signed off is forgotten.
+  virtual void session_ends(const session_entry& /*session*/) {}
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_OUTPUT_H

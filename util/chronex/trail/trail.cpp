@@ -66,6 +66,12 @@ int trail::file_accepted(const input_file& file) {
   return 0;
 }
 
+void trail::session_cleanup() {
+  sessions.session_cleanup([this](const session_entry& session) {
+    for (trail_output* output : outputs()) output->session_ends(session);
+  });
+}
+
 void trail::file_ends() {
   for (trail_output* output : outputs()) output->file_ends();
 }

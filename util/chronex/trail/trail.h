@@ -75,6 +75,8 @@ class trail {
   int file_begins(const input_file& file);
   int file_accepted(const input_file& file);
   void file_ends();
+  // Forgets the sessions that have signed off.
+  void session_cleanup();
   // An action or record has been dealt with, whatever came of it. The outputs
   // are told only while someone watches them.
   bool watched = false;

@@ -116,7 +116,7 @@ void put_users(json_writer& out, const trail_figures& figures) {
   for (const name_figures& user : figures.users) {
     if (room-- == 0) break;
     out.open('{').key("name");
-    if (user.known) {
+    if (user.known()) {
       out.text(user.name);
     } else {
       out.raw("null");

@@ -15,8 +15,10 @@
 #include <deque>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "common/owned_bytes.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex/trail/output.h"
 
@@ -71,27 +73,29 @@ struct change_figures {
 
 // A user, program or host, by the value that sign-ons have of it.
 struct name_figures {
-  std::string name;
-  // False: of the changes and sessions whose sign-on has no such value; `name`
-  // is empty.
-  bool known = true;
+  // Stays the gatherer's. Without an address: of the changes and sessions whose
+  // sign-on has no such value.
+  std::string_view name;
   change_figures changes;
   // Sign-ons that the outputs were told of.
   std::uint64_t sessions = 0;
+
+  bool known() const { return name.data() != nullptr; }
 };
 
 // A data set, by its name and that of its database: nodes of one name are one
-// data set, whatever their numbers and schemas.
-struct set_figures {
-  std::string database;
-  // False: the database's name is not known, and `database` empty.
-  bool has_database = true;
-  std::string name;
+// data set, whatever their numbers and schemas. What every change adds to comes
+// first and lies in one cache line.
+struct alignas(CACHE_LINE) set_figures {
   change_figures changes;
   // Changes of which at least one image has encrypted items that could not be
   // read for want of a key. Audit files do not tell, so those read from them
   // are never among these.
   std::uint64_t unreadable = 0;
+  std::string database;
+  // False: the database's name is not known, and `database` empty.
+  bool has_database = true;
+  std::string name;
 
   // DATABASE.NAME
   std::string full_name() const {

@@ -1,5 +1,7 @@
 #include "util/chronex_trail/stats/name_tally.h"
 
+#include <algorithm>
+
 #include "common/entry_index.h"
 
 std::uint32_t name_hash(std::string_view name) {
@@ -11,16 +13,29 @@ std::uint32_t name_hash(std::string_view name) {
   return static_cast<std::uint32_t>((hash * HASH_MULTIPLIERS[2]) >> 32U);
 }
 
+std::string_view text_store::keep(std::string_view text) {
+  constexpr std::size_t BLOCK = std::size_t{16} * 1024;
+  if (text.size() >= free_.size()) {
+    const std::size_t size = std::max(BLOCK, text.size() + 1);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(size));
+    free_ = {blocks_.back().get(), size};
+  }
+  std::ranges::copy(text, free_.begin());
+  const std::string_view kept(free_.data(), text.size());
+  free_ = free_.subspan(text.size());
+  return kept;
+}
+
 std::uint32_t name_tally::number_of(std::optional<std::string_view> name) {
   const std::string_view text = name.value_or("");
   const std::uint32_t hash = name_hash(text);
   const std::uint32_t known = index_.find(hash, [&](std::uint32_t number) {
     return names_[number].name == text &&
-           names_[number].known == name.has_value();
+           names_[number].known() == name.has_value();
   });
   if (known != position_index::NONE) return known;
   const auto number = static_cast<std::uint32_t>(names_.size());
-  names_.push_back({.name = std::string(text), .known = name.has_value()});
+  names_.push_back({.name = name ? texts_.keep(text) : std::string_view()});
   index_.insert(hash, number);
   return number;
 }

@@ -5,14 +5,29 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string_view>
+#include <vector>
 
 #include "util/chronex_trail/stats/figures.h"
 #include "util/chronex_trail/stats/position_index.h"
 
 // A hash of names that no file can foresee.
 std::uint32_t name_hash(std::string_view name);
+
+// Keeps texts side by side, which takes less room than a string for each.
+class text_store {
+ public:
+  // A copy that stays as long as the store; never without an address. Throws
+  // std::bad_alloc.
+  std::string_view keep(std::string_view text);
+
+ private:
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  std::span<char> free_;
+};
 
 class name_tally {
  public:
@@ -27,6 +42,7 @@ class name_tally {
 
  private:
   std::deque<name_figures>& names_;
+  text_store texts_;
   position_index index_;
 };
 

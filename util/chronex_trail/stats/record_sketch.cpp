@@ -76,10 +76,12 @@ std::uint64_t record_sketch::middle() const {
 
 // Keeps the records above the bound.
 void record_sketch::rebuild(std::size_t places) {
-  std::vector<entry> kept;
-  for (const entry& each : places_) {
-    if (each.at_most > bound_) kept.push_back(each);
-  }
+  const auto stays = [this](const entry& each) {
+    return each.at_most > bound_;
+  };
+  std::vector<entry> kept(
+      static_cast<std::size_t>(std::ranges::count_if(places_, stays)));
+  std::ranges::copy_if(places_, kept.begin(), stays);
   places_.assign(places, {});
   for (const entry& each : kept) place_of(each.key) = each;
   watched_ = kept.size();

@@ -1,17 +1,13 @@
 #include "util/chronex_trail/stats/session_tally.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
-#include "common/entry_index.h"
 #include "util/chronex_trail/values/session_attributes.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
-
-std::uint32_t hash_of(std::int32_t session_id) {
-  return keyed_hash(static_cast<std::uint32_t>(session_id), 0, 0);
-}
 
 // The first characters of a text.
 std::string_view beginning(std::string_view utf8, std::size_t characters) {
@@ -24,13 +20,6 @@ std::string_view beginning(std::string_view utf8, std::size_t characters) {
 
 }  // namespace
 
-std::uint32_t session_tally::position_of(std::int32_t session_id) const {
-  return index_.find(hash_of(session_id),
-                     [this, session_id](std::uint32_t position) {
-                       return states_[position].session_id == session_id;
-                     });
-}
-
 std::uint32_t session_tally::name_number(name_tally& names,
                                          const session_entry& session,
                                          std::string_view key, int charset) {
@@ -41,44 +30,57 @@ std::uint32_t session_tally::name_number(name_tally& names,
       decode_text(value, character_table_of(charset), scratch_).utf8);
 }
 
-session_tally::session_state session_tally::new_state(
-    const session_entry& session, const event_place& place) {
+session_tally::session_state& session_tally::at(std::uint32_t number) const {
+  return (*states_[number / BLOCK])[number % BLOCK];
+}
+
+std::uint32_t session_tally::new_number() {
+  if (!free_numbers_.empty()) {
+    const std::uint32_t number = free_numbers_.back();
+    free_numbers_.pop_back();
+    return number;
+  }
+  const auto number = static_cast<std::uint32_t>(origins_.size());
+  if (number / BLOCK == states_.size()) {
+    states_.push_back(std::make_unique<std::array<session_state, BLOCK>>());
+    // So that there is room for each when it gets free.
+    free_numbers_.reserve(states_.size() * BLOCK);
+  }
+  origins_.emplace_back();
+  return number;
+}
+
+void session_tally::begin(std::uint32_t number, const session_entry& session,
+                          const event_place& place) {
   const int charset = charset_at(place);
-  return {.sign_on_id = session.sign_on_id,
-          .session_id = session.session_id,
-          .worker = {name_number(users_, session, "user", charset),
-                     name_number(programs_, session, "program", charset),
-                     name_number(hosts_, session, "host", charset)},
-          .connected = session.conntime};
+  origins_[number] = {
+      .worker = {name_number(users_, session, "user", charset),
+                 name_number(programs_, session, "program", charset),
+                 name_number(hosts_, session, "host", charset)},
+      .connected = session.conntime};
+  at(number) = {.sign_on_id = session.sign_on_id,
+                .transaction_memos = session.transaction_memos - 1,
+                .session_id = session.session_id};
 }
 
-// A number that another session had is that of this one now.
-std::uint32_t session_tally::find_state(const session_entry& session,
-                                        const event_place& place) {
-  std::uint32_t position = position_of(session.session_id);
-  if (position == position_index::NONE) {
-    position = static_cast<std::uint32_t>(states_.size());
-    states_.push_back(new_state(session, place));
-    index_.insert(hash_of(session.session_id), position);
-  } else if (states_[position].sign_on_id != session.sign_on_id) {
-    end(states_[position]);
-    states_[position] = new_state(session, place);
+// Changed sign-on data are another sign-on.
+std::uint32_t session_tally::number_of(const session_entry& session,
+                                       const event_place& place) {
+  std::uint32_t number = session.output_number;
+  if (number != 0 && at(number).sign_on_id == session.sign_on_id) return number;
+  if (number != 0) {
+    end(number);
+  } else {
+    number = new_number();
   }
-  return position;
-}
-
-session_tally::session_state& session_tally::state_of(
-    const session_entry& session, const event_place& place) {
-  recent_state& recent = recent_[session.sign_on_id % RECENT];
-  if (recent.sign_on_id != session.sign_on_id) {
-    recent = {session.sign_on_id, &states_[find_state(session, place)]};
-  }
-  return *recent.state;
+  begin(number, session, place);
+  session.output_number = number;
+  return number;
 }
 
 void session_tally::sign_on(const session_entry& session,
                             const event_place& place) {
-  const worker_numbers worker = state_of(session, place).worker;
+  const worker_numbers& worker = origins_[number_of(session, place)].worker;
   ++figures_.session_count;
   ++users_.at(worker.user).sessions;
   ++programs_.at(worker.program).sessions;
@@ -86,10 +88,8 @@ void session_tally::sign_on(const session_entry& session,
 }
 
 void session_tally::sign_off(const session_entry& session) {
-  const std::uint32_t position = position_of(session.session_id);
-  if (position == position_index::NONE) return;
-  session_state& state = states_[position];
-  state.leaves = true;
+  if (session.output_number == 0) return;
+  session_state& state = at(session.output_number);
   // What signs off may be a later sign-on under that number, which was not
   // shown.
   if (state.sign_on_id != session.sign_on_id) return;
@@ -101,41 +101,37 @@ void session_tally::sign_off(const session_entry& session) {
 // they would only take memory.
 void session_tally::memo(const memo_view& memo) {
   if (memo.mode != MEMO_DBBEGIN && memo.mode != MEMO_DBEND) return;
-  const std::uint32_t position = position_of(memo.session.session_id);
-  if (position != position_index::NONE) close_transaction(states_[position]);
+  const std::uint32_t number = memo.session.output_number;
+  if (number != 0) close_transaction(number);
 }
 
 void session_tally::add(const image_operation& operation,
                         const event_place& place) {
-  session_state& state = state_of(operation.session, place);
-  state.leaves = operation.session.signed_off;
+  const session_entry& session = operation.session;
+  const std::uint32_t number = number_of(session, place);
+  session_state& state = at(number);
   state.changes.add(operation.op, operation.timestamp);
-  enter_transaction(state, operation.session);
+  if (state.transaction_memos != session.transaction_memos) {
+    enter_transaction(number, session);
+    state.transaction_memos = session.transaction_memos;
+  }
   if (!state.transaction) return;
   open_transaction& transaction = *state.transaction;
   transaction.changes.add(operation.op, operation.timestamp);
   if (!transaction.text &&
       transactions_.takes(
           {transaction.changes.count.total(), transaction.order})) {
-    keep_text(transaction, operation.session.dbbegin_end);
+    keep_text(transaction, session.dbbegin_end);
   }
 }
 
 // What the session last said of its transaction tells which one it is in.
-void session_tally::enter_transaction(session_state& state,
+void session_tally::enter_transaction(std::uint32_t number,
                                       const session_entry& session) {
+  close_transaction(number);
   const memo_slot& slot = session.dbbegin_end;
-  const bool is_in_one = slot.size > 0 && slot.mode == MEMO_DBBEGIN;
-  if (state.transaction) {
-    const open_transaction& open = *state.transaction;
-    if (is_in_one && open.number == slot.place.number &&
-        open.file == slot.place.file) {
-      return;
-    }
-    close_transaction(state);
-  }
-  if (!is_in_one) return;
-  state.transaction = std::make_unique<open_transaction>(
+  if (slot.size <= 0 || slot.mode != MEMO_DBBEGIN) return;
+  at(number).transaction = std::make_unique<open_transaction>(
       open_transaction{.file = slot.place.file,
                        .number = slot.place.number,
                        .begun = slot.timestamp,
@@ -151,7 +147,8 @@ void session_tally::keep_text(open_transaction& transaction,
       decode_text(bytes, character_table_of(charset), scratch_).utf8);
 }
 
-void session_tally::close_transaction(session_state& state) {
+void session_tally::close_transaction(std::uint32_t number) {
+  session_state& state = at(number);
   if (!state.transaction) return;
   const std::unique_ptr<open_transaction> open = std::move(state.transaction);
   const top_rank rank{open->changes.count.total(), open->order};
@@ -160,7 +157,7 @@ void session_tally::close_transaction(session_state& state) {
       beginning(*open->text, transaction_figures::MAX_TEXT);
   transactions_.add(rank, {.sign_on_id = state.sign_on_id,
                            .session_id = state.session_id,
-                           .worker = state.worker,
+                           .worker = origins_[number].worker,
                            .begun = open->begun,
                            .input = input_of(open->file),
                            .number = open->number,
@@ -176,39 +173,40 @@ std::size_t session_tally::input_of(const input_file* file) const {
              : static_cast<std::size_t>(found - files_.begin());
 }
 
-void session_tally::end(session_state& state) {
-  close_transaction(state);
+void session_tally::end(std::uint32_t number) {
+  close_transaction(number);
+  const session_state& state = at(number);
   const std::uint64_t total = state.changes.count.total();
   if (total == 0) return;
+  const session_origin& origin = origins_[number];
   ++figures_.working_session_count;
-  users_.at(state.worker.user).changes.add(state.changes);
-  programs_.at(state.worker.program).changes.add(state.changes);
-  hosts_.at(state.worker.host).changes.add(state.changes);
+  users_.at(origin.worker.user).changes.add(state.changes);
+  programs_.at(origin.worker.program).changes.add(state.changes);
+  hosts_.at(origin.worker.host).changes.add(state.changes);
   const top_rank rank{total, state.sign_on_id};
   if (!sessions_.takes(rank)) return;
   sessions_.add(rank, {.sign_on_id = state.sign_on_id,
                        .session_id = state.session_id,
-                       .worker = state.worker,
-                       .connected = state.connected,
+                       .worker = origin.worker,
+                       .connected = origin.connected,
                        .changes = state.changes,
                        .signed_off = state.signed_off});
 }
 
-void session_tally::file_ends() {
-  const auto gone = std::erase_if(states_, [this](session_state& state) {
-    if (state.leaves) end(state);
-    return state.leaves;
-  });
-  if (gone == 0) return;
-  recent_ = {};
-  index_.clear();
-  for (std::uint32_t i = 0; i < states_.size(); ++i) {
-    index_.insert(hash_of(states_[i].session_id), i);
-  }
+void session_tally::session_ends(const session_entry& session) {
+  const std::uint32_t number = session.output_number;
+  if (number == 0) return;
+  end(number);
+  at(number) = {};
+  session.output_number = 0;
+  free_numbers_.push_back(number);
 }
 
+// The states of sessions that were forgotten are void.
 void session_tally::end() {
-  for (session_state& state : states_) end(state);
+  for (std::uint32_t number = 1; number < origins_.size(); ++number) {
+    end(number);
+  }
   states_.clear();
   figures_.transactions = transactions_.take();
   figures_.sessions = sessions_.take();

@@ -16,11 +16,11 @@
 #include <string_view>
 #include <vector>
 
+#include "common/owned_bytes.h"
 #include "util/chronex/tables/session.h"
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/stats/figures.h"
 #include "util/chronex_trail/stats/name_tally.h"
-#include "util/chronex_trail/stats/position_index.h"
 #include "util/chronex_trail/stats/top_list.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
@@ -41,8 +41,8 @@ class session_tally {
   void sign_off(const session_entry& session);
   void memo(const memo_view& memo);
   void add(const image_operation& operation, const event_place& place);
-  // Lets go of the sessions that have signed off.
-  void file_ends();
+  // Lets go of a session, which is forgotten.
+  void session_ends(const session_entry& session);
   // Ends all sessions and hands the figures over.
   void end();
 
@@ -57,37 +57,36 @@ class session_tally {
     // Null until it is large enough to be shown.
     std::unique_ptr<std::string> text;
   };
-  struct session_state {
+  // What every change looks at comes first and lies in one cache line.
+  struct alignas(CACHE_LINE) session_state {
+    // 0: of no sign-on yet.
     std::uint64_t sign_on_id = 0;
-    std::int32_t session_id = 0;
-    worker_numbers worker;
-    std::uint32_t connected = 0;
-    bool signed_off = false;
-    // The session's entry goes with the file.
-    bool leaves = false;
     change_figures changes;
     std::unique_ptr<open_transaction> transaction;
+    // session_entry::transaction_memos at the latest change.
+    std::uint32_t transaction_memos = 0;
+    std::int32_t session_id = 0;
+    bool signed_off = false;
   };
-  struct recent_state {
-    std::uint64_t sign_on_id = 0;
-    // Stays where it is until a file ends.
-    session_state* state = nullptr;
+  // The rest of it.
+  struct session_origin {
+    worker_numbers worker;
+    // Seconds since the epoch.
+    std::uint32_t connected = 0;
   };
-  static constexpr std::size_t RECENT = 256;
 
-  session_state& state_of(const session_entry& session,
+  std::uint32_t number_of(const session_entry& session,
                           const event_place& place);
-  std::uint32_t find_state(const session_entry& session,
-                           const event_place& place);
-  std::uint32_t position_of(std::int32_t session_id) const;
-  session_state new_state(const session_entry& session,
-                          const event_place& place);
+  std::uint32_t new_number();
+  session_state& at(std::uint32_t number) const;
+  void begin(std::uint32_t number, const session_entry& session,
+             const event_place& place);
   std::uint32_t name_number(name_tally& names, const session_entry& session,
                             std::string_view key, int charset);
-  void end(session_state& state);
-  void enter_transaction(session_state& state, const session_entry& session);
+  void end(std::uint32_t number);
+  void enter_transaction(std::uint32_t number, const session_entry& session);
   void keep_text(open_transaction& transaction, const memo_slot& slot);
-  void close_transaction(session_state& state);
+  void close_transaction(std::uint32_t number);
   std::size_t input_of(const input_file* file) const;
 
   trail_figures& figures_;
@@ -96,9 +95,12 @@ class session_tally {
   name_tally hosts_;
   top_list<transaction_figures> transactions_;
   top_list<session_figures> sessions_;
-  std::deque<session_state> states_;
-  position_index index_;
-  std::array<recent_state, RECENT> recent_{};
+  // By session_entry::output_number. Blocks, so that they stay where they are;
+  // the first of all is in no use.
+  static constexpr std::uint32_t BLOCK = 256;
+  std::vector<std::unique_ptr<std::array<session_state, BLOCK>>> states_;
+  std::deque<session_origin> origins_{1};
+  std::vector<std::uint32_t> free_numbers_;
   std::vector<const input_file*> files_;
   text_scratch scratch_;
 };

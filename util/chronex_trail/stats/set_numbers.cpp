@@ -17,3 +17,18 @@ std::uint32_t set_numbers::look_up(const node_entry& node,
   return sets_.number_of(database,
                          decode_text(name.data_set, characters, name_).utf8);
 }
+
+std::uint32_t set_numbers::learn(const node_entry& node,
+                                 const event_place& place) {
+  const known_node& present = place_of(node);
+  const bool is_wanted_by_two =
+      present.names_version == node.table->names_version() &&
+      present.file == place.file;
+  if (is_wanted_by_two && known_.size() < MAX_PLACES) {
+    known_.assign(known_.size() * 2, {});
+  }
+  known_node& mine = place_of(node);
+  mine = {node.table->names_version(), place.file, node.node_id,
+          look_up(node, place)};
+  return mine.number;
+}

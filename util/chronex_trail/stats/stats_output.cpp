@@ -104,7 +104,9 @@ int stats_output::file_accepted(const input_file& /*file*/) {
   return 0;
 }
 
-void stats_output::file_ends() { gatherer_->sessions.file_ends(); }
+void stats_output::session_ends(const session_entry& session) {
+  gatherer_->sessions.session_ends(session);
+}
 
 sign_on_result stats_output::sign_on(const session_entry& session,
                                      sign_on_caller /*caller*/,

@@ -25,7 +25,7 @@ class stats_output : public trail_output {
 
   int file_begins(const input_file& file) override;
   int file_accepted(const input_file& file) override;
-  void file_ends() override;
+  void session_ends(const session_entry& session) override;
   sign_on_result sign_on(const session_entry& session, sign_on_caller caller,
                          const event_place& place) override;
   int sign_off(const session_entry& session, const event_place& place) override;

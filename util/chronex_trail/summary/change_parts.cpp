@@ -10,17 +10,29 @@
 namespace {
 
 // The numbers of all, those with the most changes first, and of equals the one
-// whose name comes first.
+// whose name comes first. Behind the first `limit` the order is any.
 template <typename List, typename Name>
-std::vector<std::uint32_t> ranked(const List& list, const Name& name_of) {
-  std::vector<std::uint32_t> numbers(list.size());
-  std::iota(numbers.begin(), numbers.end(), 0U);
-  std::ranges::sort(numbers, [&](std::uint32_t a, std::uint32_t b) {
-    const std::uint64_t changes_a = list[a].changes.count.total();
-    const std::uint64_t changes_b = list[b].changes.count.total();
-    if (changes_a != changes_b) return changes_a > changes_b;
-    return name_of(list[a]) < name_of(list[b]);
-  });
+std::vector<std::uint32_t> ranked(const List& list, std::size_t limit,
+                                  const Name& name_of) {
+  struct ranked_number {
+    std::uint64_t changes = 0;
+    std::uint32_t number = 0;
+  };
+  std::vector<ranked_number> all;
+  all.reserve(list.size());
+  for (const auto& each : list) {
+    all.push_back(
+        {each.changes.count.total(), static_cast<std::uint32_t>(all.size())});
+  }
+  const auto end_of_order =
+      all.begin() + static_cast<std::ptrdiff_t>(std::min(limit, all.size()));
+  std::ranges::partial_sort(
+      all, end_of_order, [&](const ranked_number& a, const ranked_number& b) {
+        if (a.changes != b.changes) return a.changes > b.changes;
+        return name_of(list[a.number]) < name_of(list[b.number]);
+      });
+  std::vector<std::uint32_t> numbers(all.size());
+  std::ranges::transform(all, numbers.begin(), &ranked_number::number);
   return numbers;
 }
 
@@ -71,7 +83,7 @@ constexpr summary_column SET_COLUMNS[] = {
 row_counts set_rows(const trail_figures& figures, std::size_t limit,
                     row_sink& sink) {
   return give_rows(
-      ranked(figures.data_sets,
+      ranked(figures.data_sets, limit,
              [](const set_figures& set) { return set.full_name(); }),
       limit, sink,
       [&figures, name = std::string()](std::uint32_t number) mutable {
@@ -93,10 +105,8 @@ template <name_list trail_figures::*LIST>
 row_counts name_rows(const trail_figures& figures, std::size_t limit,
                      row_sink& sink) {
   const name_list& names = figures.*LIST;
-  const auto name_of = [](const name_figures& name) {
-    return std::string_view(name.name);
-  };
-  return give_rows(ranked(names, name_of), limit, sink,
+  const auto name_of = [](const name_figures& name) { return name.name; };
+  return give_rows(ranked(names, limit, name_of), limit, sink,
                    [&names](std::uint32_t number) {
                      const name_figures& name = names[number];
                      cells row = {name_cell(name)};

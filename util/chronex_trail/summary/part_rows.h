@@ -26,7 +26,7 @@ inline void append_times(cells& row, const change_figures& changes) {
 }
 
 inline summary_cell name_cell(const name_figures& name) {
-  return name.known ? text_cell(name.name) : no_cell();
+  return name.known() ? text_cell(name.name) : no_cell();
 }
 
 // Gives the first rows of a list, as they are made of its elements.
