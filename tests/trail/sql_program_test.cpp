@@ -8,6 +8,8 @@
 #include "tests/support/run_program.h"
 #include "tests/trail/event_reader.h"
 #include "tests/trail/sql_fixture.h"
+#include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/files/split_directory.h"
 #include "util/chronex_trail/sql/database_file.h"
 
 namespace {
@@ -103,17 +105,35 @@ TEST(SqlProgram, GivesAFileItsNameOnlyWhenItIsComplete) {
             lines{"2 1"});
 }
 
-TEST(SqlProgram, KeepsAPrivateFileFromOthers) {
+// With unlocked keys a file must not be readable for a moment by anyone else.
+TEST(PrivateFiles, AreClosedToOthers) {
   const test_directory directory;
   run_messages messages;
-  database_file file(messages);
-  const std::string name = directory.path("db");
-  ASSERT_EQ(file.open(name, existing_database::refused, true), 0);
-  struct stat status {};
-  ASSERT_EQ(stat((name + ".partial").c_str(), &status), 0);
-  EXPECT_EQ(status.st_mode & 0777, 0600U);
-  EXPECT_EQ(file.close(true), 0);
-  EXPECT_EQ(access(name.c_str(), F_OK), 0);
+  const auto mode_of = [&directory](std::string_view name) {
+    struct stat status {};
+    EXPECT_EQ(stat(directory.path(name).c_str(), &status), 0) << name;
+    return status.st_mode & 0777U;
+  };
+  database_file database(messages);
+  ASSERT_EQ(
+      database.open(directory.path("db"), existing_database::refused, true), 0);
+  EXPECT_EQ(mode_of("db.partial"), 0600U);
+  EXPECT_EQ(database.close(true), 0);
+  EXPECT_EQ(mode_of("db"), 0600U);
+  for (const std::string name : {"page.html", "json.gz"}) {
+    result_file file(messages);
+    ASSERT_EQ(file.open(directory.path(name), true), 0);
+    EXPECT_EQ(mode_of(name + ".partial"), 0600U);
+    EXPECT_EQ(file.close(true), 0);
+    EXPECT_EQ(mode_of(name), 0600U);
+  }
+  split_directory split(messages);
+  ASSERT_EQ(split.open(directory.path("split"), true), 0);
+  split.select("day/a.gz");
+  EXPECT_EQ(split.write("{}\n"), 0);
+  EXPECT_EQ(split.close(true), 0);
+  EXPECT_EQ(mode_of("split/day/a.gz"), 0600U);
+  EXPECT_EQ(mode_of("split/day"), 0700U);
 }
 
 TEST(SqlProgram, AnswersQueries) {
