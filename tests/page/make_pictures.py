@@ -1,6 +1,7 @@
 """Takes the pictures of the README.
 
-  make_pictures.py CHRONEX_TRAIL MAKE_PAGE_LOGS WORK_DIRECTORY PICTURE_DIRECTORY
+  make_pictures.py CHRONEX_TRAIL MAKE_SAMPLES MAKE_PAGE_LOGS WORK_DIRECTORY
+      PICTURE_DIRECTORY
 """
 
 import html
@@ -11,10 +12,11 @@ import sys
 
 from browser import Browser
 
-PROGRAM, MAKE_LOGS, WORK, PICTURES = (
-    os.path.abspath(path) for path in sys.argv[1:5])
+PROGRAM, MAKE_SAMPLES, MAKE_LOGS, WORK, PICTURES = (
+    os.path.abspath(path) for path in sys.argv[1:6])
 MOST_BYTES = 200_000
-FILES = ["quarter.12-1", "quarter.12-2", "quarter.12-4"]
+SAMPLE = ["shop.7-1", "shop.7-2", "shop.8-1", "shop.8-3"]
+WEEKS = ["quarter.12-1", "quarter.12-2", "quarter.12-4"]
 
 # A terminal as it looks; the text is what the program wrote on one.
 TERMINAL = """<!DOCTYPE html><html data-ready="true"><meta charset="utf-8">
@@ -47,11 +49,18 @@ def on_terminal(columns, *words):
     return b"".join(parts).decode().replace("\r\n", "\n")
 
 
-def main():
-    subprocess.run([MAKE_LOGS, "busy", "24000", WORK], check=True)
-    page = os.path.join(WORK, "quarter.html")
-    subprocess.run([PROGRAM, "page", "--time-zone", "UTC", "-o", page, *FILES],
+def page_of(files):
+    page = os.path.join(WORK, files[0] + ".html")
+    subprocess.run([PROGRAM, "page", "--time-zone", "UTC", "-o", page, *files],
                    check=True, cwd=WORK, stderr=subprocess.DEVNULL)
+    return page
+
+
+def main():
+    subprocess.run([MAKE_SAMPLES, WORK], check=True)
+    subprocess.run([MAKE_LOGS, "busy", "24000", WORK], check=True)
+    sample = page_of(SAMPLE)
+    weeks = page_of(WEEKS)
     pictures = {}
 
     def take(name):
@@ -60,8 +69,17 @@ def main():
 
     with Browser() as browser:
         browser.size(1280, 1120)
-        browser.open(page)
+        browser.open(sample)
         take("page-light.png")
+        browser.size(1280, 1120, dark=True)
+        browser.open(sample)
+        browser.click("[data-kind=user] .bar-name:nth-child(1)")
+        browser.run("scrollTo(0, 0)")
+        browser.settle()
+        take("page-dark.png")
+        browser.size(1280, 1120)
+        browser.open(weeks)
+        take("page-weeks.png")
         browser.drag("#brush", 0.3, 0.52)
         browser.click("[data-kind=dataSet] .bar-name:nth-child(1)")
         browser.click("#legend [data-op=u]")
@@ -70,16 +88,9 @@ def main():
                      "'#detail .facts').length === 2")
         browser.size(1280, 640)
         take("page-change.png")
-        browser.size(1280, 1120, dark=True)
-        browser.open(page)
-        browser.drag("#brush", 0.3, 0.52)
-        browser.click("[data-kind=user] .bar-name:nth-child(1)")
-        browser.run("scrollTo(0, 0)")
-        browser.settle()
-        take("page-dark.png")
-        text = on_terminal(100, PROGRAM, "stats", "--top", "5", *FILES)
-        shown = ("$ chronex-trail stats --top 5 quarter.12-1 quarter.12-2 "
-                 "quarter.12-4\n" + text)
+        text = on_terminal(100, PROGRAM, "stats", "--top", "5", *SAMPLE)
+        shown = ("$ chronex-trail stats --top 5 " + " ".join(SAMPLE) + "\n" +
+                 text)
         terminal = os.path.join(WORK, "terminal.html")
         with open(terminal, "w", encoding="utf-8") as file:
             file.write(TERMINAL.format(html.escape(
