@@ -3,6 +3,7 @@
 #include "util/chronex_trail/sql/database_file.h"
 #include "util/chronex_trail/sql/identifiers.h"
 #include "util/chronex_trail/sql/row_batch.h"
+#include "util/chronex_trail/sql/row_page.h"
 #include "util/chronex_trail/sql/sqlite_sessions.h"
 #include "util/chronex_trail/sql/trail_tables.h"
 
@@ -68,7 +69,12 @@ start_numbers sqlite_engine::begin(const std::vector<table_form>& tables) {
   if (!is_continued_) {
     database_.run("PRAGMA page_size = 8192; PRAGMA encoding = 'UTF-8'");
   }
-  database_.run("BEGIN IMMEDIATE");
+  if (use_ == database_use::made) {
+    stage_ = std::make_unique<row_stage>(database_);
+    database_.run("BEGIN");
+  } else {
+    database_.run("BEGIN IMMEDIATE");
+  }
   if (!is_continued_) create_all(tables);
   sessions_ = std::make_unique<sqlite_sessions>(database_,
                                                 open(tables[SESSION_TABLE], 0));
@@ -122,11 +128,36 @@ void sqlite_engine::create(const table_form& table) {
   database_.run(text + ')');
 }
 
+// Other tables of the stage can be made only between transactions, which in a
+// database that is being made begin and end anywhere.
+row_stage::table sqlite_engine::staged(const table_form& table) {
+  std::string types;
+  std::string separator = "a";
+  for (const table_column& column : table.columns) {
+    types += separator + std::to_string(types.size()) + ' ' + type_name(column);
+    if (separator == "a") types += " PRIMARY KEY";
+    separator = ", a";
+  }
+  row_stage::table known = stage_->find(types);
+  if (known.root != 0) return known;
+  database_.run("COMMIT");
+  known = stage_->make(types);
+  database_.run("BEGIN");
+  return known;
+}
+
 std::unique_ptr<row_writer> sqlite_engine::open(const table_form& table,
                                                 std::size_t row_size) {
-  return std::make_unique<row_batch>(database_, quoted_identifier(table.name),
-                                     static_cast<int>(table.columns.size()),
-                                     row_size);
+  const std::string name = quoted_identifier(table.name);
+  const auto columns = static_cast<int>(table.columns.size());
+  if (stage_ && row_size > 0) {
+    const row_stage::table stage = staged(table);
+    if (stage.root != 0) {
+      return std::make_unique<row_page>(database_, *stage_, stage, name,
+                                        columns);
+    }
+  }
+  return std::make_unique<row_batch>(database_, name, columns, row_size);
 }
 
 void sqlite_engine::index_records(const table_form& table,
@@ -141,4 +172,7 @@ void sqlite_engine::finish_rows() {
   sessions_.reset();
 }
 
-void sqlite_engine::commit() { database_.run("COMMIT"); }
+void sqlite_engine::commit() {
+  database_.run("COMMIT");
+  stage_.reset();
+}

@@ -7,8 +7,8 @@
 
 #include "util/chronex_trail/sql/database.h"
 #include "util/chronex_trail/sql/engine.h"
+#include "util/chronex_trail/sql/row_stage.h"
 
-// A trail's tables in an SQLite database.
 // What the database is while it is filled.
 enum class database_use {
   // A file under a temporary name: nothing has to be undone in it.
@@ -17,6 +17,7 @@ enum class database_use {
   shared,
 };
 
+// A trail's tables in an SQLite database.
 class sqlite_engine : public sql_engine {
  public:
   // The database stays the caller's; it is empty, unless a trail in it is
@@ -39,11 +40,14 @@ class sqlite_engine : public sql_engine {
 
  private:
   void create_all(const std::vector<table_form>& tables);
+  row_stage::table staged(const table_form& table);
 
   sql_database& database_;
   const bool is_continued_;
   const database_use use_;
   const engine_limits limits_;
+  // Null: rows are inserted by statements with parameters.
+  std::unique_ptr<row_stage> stage_;
   std::unique_ptr<session_rows> sessions_;
 };
 
