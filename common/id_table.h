@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "common/entry_index.h"
+#include "common/id_index.h"
 #include "common/slab.h"
 
 // Entries are the table's and stay where they are until they are removed.
@@ -27,11 +27,11 @@ class id_table {
 
   // Makes the entry of an id that has none; null without memory.
   Entry* add(std::int32_t id) {
-    if (!index_.reserve()) return nullptr;
     const std::uint32_t number = entries_.make();
     if (number == 0) return nullptr;
-    index_.insert(key_of(id), number);
-    return &entries_[number];
+    if (index_.insert(key_of(id), number)) return &entries_[number];
+    entries_.release(number);
+    return nullptr;
   }
 
   // Calls `visit` with every entry, in no order.
@@ -56,7 +56,7 @@ class id_table {
     return static_cast<std::uint32_t>(id);
   }
 
-  entry_index<std::uint32_t> index_;
+  id_index index_;
   slab<Entry> entries_;
 };
 
