@@ -15,7 +15,7 @@ namespace {
 // One read from the source. From twice the gz interface's buffer size on, zlib
 // reads plain files straight into the window; the system hands out a megabyte
 // at once for less than in quarters.
-constexpr std::size_t READ_SIZE = std::size_t{1024} * 1024;
+constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
 constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // All files are opened for their headers before one is read on, so that much of
 // a file is read as if there were no more.
