@@ -16,9 +16,6 @@ namespace {
 constexpr int VERSION_MAJOR = 1;
 constexpr int VERSION_MINOR = 0;
 
-// What an item takes in an item list besides its name.
-constexpr std::size_t LIST_ITEM_SIZE = 10;
-
 std::span<const std::uint8_t> bytes_of(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
@@ -91,20 +88,6 @@ int audit_output::operation(const image_operation& operation,
                                    operation.after);
 }
 
-// Writes one item as it stands in an item list.
-int audit_output::write_item(const set_context& set,
-                             const item_descriptor& item) {
-  std::array<std::uint8_t, 1> head{item.name_len};
-  std::array<std::uint8_t, LIST_ITEM_SIZE - 1> tail{item.type};
-  store_u16(tail.data() + 1, item.count);
-  store_u16(tail.data() + 3, item.size);
-  store_u32(tail.data() + 5, item.fmt);
-  if (stream.audit_write(head) != 0) return -1;
-  const auto name = set.names().subspan(item.name_off, item.name_len);
-  if (stream.audit_write(name) != 0) return -1;
-  return stream.audit_write(tail);
-}
-
 int audit_output::schema(const node_entry& node, const event_place& /*place*/) {
   const set_context& set = *node.set;
   // The record has 16 bits for the length of the name.
@@ -115,19 +98,14 @@ int audit_output::schema(const node_entry& node, const event_place& /*place*/) {
                       .rec_sz = static_cast<std::uint16_t>(set.rec_sz),
                       .item_cnt = static_cast<std::uint16_t>(set.item_cnt)}
       .put(head.data());
-  const std::size_t size =
-      head.size() + name.size() + set.names().size() +
-      static_cast<std::size_t>(set.item_cnt) * LIST_ITEM_SIZE;
+  const std::size_t size = head.size() + name.size() + set.list_bytes().size();
   if (stream.audit_write_tag(AUDIT_TAG_SCHEMA,
                              static_cast<std::uint32_t>(size)) != 0 ||
       stream.audit_write(head) != 0 ||
       stream.audit_write(bytes_of(name)) != 0) {
     return -1;
   }
-  for (const item_descriptor& item : set.item_list()) {
-    if (write_item(set, item) != 0) return -1;
-  }
-  return 0;
+  return stream.audit_write(set.list_bytes());
 }
 
 int audit_output::notice(const trail_notice& notice) {

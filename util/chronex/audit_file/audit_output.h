@@ -7,9 +7,6 @@
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/trail/output.h"
 
-struct item_descriptor;
-struct set_context;
-
 class audit_output final : public trail_output {
  public:
   explicit audit_output(run_messages& messages)
@@ -32,7 +29,6 @@ class audit_output final : public trail_output {
   int notice(const trail_notice& notice) override;
 
  private:
-  int write_item(const set_context& set, const item_descriptor& item);
   int audit_write_comment(std::string_view text);
 
   run_messages& messages_;

@@ -134,8 +134,8 @@ int audit_reader::decode_node_schema(const input_file& file, byte_run payload) {
     return FILE_FAILED;
   }
   std::string problem;
-  std::unique_ptr<set_context> set = node_create_set_context(
-      rest.subspan(head.name_sz), problem, trail_.messages);
+  std::unique_ptr<set_context> set =
+      trail_.nodes.make_set(rest.subspan(head.name_sz), problem);
   if (!set) {
     if (problem.empty()) return FILE_FAILED;
     return bad_record(file, notice_kind::bad_format, problem, payload.size());

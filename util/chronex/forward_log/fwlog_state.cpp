@@ -165,7 +165,7 @@ int process_data_set(const fw_action& action, const state_header& header) {
 
   std::string problem;
   std::unique_ptr<set_context> set =
-      node_create_set_context({list, left}, problem, action.messages());
+      action.events().nodes.make_set({list, left}, problem);
   if (!set) return fw_malformed(action, problem);
   action.events().node_add_entry(header.id, NODE_DATA_SET, name.view(),
                                  db_node_id, std::move(set));

@@ -102,7 +102,7 @@ void clear_text_report::report_items(const node_entry& node) {
   for (const item_descriptor& item : node.set->item_list()) {
     out.put(" '");
     out.put_foreign_c_string(
-        node.set->names().subspan(item.name_off, item.name_len));
+        node.set->list_bytes().subspan(item.name_off, item.name_len));
     out.put("' type:");
     const char letter = static_cast<char>(item.type);
     out.put_foreign({&letter, 1});

@@ -205,7 +205,8 @@ element_name name_of(const set_context& set, const record_view& view,
     return {
         {label + NAME_POSITION, element.name_len}, label, element.subscript};
   }
-  const auto* const names = reinterpret_cast<const char*>(set.names().data());
+  const auto* const names =
+      reinterpret_cast<const char*>(set.list_bytes().data());
   return {
       {names + element.name_at, element.name_len}, nullptr, element.subscript};
 }

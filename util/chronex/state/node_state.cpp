@@ -23,7 +23,7 @@ void save_node(const node_entry& entry, state_writer& state) {
   if (entry.keys) return save_keys(*entry.keys, state);
   if (!entry.set) return state.u8(static_cast<std::uint8_t>(node_data::none));
   state.u8(static_cast<std::uint8_t>(node_data::schema));
-  state.bytes(item_list_bytes(*entry.set));
+  state.bytes(entry.set->list_bytes());
 }
 
 // The beginning of a node, up to its data.
@@ -73,8 +73,7 @@ bool restore_node(const run_parts& run, state_reader& state,
   std::unique_ptr<set_context> set;
   if (data == node_data::schema) {
     std::string malformed;
-    set =
-        node_create_set_context(state.bytes(), malformed, run.events.messages);
+    set = run.events.nodes.make_set(state.bytes(), malformed);
     if (!set || state.has_failed()) return false;
   }
   node_entry* const entry = run.events.nodes.node_add_entry(

@@ -1,7 +1,6 @@
 #include "util/chronex/tables/node.h"
 
 #include <algorithm>
-#include <cctype>
 #include <new>
 
 #include "common/same_text.h"
@@ -14,7 +13,7 @@ constexpr int MAX_NAME_LEVELS = 16;
 
 bool same_schema(const std::optional<set_context>& a, const set_context* b) {
   if (!a || b == nullptr) return a.has_value() == (b != nullptr);
-  return a->layout == b->layout || *a->layout == *b->layout;
+  return a->layout == b->layout || a->layout->is_of(b->list_bytes());
 }
 
 bool is_repeat(const node_entry& entry, int type, std::string_view name,
@@ -32,8 +31,7 @@ bool upper_case_copy(std::string_view name, std::string& copy) {
     return false;
   }
   for (char& character : copy) {
-    character =
-        static_cast<char>(std::toupper(static_cast<unsigned char>(character)));
+    if (character >= 'a' && character <= 'z') character -= 'a' - 'A';
   }
   return true;
 }
@@ -64,18 +62,26 @@ node_entry* node_table::new_entry(std::int32_t node_id) {
 }
 
 // Data sets are often made alike. Those that have their items in common need
-// less memory, and what was worked out for one of them serves the others.
-void node_table::share_layout(set_context& set) {
-  std::weak_ptr<item_layout>& place =
-      layouts_[set.layout->hash % layouts_.size()];
-  const std::shared_ptr<item_layout> known = place.lock();
-  if (known && *known == *set.layout) {
-    set.layout = known;
-  } else {
-    set.layout->id = ++last_layout_id_;
-    place = set.layout;
+// less memory and time, and what was worked out for one of them serves the
+// others.
+std::unique_ptr<set_context> node_table::make_set(
+    std::span<const std::uint8_t> item_list, std::string& problem) {
+  const std::size_t hash = item_list_hash(item_list);
+  std::shared_ptr<item_layout> known = layouts_[hash % layouts_.size()].lock();
+  if (known && known->is_of(item_list)) {
+    std::unique_ptr<set_context> set = try_make<set_context>(std::move(known));
+    if (set) return set;
   }
-  set.layout_id = set.layout->id;
+  return node_create_set_context(item_list, problem, messages_);
+}
+
+void node_table::keep_layout(set_context& set) {
+  item_layout& layout = *set.layout;
+  if (layout.id == 0) {
+    layout.id = ++last_layout_id_;
+    layouts_[layout.hash % layouts_.size()] = set.layout;
+  }
+  set.layout_id = layout.id;
 }
 
 node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
@@ -109,7 +115,7 @@ node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
   entry->name = std::move(upper_name);
   entry->db_node_id = db_node_id;
   if (set) {
-    share_layout(*set);
+    keep_layout(*set);
     set->schema_id = ++last_schema_id_;
     entry->set = std::move(*set);
   }

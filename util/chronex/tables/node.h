@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -68,6 +69,11 @@ class node_table {
                              std::string_view name, std::int32_t db_node_id,
                              std::unique_ptr<set_context> set);
 
+  // Makes a schema as node_create_set_context does, from what is known already
+  // where a data set has the same item list.
+  std::unique_ptr<set_context> make_set(std::span<const std::uint8_t> item_list,
+                                        std::string& problem);
+
   // Calls `visit` with every node, in no particular order.
   template <typename Visit>
   void for_each(Visit visit) {
@@ -93,7 +99,7 @@ class node_table {
 
  private:
   node_entry* new_entry(std::int32_t node_id);
-  void share_layout(set_context& set);
+  void keep_layout(set_context& set);
 
   run_messages& messages_;
   id_table<node_entry> node_hash_;

@@ -20,28 +20,19 @@ std::uint32_t round_up(std::uint32_t number, std::uint32_t multiple) {
   return (number + multiple - 1) / multiple * multiple;
 }
 
-// One item of an item list.
-struct list_item {
+// Reads the next item; its place in the record stays to be filled in.
+bool next_item(byte_cursor& list, std::size_t list_size,
+               item_descriptor& item) {
   std::span<const std::uint8_t> name;
-  item_descriptor descriptor;
-};
-
-bool next_item(byte_cursor& list, list_item& item) {
-  std::uint8_t name_len = 0;
-  item_descriptor& descriptor = item.descriptor;
-  if (!list.u8(name_len) || !list.bytes(name_len, item.name) ||
-      !list.u8(descriptor.type) || !list.u16(descriptor.count) ||
-      !list.u16(descriptor.size) || !list.u32(descriptor.fmt)) {
-    return false;
-  }
-  descriptor.name_len = name_len;
-  return true;
+  if (!list.u8(item.name_len)) return false;
+  item.name_off = static_cast<std::uint32_t>(list_size - list.remaining());
+  return list.bytes(item.name_len, name) && list.u8(item.type) &&
+         list.u16(item.count) && list.u16(item.size) && list.u32(item.fmt);
 }
 
 // What a pass over an item list adds up to.
 struct list_totals {
   std::size_t items = 0;
-  std::size_t name_bytes = 0;
   std::uint32_t plain_bytes = 0;
   std::uint32_t encrypted_bytes = 0;
 
@@ -50,17 +41,15 @@ struct list_totals {
 
 // Adds one item up. Returns false, with a line in `problem` that says why, when
 // a schema cannot have it.
-bool add_item(const list_item& item, list_totals& totals,
+bool add_item(const item_descriptor& item, list_totals& totals,
               std::string& problem) {
-  const item_descriptor& descriptor = item.descriptor;
-  if (descriptor.count < 1 || descriptor.size == 0) {
+  if (item.count < 1 || item.size == 0) {
     problem = "Item " + std::to_string(totals.items + 1) +
-              " of data set schema has count " +
-              std::to_string(descriptor.count) + " and size " +
-              std::to_string(descriptor.size);
+              " of data set schema has count " + std::to_string(item.count) +
+              " and size " + std::to_string(item.size);
     return false;
   }
-  const std::uint64_t bytes = std::uint64_t{descriptor.count} * descriptor.size;
+  const std::uint64_t bytes = std::uint64_t{item.count} * item.size;
   const std::uint64_t record_size = totals.record_size() + bytes;
   if (record_size > INT16_MAX) {
     problem = "Data set schema exceeds maximum record size (" +
@@ -68,10 +57,9 @@ bool add_item(const list_item& item, list_totals& totals,
               std::to_string(INT16_MAX) + ")";
     return false;
   }
-  const bool encrypted = (descriptor.fmt & ITEM_FMT_ENCRYPTED) != 0;
+  const bool encrypted = (item.fmt & ITEM_FMT_ENCRYPTED) != 0;
   (encrypted ? totals.encrypted_bytes : totals.plain_bytes) +=
       static_cast<std::uint32_t>(bytes);
-  totals.name_bytes += item.name.size();
   ++totals.items;
   return true;
 }
@@ -81,8 +69,8 @@ bool measure(std::span<const std::uint8_t> item_list, list_totals& totals,
              std::string& problem) {
   byte_cursor list(item_list);
   while (list.remaining() > 0) {
-    list_item item;
-    if (!next_item(list, item)) {
+    item_descriptor item;
+    if (!next_item(list, item_list.size(), item)) {
       problem = "Item " + std::to_string(totals.items + 1) +
                 " of data set schema exceeds the list (" +
                 std::to_string(item_list.size()) + " bytes)";
@@ -93,34 +81,40 @@ bool measure(std::span<const std::uint8_t> item_list, list_totals& totals,
   return true;
 }
 
-void fill_items(std::span<const std::uint8_t> item_list, item_layout& layout) {
-  byte_cursor list(item_list);
-  std::uint32_t name_off = 0;
+void fill_items(item_layout& layout) {
+  byte_cursor list(layout.list.bytes());
   std::uint16_t offset = 0;
-  list_item item;
-  for (std::size_t i = 0; next_item(list, item); ++i) {
-    item.descriptor.name_off = name_off;
-    item.descriptor.offset = offset;
-    layout.items[i] = item.descriptor;
-    if (!item.name.empty()) {
-      std::memcpy(layout.names.data() + name_off, item.name.data(),
-                  item.name.size());
-    }
-    name_off += item.descriptor.name_len;
-    offset = static_cast<std::uint16_t>(offset + item.descriptor.count *
-                                                     item.descriptor.size);
+  for (item_descriptor& item :
+       std::span(layout.items.get(), layout.item_count)) {
+    static_cast<void>(next_item(list, layout.list.size(), item));
+    item.offset = offset;
+    offset = static_cast<std::uint16_t>(offset + item.count * item.size);
   }
 }
 
-std::shared_ptr<item_layout> allocate_layout(const list_totals& totals) {
+void place_encrypted_part(const list_totals& totals, item_layout& layout) {
+  if (totals.encrypted_bytes == 0) return;
+  const std::uint32_t plain = round_up(totals.plain_bytes, ENCRYPTED_ALIGNMENT);
+  const std::uint32_t encrypted =
+      round_up(totals.encrypted_bytes, ENCRYPTION_BLOCK_SIZE);
+  layout.enc_offs = static_cast<std::int32_t>(plain);
+  layout.media_sz =
+      static_cast<std::int32_t>(encrypted + plain + ENCRYPTED_HEAD_SIZE);
+}
+
+// Null without memory.
+std::shared_ptr<item_layout> make_layout(
+    std::span<const std::uint8_t> item_list, const list_totals& totals) {
   std::unique_ptr<item_layout> layout = try_make<item_layout>();
-  if (!layout) return nullptr;
+  if (!layout || !layout->list.copy_from(item_list)) return nullptr;
   layout->items = try_make_array<item_descriptor>(totals.items);
   if (!layout->items) return nullptr;
   layout->item_count = totals.items;
-  if (totals.name_bytes > 0 && !layout->names.allocate(totals.name_bytes)) {
-    return nullptr;
-  }
+  fill_items(*layout);
+  layout->hash = item_list_hash(item_list);
+  layout->rec_sz = static_cast<std::int16_t>(totals.record_size());
+  layout->media_sz = layout->rec_sz;
+  place_encrypted_part(totals, *layout);
   try {
     return layout;
   } catch (const std::bad_alloc&) {
@@ -128,46 +122,28 @@ std::shared_ptr<item_layout> allocate_layout(const list_totals& totals) {
   }
 }
 
-std::unique_ptr<set_context> allocate_set_context(const list_totals& totals) {
-  std::unique_ptr<set_context> set = try_make<set_context>();
-  if (!set) return nullptr;
-  set->layout = allocate_layout(totals);
-  if (!set->layout) set.reset();
-  return set;
-}
+}  // namespace
 
-std::size_t hash_of(std::span<const std::uint8_t> item_list) {
+std::size_t item_list_hash(std::span<const std::uint8_t> item_list) {
   return std::hash<std::string_view>()(
       {reinterpret_cast<const char*>(item_list.data()), item_list.size()});
 }
 
-}  // namespace
-
-bool item_layout::operator==(const item_layout& other) const {
-  return std::ranges::equal(item_list(), other.item_list()) &&
-         std::ranges::equal(names.bytes(), other.names.bytes());
+bool item_layout::is_of(std::span<const std::uint8_t> item_list) const {
+  return std::ranges::equal(list.bytes(), item_list);
 }
+
+set_context::set_context(std::shared_ptr<item_layout> layout_of_set) noexcept
+    : layout_id(layout_of_set->id),
+      item_cnt(static_cast<std::int16_t>(layout_of_set->item_count)),
+      rec_sz(layout_of_set->rec_sz),
+      media_sz(layout_of_set->media_sz),
+      enc_offs(layout_of_set->enc_offs),
+      layout(std::move(layout_of_set)) {}
 
 std::string_view set_context::item_name(const item_descriptor& item) const {
-  return {reinterpret_cast<const char*>(names().data()) + item.name_off,
+  return {reinterpret_cast<const char*>(list_bytes().data()) + item.name_off,
           item.name_len};
-}
-
-std::vector<std::uint8_t> item_list_bytes(const set_context& set) {
-  constexpr std::size_t NUMBERS_SIZE = 8;
-  std::vector<std::uint8_t> list;
-  for (const item_descriptor& item : set.item_list()) {
-    const std::string_view name = set.item_name(item);
-    list.push_back(item.name_len);
-    list.insert(list.end(), name.begin(), name.end());
-    list.push_back(item.type);
-    std::uint8_t* const rest =
-        &*list.insert(list.end(), NUMBERS_SIZE, std::uint8_t{0});
-    store_u16(rest, item.count);
-    store_u16(rest + 2, item.size);
-    store_u32(rest + 4, item.fmt);
-  }
-  return list;
 }
 
 std::unique_ptr<set_context> node_create_set_context(
@@ -175,25 +151,11 @@ std::unique_ptr<set_context> node_create_set_context(
     run_messages& messages) {
   list_totals totals;
   if (!measure(item_list, totals, problem)) return nullptr;
-  std::unique_ptr<set_context> set = allocate_set_context(totals);
-  if (!set) {
-    messages.perror("calloc");
-    messages.print("Unable to allocate data set context\n");
-    return nullptr;
-  }
-  fill_items(item_list, *set->layout);
-  set->layout->hash = hash_of(item_list);
-  set->item_cnt = static_cast<std::int16_t>(totals.items);
-  set->rec_sz = static_cast<std::int16_t>(totals.record_size());
-  set->media_sz = set->rec_sz;
-  if (totals.encrypted_bytes > 0) {
-    const std::uint32_t plain =
-        round_up(totals.plain_bytes, ENCRYPTED_ALIGNMENT);
-    const std::uint32_t encrypted =
-        round_up(totals.encrypted_bytes, ENCRYPTION_BLOCK_SIZE);
-    set->enc_offs = static_cast<std::int32_t>(plain);
-    set->media_sz =
-        static_cast<std::int32_t>(encrypted + plain + ENCRYPTED_HEAD_SIZE);
-  }
-  return set;
+  std::shared_ptr<item_layout> layout = make_layout(item_list, totals);
+  std::unique_ptr<set_context> set;
+  if (layout) set = try_make<set_context>(std::move(layout));
+  if (set) return set;
+  messages.perror("calloc");
+  messages.print("Unable to allocate data set context\n");
+  return nullptr;
 }

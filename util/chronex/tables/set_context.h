@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "common/owned_bytes.h"
 #include "util/chronex/messages/messages.h"
@@ -19,7 +18,7 @@ inline constexpr std::uint32_t ITEM_FMT_ENCRYPTED = 0x100000;
 
 // One item of a data set.
 struct item_descriptor {
-  // Place of the name in set_context::names().
+  // Place of the name in the item list.
   std::uint32_t name_off = 0;
   std::uint8_t name_len = 0;
   // Item type letter.
@@ -34,25 +33,32 @@ struct item_descriptor {
   bool operator==(const item_descriptor&) const = default;
 };
 
-// The items of a schema; data sets may have it in common.
+// What follows from an item list; data sets may have it in common.
 struct item_layout {
+  owned_bytes list;
   std::unique_ptr<item_descriptor[]> items;
   std::size_t item_count = 0;
-  owned_bytes names;
-  // Of the item list that it was made of.
+  // See set_context.
+  std::int16_t rec_sz = 0;
+  std::int32_t media_sz = 0;
+  std::int32_t enc_offs = -1;
+  // Of the item list.
   std::size_t hash = 0;
-  // See set_context::layout_id.
+  // See set_context::layout_id; 0 = none yet.
   std::uint64_t id = 0;
 
   std::span<const item_descriptor> item_list() const {
     return {items.get(), item_count};
   }
-  bool operator==(const item_layout& other) const;
+  bool is_of(std::span<const std::uint8_t> item_list) const;
 };
 
 // A data set's schema. Its items lie in the record one after another, each
 // count * size bytes.
 struct set_context {
+  set_context() = default;
+  explicit set_context(std::shared_ptr<item_layout> layout_of_set) noexcept;
+
   // Different for every data set and schema that a run registers, and never 0:
   // what is derived from both can be kept under it.
   std::uint64_t schema_id = 0;
@@ -71,13 +77,15 @@ struct set_context {
   std::span<const item_descriptor> item_list() const {
     return layout->item_list();
   }
-  // The names of all items, one behind the other.
-  std::span<const std::uint8_t> names() const { return layout->names.bytes(); }
+  // The item list that the schema was made from.
+  std::span<const std::uint8_t> list_bytes() const {
+    return layout->list.bytes();
+  }
   std::string_view item_name(const item_descriptor& item) const;
 };
 
-// The item list that the schema was made from.
-std::vector<std::uint8_t> item_list_bytes(const set_context& set);
+// The hash under which layouts of equal item lists are found.
+std::size_t item_list_hash(std::span<const std::uint8_t> item_list);
 
 // Makes a schema from an item list: for each item a u8 name length, the name, a
 // u8 type letter, a u16 element count, a u16 element size and u32 format flags.
