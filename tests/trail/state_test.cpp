@@ -4,14 +4,17 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/md5.h"
 #include "tests/support/log_builder.h"
 #include "tests/support/random_logs.h"
 #include "tests/support/run_program.h"
 #include "tests/trail/sql_fixture.h"
+#include "util/chronex/state/state_file.h"
 
 namespace {
 
@@ -293,20 +296,147 @@ TEST(StateFile, IsPrivateAndHoldsNothingDeciphered) {
 TEST(StateFile, RefusesEveryFlippedBit) {
   const test_directory directory;
   directory.write("log", sealed_log("0123456789abcdef", "short").bytes());
-  ASSERT_EQ(directory.run_trail({"json", "--state", "state", "log"}).status, 0);
+  const arguments words = {"json", "--state", "state", "log"};
+  ASSERT_EQ(directory.run_trail(words).status, 0);
   const std::string state = directory.read_raw("state");
-  for (std::size_t at = 0; at < state.size(); at += 1 + at / 8) {
-    std::string flipped = state;
-    flipped[at] = static_cast<char>(flipped[at] ^ (1 << (at % 8)));
-    directory.write("state", flipped);
-    const program_result result =
-        directory.run_trail({"json", "--state", "state", "log"});
-    ASSERT_EQ(result.status, 1) << "byte " << at;
-    ASSERT_NE(result.err.find(at < 16 ? "is no state file" : "is damaged"),
+  std::vector<std::uint8_t> flipped(state.begin(), state.end());
+  std::span<const std::uint8_t> sections;
+  std::string problem;
+  ASSERT_TRUE(open_state(flipped, sections, problem)) << problem;
+  for (std::size_t bit = 0; bit < 8 * flipped.size(); ++bit) {
+    const auto mask = static_cast<std::uint8_t>(1U << (bit % 8));
+    flipped[bit / 8] ^= mask;
+    ASSERT_FALSE(open_state(flipped, sections, problem)) << "bit " << bit;
+    flipped[bit / 8] ^= mask;
+  }
+  for (const std::size_t at : {3UL, 16UL, 20UL, 24UL, state.size() - 1}) {
+    std::string changed = state;
+    changed[at] ^= 1;
+    directory.write("state", changed);
+    const program_result result = directory.run_trail(words);
+    EXPECT_EQ(result.status, 1) << "byte " << at;
+    EXPECT_NE(result.err.find(at < 16 ? "is no state file" : "is damaged"),
               std::string::npos)
         << result.err;
-    ASSERT_EQ(result.out, "");
+    EXPECT_EQ(result.out, "");
   }
+}
+
+// A state as the version before wrote it, in the midst of a log.
+TEST(StateFile, ReadsTheVersionBeforeAndRefusesALaterOne) {
+  const test_directory directory;
+  const std::string kept = STATES_DIRECTORY;
+  ASSERT_EQ(directory.shell("cp " + kept + "/version-1.* ."), 0);
+  const arguments words = {"json", "--state", "version-1.state",
+                           "version-1.log"};
+  const std::string whole = directory.run_trail({"json", "version-1.log"}).out;
+  const std::size_t rest = whole.find(R"({"v":1,"type":"schema","n":6,)");
+  const std::size_t end = whole.find(R"({"v":1,"type":"end")");
+  const program_result result = directory.run_trail(words);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.out, whole.substr(rest, end - rest));
+
+  constexpr std::size_t VERSION = 16;
+  std::string state = directory.read_raw("version-1.state");
+  ASSERT_EQ(state[VERSION], char{STATE_VERSION});
+  ++state[VERSION];
+  state.resize(state.size() - MD5_DIGEST_SIZE);
+  ko_md5_context context;
+  ko__MD5Init(context);
+  ko__MD5Update(context, {reinterpret_cast<const std::uint8_t*>(state.data()),
+                          state.size()});
+  for (const std::uint8_t byte : ko__MD5Final(context)) {
+    state += static_cast<char>(byte);
+  }
+  directory.write("version-1.state", state);
+  const program_result refused = directory.run_trail(words);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("go on with the program that wrote it"),
+            std::string::npos)
+      << refused.err;
+}
+
+// What was lost is as uncertain in the next run, wherever the first one ended.
+TEST(StateFile, KeepsWhatDamageMadeUncertain) {
+  log_builder log({.generation = 7});
+  log.database(1, "shop").data_set(2, 1, "orders", {{"A", 'X', 1, 4}});
+  log.sign_on(5, {"user{BOB}"}).memo(5, 98, "begin");
+  log.put(5, 2, 1, "aaaa");
+  const std::size_t hole = log.bytes().size();
+  log.raw(std::string(50, '?')).number(12);
+  log.put(5, 2, 2, "bbbb").put(6, 2, 3, "cccc").put(6, 8, 4, "dddd");
+  log.put(5, 2, 5, "eeee").put(6, 8, 6, "ffff").put(6, 2, 7, "gggg");
+  const std::string bytes = log.end().bytes();
+  log_builder next({.generation = 7, .sequence = 2});
+  next.put(5, 2, 8, "hhhh").put(6, 8, 9, "iiii").sign_on(5, {"user{BOB}"});
+  next.put(5, 2, 10, "jjjj").end();
+  const test_directory directory;
+  directory.write("next", next.bytes());
+  directory.write("log", bytes);
+  directory.run_trail({"json", "--resync", "-o", "whole", "log", "next"});
+  directory.run_trail({"sql", "--resync", "-o", "whole.db", "log", "next"});
+  const arguments json = {"json", "--resync", "--state", "s1", "-o", "out"};
+  const arguments sql = {"sql", "--resync", "--append", "--state",
+                         "s2",  "-o",       "db"};
+  for (std::size_t cut = hole - 30; cut <= bytes.size(); cut += 17) {
+    SCOPED_TRACE(cut);
+    for (const bool is_there : {false, true}) {
+      directory.write("log", is_there ? bytes : bytes.substr(0, cut));
+      arguments logs = {"log"};
+      if (is_there) logs.emplace_back("next");
+      const int status = directory.run_trail(with(json, logs)).status;
+      EXPECT_EQ(status, directory.run_trail(with(sql, logs)).status);
+      EXPECT_TRUE(!is_there || status == 3) << status;
+    }
+    ASSERT_EQ(first_difference(directory.read("out"), directory.read("whole")),
+              "");
+    ASSERT_EQ(first_difference(rows_of(directory.path("db")),
+                               rows_of(directory.path("whole.db"))),
+              "");
+    directory.shell("rm -f s1* s2* out db*");
+  }
+}
+
+// Damage in which a log ends is told once it is known that no more comes.
+TEST(StateFile, TellsDamageThatNothingFollows) {
+  const test_directory directory;
+  log_builder log({.generation = 7});
+  log.database(1, "shop").sign_on(5, {"user{BOB}"}).raw(std::string(99, '?'));
+  directory.write("log", log.bytes());
+  log_builder next({.generation = 7, .sequence = 2});
+  directory.write("next", next.end().bytes());
+  const program_result whole =
+      directory.run_trail({"json", "--resync", "log", "next"});
+  const arguments words = {"json", "--resync", "--state", "state"};
+  const program_result first = directory.run_trail(with(words, {"log"}));
+  EXPECT_EQ(first.err, "");
+  EXPECT_EQ(first.status, 0);
+  const program_result second = directory.run_trail(with(words, {"next"}));
+  EXPECT_EQ(second.err, whole.err);
+  EXPECT_EQ(second.status, 3);
+  EXPECT_TRUE(whole.out.starts_with(first.out + second.out));
+}
+
+// Logs that come too early.
+TEST(StateFile, TellsGaps) {
+  const test_directory directory;
+  log_builder first({.generation = 7});
+  directory.write("first", first.database(1, "shop").end().bytes());
+  log_builder third({.generation = 7, .sequence = 3});
+  directory.write("third", third.end().bytes());
+  const arguments commands[] = {
+      {"json", "--state", "s1", "-o", "out"},
+      {"sql", "--append", "--state", "s2", "-o", "db"}};
+  for (const arguments& words : commands) {
+    EXPECT_EQ(directory.run_trail(with(words, {"first"})).err, "");
+    const program_result result = directory.run_trail(with(words, {"third"}));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.err.find("found: 3, expected: 2"), std::string::npos)
+        << result.err;
+  }
+  EXPECT_NE(directory.read("out").find(R"("type":"gap")"), std::string::npos);
+  EXPECT_EQ(answer_of(directory.path("db"), "SELECT type, missing FROM notice"),
+            answer_of(directory.path("db"), "SELECT 'gap', 1"));
 }
 
 // What does not belong to a state is said, and nothing is written.
@@ -348,6 +478,18 @@ TEST(StateFile, SaysWhatHasChanged) {
     EXPECT_NE(result.err.find(test.message), std::string::npos) << result.err;
     EXPECT_EQ(directory.read("out"), written) << test.message;
   }
+  // A database is left as it was, too.
+  const arguments sql = {"sql",     "--append", "-o", "db",
+                         "--state", "state2",   "log"};
+  directory.write("log", bytes);
+  ASSERT_EQ(directory.run_trail(sql).status, 0);
+  const std::string database = directory.read("db");
+  directory.write("log", changed);
+  const program_result refused = directory.run_trail(sql);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_NE(refused.err.find("the log log is not as it was"), std::string::npos)
+      << refused.err;
+  EXPECT_EQ(directory.read("db"), database);
   directory.write("log", bytes);
   directory.write("out", written.substr(1));
   EXPECT_NE(directory.run_trail(with(words, {"log"}))

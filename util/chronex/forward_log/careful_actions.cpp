@@ -58,7 +58,8 @@ careful_actions::next_action careful_actions::look() {
 
 // What heads that stand further on must have.
 head_limits careful_actions::limits() const {
-  if (last_.number == 0) return {.lowest_number = 1};
+  // Of an action that was read without care only the number is known.
+  if (last_.timestamp == 0) return {.lowest_number = last_.number + 1};
   return limits_behind(last_);
 }
 
@@ -131,8 +132,13 @@ int careful_actions::process_action() {
   const action_head head =
       has_head ? decode_action_head(bytes.data()) : action_head();
   const int result = fw_process_action(reader_, file_);
-  if (result == ACTION_MALFORMED) return pass_over(from, reader_.problem);
-  last_ = head;
+  if (result == ACTION_MALFORMED) {
+    // Its number need not be checked again if the log ends before the next one.
+    reader_.position.is_number_checked = true;
+    return pass_over(from, reader_.problem);
+  }
+  // Of a growing log the rest of the action may come.
+  if (result == ACTION_DONE) last_ = head;
   return result;
 }
 
@@ -154,17 +160,28 @@ int careful_actions::pass_long_action(const next_action& next) {
   return pass_over(from, NO_END, 1);
 }
 
+// More of a growing log may tell where the damage ends.
+int careful_actions::leave(const damaged_bytes& damage) {
+  if (file_.stream.stopped()) return interrupted();
+  reader_.position.missing = "next tag opcode";
+  reader_.position.open_damage = damage;
+  return FILE_DONE;
+}
+
 // `step` bytes are known to begin no action.
 int careful_actions::pass_over(std::uint64_t from, const std::string& reason,
                                std::uint64_t step) {
   input_stream& stream = file_.stream;
   const bool found = stream.skip(step) && seek(from);
-  if (!found && stream.stopped()) return interrupted();
   if (!found && report_no_resources(file_)) return FILE_FAILED;
   damaged_bytes damage{.from = from,
                        .to = stream.position(),
                        .last_number = last_.number,
                        .reason = reason};
+  const bool may_go_on =
+      stream.stopped() || (reader_.is_growing && stream.error().empty());
+  if (!found && may_go_on) return leave(damage);
+  reader_.position.is_number_checked = false;
   if (found) {
     last_ = decode_action_head(stream.peek(FW_ACTION_HEAD_SIZE).data());
     damage.next_number = last_.number;

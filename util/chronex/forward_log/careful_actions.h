@@ -22,7 +22,7 @@ class careful_actions {
  public:
   // Both are the caller's. The header of the file has been read.
   careful_actions(fwlog_reader& reader, input_file& file)
-      : reader_(reader), file_(file) {}
+      : reader_(reader), file_(file), last_(reader.position.last) {}
 
   // Processes the next action, or passes over what is none. Returns what the
   // readers of single actions return.
@@ -53,14 +53,15 @@ class careful_actions {
   int pass_long_action(const next_action& next);
   int pass_over(std::uint64_t from, const std::string& reason,
                 std::uint64_t step = 0);
+  int leave(const damaged_bytes& damage);
   bool seek(std::uint64_t from);
   bool is_lone_end(byte_run bytes, std::uint64_t passed) const;
   place find(byte_run bytes, std::size_t end, std::uint64_t passed) const;
 
   fwlog_reader& reader_;
   input_file& file_;
-  // The action before; none has number 0.
-  action_head last_;
+  // The action before: log_position::last.
+  action_head& last_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_FORWARD_LOG_CAREFUL_ACTIONS_H

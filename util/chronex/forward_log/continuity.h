@@ -77,6 +77,7 @@ class continuity {
   // Something was passed over as damage in the run, or is damaged in its
   // compression.
   bool has_passed_over() const { return has_passed_over_; }
+  void set_passed_over() { has_passed_over_ = true; }
   // Reports bytes that were passed over, and goes on counting behind them.
   void report_damaged_bytes(const input_file& file,
                             const damaged_bytes& damage);

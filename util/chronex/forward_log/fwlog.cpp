@@ -121,15 +121,21 @@ int fwlog_reader::fwlog_process_file(input_file& file) {
 }
 
 int fwlog_reader::fwlog_go_on(input_file& file) {
+  if (position.last.number == 0) {
+    const std::uint32_t checked = position.is_number_checked ? 1 : 0;
+    position.last.number = numbers.known().action - checked;
+  }
   events.place.file = &file;
   position.file = &file;
   position.missing.clear();
+  position.open_damage.reset();
   return process_actions(file);
 }
 
 int fwlog_reader::process_actions(input_file& file) {
-  careful_actions careful(*this, file);
   const bool is_careful = passes_over_damage || awaits_whole_actions;
+  careful_actions careful(*this, file);
+  if (!is_careful) position.last = {};
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
     position.byte = file.stream.position();
@@ -151,7 +157,12 @@ void fwlog_reader::tell_missing_rest() {
   if (missing.empty()) missing = "next tag opcode";
   position.is_done = true;
   position.is_number_checked = false;
-  numbers.fw_unexpected_eof(*position.file, missing.c_str());
+  if (position.open_damage) {
+    numbers.report_damaged_bytes(*position.file, *position.open_damage);
+    position.open_damage.reset();
+  } else {
+    numbers.fw_unexpected_eof(*position.file, missing.c_str());
+  }
   events.f_skip_action = false;
   events.file_ends();
 }

@@ -2,10 +2,12 @@
 #define CHRONEX_UTIL_CHRONEX_FORWARD_LOG_FWLOG_H
 
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "util/chronex/forward_log/action_extent.h"
 #include "util/chronex/forward_log/continuity.h"
 #include "util/chronex/input/input_file.h"
 #include "util/chronex/input/scratch.h"
@@ -26,6 +28,11 @@ struct log_position {
   std::uint64_t byte = 0;
   // What was being read when a growing log ended; empty = it did not.
   std::string missing;
+  // The action before, where actions are read with care; none has number 0.
+  action_head last;
+  // A growing log ended in the midst of these; it is not known how far they
+  // reach.
+  std::optional<damaged_bytes> open_damage;
 };
 
 // Reads the forward logs of a run, one after the other. Numbers are followed
@@ -46,8 +53,8 @@ class fwlog_reader {
   // stream stands at that byte.
   int fwlog_go_on(input_file& file);
 
-  // Tells that the log of `position` has ended in the midst of an action, as
-  // nothing more of it will come.
+  // Tells that the log of `position` has ended in the midst of an action or of
+  // damage, as nothing more of it will come.
   void tell_missing_rest();
 
   // Where actions break the format, or bytes are none, reading goes on with the

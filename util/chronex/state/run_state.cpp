@@ -84,6 +84,7 @@ void save_run(const run_parts& run, state_writer& state) {
   save_nodes(run.events.nodes, tables);
   save_images(run.events.images, tables);
   save_names(run, tables);
+  save_losses(run, tables);
   save_run_facts(run, state);
   files.save(state);
   state.append(tables);
@@ -103,6 +104,7 @@ int restore_run(const run_parts& run, state_reader& state,
                         restore_position(run, files, state) &&
                         restore_sessions(run.events.sessions, files, state) &&
                         restore_nodes(run, state, problem) &&
-                        restore_images(run, state) && restore_names(run, state);
+                        restore_images(run, state) &&
+                        restore_names(run, state) && restore_losses(run, state);
   return is_whole ? 0 : -1;
 }

@@ -75,6 +75,13 @@ std::string_view state_reader::text() {
   return {reinterpret_cast<const char*>(run.data()), run.size()};
 }
 
+bool state_reader::is_section(const section_name& name) const {
+  byte_cursor ahead = rest_;
+  std::span<const std::uint8_t> found;
+  return ahead.bytes(name.size(), found) &&
+         std::equal(name.begin(), name.end(), found.begin());
+}
+
 state_reader state_reader::section(const section_name& name) {
   std::span<const std::uint8_t> found;
   if (!rest_.bytes(name.size(), found) ||

@@ -63,6 +63,8 @@ class state_reader {
   std::span<const std::uint8_t> bytes();
   std::string_view text();
 
+  // Whether the next section has that name.
+  bool is_section(const section_name& name) const;
   // A reader of the next section, which must have that name.
   state_reader section(const section_name& name);
 

@@ -144,11 +144,11 @@ bool open_state(byte_run file, byte_run& sections, std::string& problem) {
     problem = "was written on a machine of another byte order; go on there";
     return false;
   }
-  if (version != STATE_VERSION) {
+  if (version < OLDEST_STATE_VERSION || version > STATE_VERSION) {
     problem = "is a state of version " + std::to_string(version) +
-              ", and this program reads version " +
+              ", and this program reads versions up to " +
               std::to_string(STATE_VERSION) +
-              "; go on with the program that wrote it";
+              "; go on with the program that wrote it, or a newer one";
     return false;
   }
   if (size != file.size() - HEADER_SIZE - MD5_DIGEST_SIZE) {

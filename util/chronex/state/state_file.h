@@ -12,7 +12,9 @@
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/state/state_bytes.h"
 
-inline constexpr std::uint32_t STATE_VERSION = 1;
+inline constexpr std::uint32_t STATE_VERSION = 2;
+// States from this version on can be read.
+inline constexpr std::uint32_t OLDEST_STATE_VERSION = 1;
 
 // The bytes of a whole state file.
 std::vector<std::uint8_t> state_file_bytes(const state_writer& sections);

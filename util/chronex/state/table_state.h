@@ -41,6 +41,11 @@ bool restore_nodes(const run_parts& run, state_reader& state,
 void save_images(image_table& images, state_writer& state);
 bool restore_images(const run_parts& run, state_reader& state);
 
+// What is uncertain since actions were lost. Of the sessions and nodes that are
+// there already.
+void save_losses(const run_parts& run, state_writer& state);
+bool restore_losses(const run_parts& run, state_reader& state);
+
 // The keys of a key context, without the messages that were printed when it
 // came. Null: it cannot be read.
 db_key_context_ptr restore_keys(const run_parts& run,

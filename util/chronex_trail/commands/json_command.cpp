@@ -137,11 +137,10 @@ int run_followed(trail_run& run, const json_options& options) {
   return write({.run = run, .followed = &followed}, options);
 }
 
-// What was carried on must be known to the last bit, which it is not behind
-// damage; and of the ways to go on with a trail, only one can be gone.
+// Of the ways to go on with a trail, only one can be gone; and pieces know
+// nothing of damage in others.
 int check_combination(const json_options& options, run_messages& messages) {
   const bool splits = !options.directory.empty();
-  const bool has_state = !options.state.empty() || !options.from.empty();
   if (splits && options.shared.output != "-") {
     messages.print("Only one of -o and --split is possible\n");
     return EXIT_USAGE;
@@ -150,10 +149,13 @@ int check_combination(const json_options& options, run_messages& messages) {
     messages.print("Only one of --state, --from and --split is possible\n");
     return EXIT_USAGE;
   }
-  if (has_state && (options.follow || options.shared.passes_over_damage)) {
-    messages.print(
-        "--state and --from go neither with --follow nor with"
-        " --resync\n");
+  if (!options.state.empty() && options.follow) {
+    messages.print("--state does not go with --follow\n");
+    return EXIT_USAGE;
+  }
+  if (!options.from.empty() &&
+      (options.follow || options.shared.passes_over_damage)) {
+    messages.print("--from goes neither with --follow nor with --resync\n");
     return EXIT_USAGE;
   }
   return 0;

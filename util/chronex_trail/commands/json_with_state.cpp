@@ -121,15 +121,15 @@ int json_with_state_run::write_state() {
 // The trail goes on: only a file, whose end the next run replaces, gets the
 // event that ends it.
 int json_with_state_run::finish(int status) {
-  if (status == 0 &&
+  if (status != EXIT_ERROR &&
       (output_->flush() != 0 ||
        (is_file() && file_.reach_disk(written_) != 0) || write_state() != 0)) {
     status = EXIT_ERROR;
   }
-  const int ended =
-      is_file() || status != 0 ? output_->end(status) : output_->flush();
+  const int ended = is_file() || status == EXIT_ERROR ? output_->end(status)
+                                                      : output_->flush();
   if (ended != 0) status = EXIT_ERROR;
-  return file_.close(status == 0) == 0 ? status : EXIT_ERROR;
+  return file_.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 }  // namespace

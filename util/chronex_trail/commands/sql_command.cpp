@@ -100,9 +100,8 @@ const char* problem_of(const sql_options& options) {
     return "--append is for databases; scripts of several parts of a trail have"
            " a --segment each";
   }
-  if (!options.state.empty() &&
-      (options.is_script() || options.shared.passes_over_damage)) {
-    return "--state goes neither with --engine nor with --resync";
+  if (!options.state.empty() && options.is_script()) {
+    return "--state does not go with --engine";
   }
   if (!options.cluster.empty() && !options.is_for_clickhouse()) {
     return "--cluster goes with --engine clickhouse";

@@ -136,9 +136,10 @@ void sql_with_state_run::note_state() {
 
 // Of a run that fails nothing stays.
 int sql_with_state_run::finish(int status) {
-  if (status != 0 || !output_->failure().empty()) return EXIT_ERROR;
+  if (status == EXIT_ERROR || !output_->failure().empty()) return EXIT_ERROR;
   output_->end(status, [this] { note_state(); });
-  return adopt_next_state(state_name_, run_.messages) == 0 ? 0 : EXIT_ERROR;
+  return adopt_next_state(state_name_, run_.messages) == 0 ? status
+                                                           : EXIT_ERROR;
 }
 
 int sql_with_state_run::make(const run_facts& facts) {
