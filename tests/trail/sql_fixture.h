@@ -13,4 +13,7 @@
 std::vector<std::string> answer_of(const std::string& database,
                                    std::string_view query);
 
+// All rows of a trail's database but those that tell of runs, and its indexes.
+std::string rows_of(const std::string& database);
+
 #endif  // CHRONEX_TESTS_TRAIL_SQL_FIXTURE_H

@@ -148,28 +148,6 @@ TEST_F(StateCut, PiecesOfJsonMakeTheWhole) {
   }
 }
 
-// All rows but those that tell of runs.
-std::string rows_of(const std::string& database) {
-  std::string rows;
-  for (const std::string& table :
-       answer_of(database,
-                 "SELECT name FROM sqlite_schema WHERE type = 'table'"
-                 " AND name NOT IN ('run', 'chronex_state') ORDER BY name")) {
-    rows += table + "\n";
-    for (const std::string& row : answer_of(
-             database, "SELECT * FROM \"" + table + "\" ORDER BY rowid")) {
-      rows += row + "\n";
-    }
-  }
-  for (const std::string& index :
-       answer_of(database,
-                 "SELECT name || sql FROM sqlite_schema WHERE type = 'index'"
-                 " ORDER BY name")) {
-    rows += index + "\n";
-  }
-  return rows;
-}
-
 TEST_F(StateCut, PiecesOfADatabaseMakeTheWhole) {
   for (std::uint64_t seed = 1; seed <= case_count(); ++seed) {
     random = random_source(seed);

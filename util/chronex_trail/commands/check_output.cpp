@@ -25,3 +25,13 @@ int check_output(trail_run& run, const shared_options& options) {
   }
   return 0;
 }
+
+std::function<int(const std::string&)> check_of_logs(
+    trail_run& run, const shared_options& options) {
+  return [&run, &options](std::string name) {
+    char* const operand = name.data();
+    shared_options log = options;
+    log.operands = {&operand, 1};
+    return check_output(run, log);
+  };
+}

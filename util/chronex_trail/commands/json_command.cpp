@@ -69,8 +69,11 @@ struct trail_source {
   int process(json_output& output) const {
     if (followed == nullptr) return process_inputs(run);
     // Messages and events come in their order, as each is let out at once.
-    followed->follower.before_wait = [&output] { output.let_out(); };
-    run.messages.set_let_out(followed->follower.before_wait);
+    followed->follower.before_wait = [&output] {
+      output.let_out();
+      return log_follower::LONGEST_WAIT;
+    };
+    run.messages.set_let_out([&output] { output.let_out(); });
     const int status = followed->process();
     run.messages.set_let_out({});
     return status;
@@ -125,14 +128,9 @@ int write(const trail_source& source, const json_options& options) {
 
 int run_followed(trail_run& run, const json_options& options) {
   follow_run followed(run);
-  // A log that comes later may be the output, too.
-  followed.follower.check_log = [&](std::string name) {
-    if (!options.directory.empty()) return 0;
-    char* const operand = name.data();
-    shared_options log = options.shared;
-    log.operands = {&operand, 1};
-    return check_output(run, log);
-  };
+  if (options.directory.empty()) {
+    followed.follower.check_log = check_of_logs(run, options.shared);
+  }
   if (followed.prepare(options.shared) != 0) return EXIT_ERROR;
   return write({.run = run, .followed = &followed}, options);
 }
@@ -147,10 +145,6 @@ int check_combination(const json_options& options, run_messages& messages) {
   }
   if (splits + !options.state.empty() + !options.from.empty() > 1) {
     messages.print("Only one of --state, --from and --split is possible\n");
-    return EXIT_USAGE;
-  }
-  if (!options.state.empty() && options.follow) {
-    messages.print("--state does not go with --follow\n");
     return EXIT_USAGE;
   }
   if (!options.from.empty() &&
@@ -191,12 +185,12 @@ int run_json(std::span<char*> arguments) {
   if (options.directory.empty() && check_output(*run, options.shared) != 0) {
     return EXIT_ERROR;
   }
+  if (!options.state.empty()) {
+    return json_with_state(*run, options.shared, options.state, options.follow);
+  }
   if (options.follow) return run_followed(*run, options);
   if (!options.from.empty()) {
     return json_from_state(*run, options.shared, options.from);
-  }
-  if (!options.state.empty()) {
-    return json_with_state(*run, options.shared, options.state);
   }
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
   if (has_jobs(options) && can_have_jobs(*run)) {

@@ -8,15 +8,25 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
+#include "util/chronex/messages/run_failed.h"
+#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/follow/follow_run.h"
+#include "util/chronex_trail/follow/state_pace.h"
 #include "util/chronex_trail/json/json_output.h"
 #include "util/chronex_trail/run/trail_state.h"
 
 namespace {
 
 constexpr int EXIT_ERROR = 1;
+
+// How often a run that follows logs leaves its state: see state_pace.
+constexpr std::chrono::milliseconds SHORTEST_PAUSE{1000};
+constexpr int SHARE = 20;
 
 // The output's section of the state.
 void save_output(const json_output& output, bool is_file,
@@ -30,25 +40,32 @@ void save_output(const json_output& output, bool is_file,
 class json_with_state_run {
  public:
   json_with_state_run(trail_run& run, const shared_options& options,
-                      std::string state_name)
+                      std::string state_name, bool follows)
       : run_(run),
         options_(options),
         state_name_(std::move(state_name)),
         state_(run, options),
         file_(run.messages),
         output_(std::make_unique<json_output>(run.messages, file_,
-                                              &run.item_names)) {}
+                                              &run.item_names)),
+        pace_(run, SHORTEST_PAUSE, SHARE) {
+    if (follows) followed_.emplace(run);
+  }
 
   int begin();
+  int process();
   int finish(int status);
   json_output& output() { return *output_; }
 
  private:
   bool is_file() const { return options_.output != "-"; }
+  int prepare();
   int restore_output();
   int begin_new();
   int open();
   int write_state();
+  int keep();
+  std::chrono::milliseconds settle();
 
   trail_run& run_;
   const shared_options& options_;
@@ -57,6 +74,9 @@ class json_with_state_run {
   result_file file_;
   std::unique_ptr<json_output> output_;
   file_extent written_;
+  state_pace pace_;
+  // Nothing: the inputs are whole, or end where they end now.
+  std::optional<follow_run> followed_;
 };
 
 int json_with_state_run::restore_output() {
@@ -97,16 +117,21 @@ int json_with_state_run::open() {
                    : file_.open(options_.output, options_.use_master_keys);
 }
 
+int json_with_state_run::prepare() {
+  if (!followed_) {
+    return prepare_run(run_, options_) == 0 ? state_.restore() : -1;
+  }
+  followed_->follower.check_log = check_of_logs(run_, options_);
+  return followed_->prepare(options_, &state_);
+}
+
 int json_with_state_run::begin() {
   if (options_.output == state_name_) {
     run_.messages.print("%s: cannot be output and state\n",
                         state_name_.c_str());
     return -1;
   }
-  if (state_.read(state_name_) != 0 || prepare_run(run_, options_) != 0 ||
-      state_.restore() != 0) {
-    return -1;
-  }
+  if (state_.read(state_name_) != 0 || prepare() != 0) return -1;
   run_.expects_growth = true;
   const int known = state_.is_new() ? begin_new() : restore_output();
   return known == 0 ? open() : -1;
@@ -118,14 +143,34 @@ int json_with_state_run::write_state() {
   return state_.write(state_name_, section);
 }
 
+// Whatever the state knows of the output must be there first.
+int json_with_state_run::keep() {
+  if (output_->flush() != 0) return -1;
+  if (is_file() && file_.reach_disk(written_) != 0) return -1;
+  return write_state();
+}
+
+std::chrono::milliseconds json_with_state_run::settle() {
+  output_->let_out();
+  return pace_.settle([this] {
+    if (keep() != 0) throw run_failed();
+  });
+}
+
+// Messages and events come in their order, as each is let out at once.
+int json_with_state_run::process() {
+  if (!followed_) return process_inputs(run_);
+  followed_->follower.before_wait = [this] { return settle(); };
+  run_.messages.set_let_out([this] { output_->let_out(); });
+  const int status = followed_->process();
+  run_.messages.set_let_out({});
+  return status;
+}
+
 // The trail goes on: only a file, whose end the next run replaces, gets the
 // event that ends it.
 int json_with_state_run::finish(int status) {
-  if (status != EXIT_ERROR &&
-      (output_->flush() != 0 ||
-       (is_file() && file_.reach_disk(written_) != 0) || write_state() != 0)) {
-    status = EXIT_ERROR;
-  }
+  if (status != EXIT_ERROR && keep() != 0) status = EXIT_ERROR;
   const int ended = is_file() || status == EXIT_ERROR ? output_->end(status)
                                                       : output_->flush();
   if (ended != 0) status = EXIT_ERROR;
@@ -135,9 +180,9 @@ int json_with_state_run::finish(int status) {
 }  // namespace
 
 int json_with_state(trail_run& run, const shared_options& options,
-                    const std::string& state_name) {
-  json_with_state_run with_state(run, options, state_name);
+                    const std::string& state_name, bool follows) {
+  json_with_state_run with_state(run, options, state_name, follows);
   if (with_state.begin() != 0) return EXIT_ERROR;
   run.events.add_output(with_state.output());
-  return with_state.finish(process_inputs(run));
+  return with_state.finish(with_state.process());
 }

@@ -41,6 +41,8 @@ audit file, compressed or not; - is standard input.
       --segment NUMBER    the script is one of several of a trail
       --state FILE        with --append: go on where the run before stopped,
                           which left its state in FILE, and leave it there again
+      --follow            with --append --state: read on as logs are written,
+                          until SIGTERM or SIGINT; FILE may be a directory
   -e, --filter EXPR       only what satisfies the filter expression
   -f, --filter-file FILE  the same, from a file
   -I, --items LIST        only these items, separated by commas or blanks
@@ -64,6 +66,7 @@ struct sql_options {
   std::string cluster;
   std::string segment;
   std::string state;
+  bool follow = false;
 
   existing_database existing() const {
     if (append) return existing_database::continued;
@@ -103,6 +106,9 @@ const char* problem_of(const sql_options& options) {
   if (!options.state.empty() && options.is_script()) {
     return "--state does not go with --engine";
   }
+  if (options.follow && options.state.empty()) {
+    return "--follow needs --append and --state";
+  }
   if (!options.cluster.empty() && !options.is_for_clickhouse()) {
     return "--cluster goes with --engine clickhouse";
   }
@@ -115,9 +121,13 @@ const char* problem_of(const sql_options& options) {
 int parse(std::span<char*> arguments, run_messages& messages,
           sql_options& options) {
   const own_option own[] = {
-      {"force", nullptr, &options.force}, {"append", nullptr, &options.append},
-      {"engine", &options.engine},        {"cluster", &options.cluster},
-      {"segment", &options.segment},      {"state", &options.state},
+      {"force", nullptr, &options.force},
+      {"append", nullptr, &options.append},
+      {"engine", &options.engine},
+      {"cluster", &options.cluster},
+      {"segment", &options.segment},
+      {"state", &options.state},
+      {"follow", nullptr, &options.follow},
   };
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
@@ -197,7 +207,8 @@ int run_sql(std::span<char*> arguments) {
   }
   if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
   if (!options.state.empty()) {
-    return sql_with_state(*run, options.shared, options.state, facts);
+    return sql_with_state(*run, options.shared, options.state, facts,
+                          options.follow);
   }
   if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
   return options.is_script() ? write_script(*run, options, facts)

@@ -133,3 +133,16 @@ const log_catalogue::entry* log_catalogue::first_behind(
   }
   return found == logs_.end() ? nullptr : &*found;
 }
+
+const log_catalogue::entry* log_catalogue::first_from(
+    const log_number& number) const {
+  const auto found = logs_.lower_bound({number, {}});
+  return found == logs_.end() ? nullptr : &*found;
+}
+
+bool log_catalogue::lacks_volume_set(std::uint32_t volume_set_id) const {
+  return !logs_.empty() &&
+         std::ranges::none_of(logs_, [volume_set_id](const entry& log) {
+           return log.number.volume_set_id == volume_set_id;
+         });
+}

@@ -51,6 +51,10 @@ class log_catalogue {
   };
   // The first log behind this number, or the first of all; null = none.
   const entry* first_behind(const log_number* number) const;
+  // The first log that has this number or comes behind it.
+  const entry* first_from(const log_number& number) const;
+  // Whether there are logs, but only of other volume sets.
+  bool lacks_volume_set(std::uint32_t volume_set_id) const;
 
  private:
   // A file as it was when it was looked at.

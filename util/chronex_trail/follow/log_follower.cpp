@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
@@ -18,7 +19,6 @@ using std::chrono::seconds;
 // there are later ones.
 constexpr seconds PATIENCE{5};
 constexpr milliseconds SHORT_WAIT{250};
-constexpr milliseconds LONG_WAIT{60000};
 
 bool is_directory(const std::string& name) {
   struct stat status {};
@@ -85,8 +85,7 @@ int log_follower::open(std::span<char* const> operands) {
 }
 
 void log_follower::wait(milliseconds limit) {
-  before_wait();
-  if (events_->wait(limit)) catalogue_.update();
+  if (events_->wait(std::min(limit, before_wait()))) catalogue_.update();
 }
 
 // Whether what `name` is waited for may have come meanwhile, or will not come.
@@ -98,7 +97,8 @@ bool log_follower::has_settled(const std::string& name) {
 // A log that does not follow its predecessor by its number may come before the
 // one that does: they may be moved or compressed one after the other.
 bool log_follower::is_due(const log_catalogue::entry& entry) {
-  return !current_ || current_->is_followed_by(entry.number) ||
+  return !current_ || entry.number == *current_ ||
+         (!is_within_ && current_->is_followed_by(entry.number)) ||
          has_settled(entry.name);
 }
 
@@ -117,22 +117,44 @@ bool log_follower::open_log(const log_catalogue::entry& entry) {
   log.stream.suspend();
   log.stream.take_care(this, run_.forward_logs.passes_over_damage);
   current_ = entry.number;
+  is_within_ = false;
   was_moved_ = false;
   return true;
 }
 
+int log_follower::go_on_behind(const log_number& last, bool is_within) {
+  if (catalogue_.lacks_volume_set(last.volume_set_id)) {
+    run_.messages.print(
+        "There are no logs of volume set %u, whose state is to be gone on "
+        "from\n",
+        last.volume_set_id);
+    return -1;
+  }
+  current_ = last;
+  is_within_ = is_within;
+  return 0;
+}
+
+const log_catalogue::entry* log_follower::next_entry() const {
+  if (!current_) return catalogue_.first_behind(nullptr);
+  return is_within_ ? catalogue_.first_from(*current_)
+                    : catalogue_.first_behind(&*current_);
+}
+
 input_file* log_follower::next() {
-  if (!logs_.empty()) logs_.back()->stream.close();
+  if (!logs_.empty()) {
+    logs_.back()->stream.close();
+    before_wait();
+  }
   missing_since_.reset();
   while (!stopped()) {
-    const auto* const entry =
-        catalogue_.first_behind(current_ ? &*current_ : nullptr);
+    const auto* const entry = next_entry();
     if (entry != nullptr && is_due(*entry)) {
       missing_since_.reset();
       has_failed_ = !open_log(*entry);
       return has_failed_ ? nullptr : logs_.back().get();
     }
-    wait(entry == nullptr ? LONG_WAIT : SHORT_WAIT);
+    wait(entry == nullptr ? LONGEST_WAIT : SHORT_WAIT);
   }
   return nullptr;
 }
@@ -191,7 +213,7 @@ bool log_follower::wait_for_more(int descriptor) {
     // What was written before the next log was begun is there by now.
     if (is_left_behind()) return growth_of(descriptor) == growth::more;
     look_for_changes(descriptor);
-    wait(missing_since_ ? SHORT_WAIT : LONG_WAIT);
+    wait(missing_since_ ? SHORT_WAIT : LONGEST_WAIT);
   }
   return false;
 }

@@ -32,8 +32,18 @@ class log_follower : public growth_watch {
   // Returns 0, or -1 with a message.
   int open(std::span<char* const> operands);
 
-  // Called before each wait: lets out what was read so far.
-  std::function<void()> before_wait = [] {};
+  // Goes on behind the log of this number, or with it, if its rest is still to
+  // be read. To be called before any log was asked for. Returns 0, or -1 with a
+  // message.
+  int go_on_behind(const log_number& last, bool is_within);
+
+  static constexpr std::chrono::milliseconds LONGEST_WAIT{60000};
+  // Called before each wait, and between logs, when the run stands between two
+  // actions: lets out what was read so far. Returns how long the wait may be at
+  // most.
+  std::function<std::chrono::milliseconds()> before_wait = [] {
+    return LONGEST_WAIT;
+  };
   // Called with the name of each log before it is read. Not 0 = the run fails.
   std::function<int(const std::string&)> check_log;
 
@@ -52,6 +62,7 @@ class log_follower : public growth_watch {
 
   int add(const std::string& name);
   bool open_log(const log_catalogue::entry& entry);
+  const log_catalogue::entry* next_entry() const;
   bool is_due(const log_catalogue::entry& entry);
   bool has_settled(const std::string& name);
   growth growth_of(int descriptor);
@@ -66,6 +77,8 @@ class log_follower : public growth_watch {
   // All logs so far; events may still tell of their names.
   std::vector<std::unique_ptr<input_file>> logs_;
   std::optional<log_number> current_;
+  // The rest of that log is what comes next.
+  bool is_within_ = false;
   // When something that is waited for was seen missing first.
   std::optional<clock::time_point> missing_since_;
   bool was_moved_ = false;

@@ -47,18 +47,6 @@ int process_rest(trail_run& run, input_file& file) {
   return -1;
 }
 
-int process_log(trail_run& run, input_file& file) {
-  if (turn_of(run, file) == input_turn::continued) {
-    return process_rest(run, file);
-  }
-  // The log that was not at its end does not come again.
-  const log_position& position = run.forward_logs.position;
-  if (position.file != nullptr && !position.is_done) {
-    run.forward_logs.tell_missing_rest();
-  }
-  return run.forward_logs.fwlog_process_file(file);
-}
-
 int process_input(trail_run& run, input_file& file) {
   const int result = file.type == FWLOG_FILE
                          ? process_log(run, file)
@@ -171,6 +159,18 @@ input_turn turn_of(const trail_run& run, const input_file& file) {
         return is_same_log_name(file.name, name);
       });
   return had_its_turn ? input_turn::passed_over : input_turn::processed;
+}
+
+int process_log(trail_run& run, input_file& file) {
+  if (turn_of(run, file) == input_turn::continued) {
+    return process_rest(run, file);
+  }
+  // The log that was not at its end does not come again.
+  const log_position& position = run.forward_logs.position;
+  if (position.file != nullptr && !position.is_done) {
+    run.forward_logs.tell_missing_rest();
+  }
+  return run.forward_logs.fwlog_process_file(file);
 }
 
 bool is_same_log(const input_file& one, const input_file& other) {

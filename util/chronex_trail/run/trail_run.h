@@ -68,6 +68,10 @@ enum class input_turn { passed_over, continued, processed };
 // their turn.
 input_turn turn_of(const trail_run& run, const input_file& file);
 
+// Processes a forward log, or the rest of the one that the run goes on behind.
+// Returns what the reader does.
+int process_log(trail_run& run, input_file& file);
+
 // Whether it is the same log, wherever it is and compressed or not.
 bool is_same_log(const input_file& one, const input_file& other);
 

@@ -132,7 +132,7 @@ int trail_state::restore() {
   state_reader state(sections_);
   static_cast<void>(state.section(OPTIONS_SECTION));
   static_cast<void>(state.section(PIECE_SECTION));
-  const state_reader tail = state.section(TAIL_SECTION);
+  tail_ = state.section(TAIL_SECTION);
   std::string problem;
   const int charset_id = run_.charset_id;
   if (restore_run(parts(), state, problem) != 0) {
@@ -148,12 +148,12 @@ int trail_state::restore() {
                          .sequence = position.file->sequence,
                          .names = position.names,
                          .is_within = !position.is_done};
-  return check_logs(tail);
+  return check_logs();
 }
 
-// Whether the log that the state is in the midst of has been changed.
-int trail_state::check_log(const input_file& file, state_reader tail) {
+int trail_state::check_log(const input_file& file) {
   const log_position& position = run_.forward_logs.position;
+  state_reader tail = tail_;
   const std::span<const std::uint8_t> before = tail.bytes();
   if (before.empty() || file.is_standard_input) return 0;
   const auto now = digest_of_tail(file.name, position.byte);
@@ -164,7 +164,7 @@ int trail_state::check_log(const input_file& file, state_reader tail) {
                  "another state");
 }
 
-int trail_state::check_logs(state_reader tail) {
+int trail_state::check_logs() {
   const input_file& last = *run_.forward_logs.position.file;
   bool is_checked = false;
   for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
@@ -177,7 +177,7 @@ int trail_state::check_logs(state_reader tail) {
     }
     if (is_checked || turn_of(run_, *file) != input_turn::continued) continue;
     is_checked = true;
-    if (check_log(*file, tail) != 0) return -1;
+    if (check_log(*file) != 0) return -1;
   }
   return 0;
 }

@@ -42,6 +42,11 @@ class trail_state {
   // to be read. Returns 0, or -1 with a message.
   int restore();
 
+  // Whether the log that the state is in the midst of has changed. To be asked
+  // of logs that are no inputs of the run before they are gone on with. Returns
+  // 0, or -1 with a message.
+  int check_log(const input_file& file);
+
   // The section of the output, behind restore(); it reads as failed when there
   // was no state.
   state_reader& output() { return output_; }
@@ -62,8 +67,7 @@ class trail_state {
   int begin();
   run_parts parts();
   int check_options(state_reader& state);
-  int check_logs(state_reader tail);
-  int check_log(const input_file& file, state_reader tail);
+  int check_logs();
   void save_options(state_writer& state) const;
 
   trail_run& run_;
@@ -72,6 +76,8 @@ class trail_state {
   std::vector<std::uint8_t> file_;
   std::span<const std::uint8_t> sections_;
   state_reader output_{{}};
+  // The digest of what is in front of the place.
+  state_reader tail_{{}};
   trail_piece piece_;
 };
 

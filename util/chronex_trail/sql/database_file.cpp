@@ -82,15 +82,26 @@ int database_file::open(const std::string& name, existing_database existing,
 }
 
 // What a run that was killed has begun is undone by the engine.
-int database_file::open_existing() {
+int database_file::open_existing(bool is_followed) {
   database_.open(name_);
-  database_.run("PRAGMA journal_mode = DELETE; PRAGMA synchronous = FULL;");
+  database_.run(is_followed ? "PRAGMA busy_timeout = 10000"
+                            : "PRAGMA journal_mode = DELETE");
+  database_.run("PRAGMA synchronous = FULL");
   continued_ = database_.number("SELECT count(*) FROM sqlite_schema") > 0;
   if (!continued_ || is_trail(database_)) return 0;
   return failure(name_, "is no database of chronex-trail");
 }
 
-int database_file::open_in_place(const std::string& name, bool is_private) {
+void database_file::end_following() {
+  try {
+    database_.run("PRAGMA busy_timeout = 0; PRAGMA journal_mode = DELETE");
+  } catch (const sql_error&) {
+    // The last reader leaves one file, too.
+  }
+}
+
+int database_file::open_in_place(const std::string& name, bool is_private,
+                                 bool is_followed) {
   name_ = name;
   if (check_existing(existing_database::continued) != 0) return -1;
   const int descriptor = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC,
@@ -100,7 +111,7 @@ int database_file::open_in_place(const std::string& name, bool is_private) {
     return -1;
   }
   try {
-    return open_existing();
+    return open_existing(is_followed);
   } catch (const sql_error& error) {
     return failure(name_, error.what());
   }

@@ -31,8 +31,13 @@ class database_file {
            bool is_private);
 
   // Opens the database itself, to be gone on with in place; one that is not
-  // there is made, empty. Returns 0, or -1 with a message.
-  int open_in_place(const std::string& name, bool is_private);
+  // there is made, empty. One that is `followed` may have readers, and be left
+  // as a run that was killed had it. Returns 0, or -1 with a message.
+  int open_in_place(const std::string& name, bool is_private,
+                    bool is_followed = false);
+
+  // Makes a database that was followed one file again, unless it has readers.
+  void end_following();
 
   sql_database& database() { return database_; }
   // Whether there was a database that is continued.
@@ -46,7 +51,7 @@ class database_file {
   int check_existing(existing_database existing);
   int make_partial(bool is_private);
   int copy_existing();
-  int open_existing();
+  int open_existing(bool is_followed);
   int failure(const std::string& name, const char* problem);
 
   run_messages& messages_;

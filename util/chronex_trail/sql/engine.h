@@ -96,6 +96,9 @@ class sql_engine {
   virtual void finish_rows() = 0;
   // All is there.
   virtual void commit() = 0;
+  // What was added so far becomes part of the database; more may come. Not for
+  // scripts.
+  virtual void commit_so_far() {}
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_ENGINE_H

@@ -208,6 +208,13 @@ void set_tables::flush() {
   kept_.for_each([](set_table& table) { table.rows->flush(); });
 }
 
+void set_tables::add_all() {
+  flush();
+  data_set_rows_->flush();
+  item_rows_->flush();
+  make_indexes();
+}
+
 void set_tables::finish() {
   flush();
   kept_.clear();

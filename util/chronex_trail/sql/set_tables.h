@@ -54,8 +54,9 @@ class set_tables {
   set_table& of(const node_entry& node, const set_piece& set,
                 const event_place& place);
 
-  // Inserts all rows and lets go of all statements, and makes the indexes of
-  // tables that are new.
+  // Inserts all rows, and makes the indexes of tables that are new.
+  void add_all();
+  // The same, and lets go of all statements.
   void finish();
 
  private:

@@ -232,6 +232,16 @@ void sql_output::insert_run(int status) {
   rows->end();
 }
 
+void sql_output::commit_so_far(const std::function<void()>& last) {
+  for (const std::unique_ptr<row_writer>* rows :
+       {&change_, &memo_, &notice_, &inputs_}) {
+    (*rows)->flush();
+  }
+  tables_.add_all();
+  last();
+  engine_.commit_so_far();
+}
+
 void sql_output::end(int status, const std::function<void()>& last) {
   for (std::unique_ptr<row_writer>* rows :
        {&change_, &memo_, &notice_, &inputs_}) {

@@ -64,6 +64,10 @@ class sql_output : public trail_output {
   // The id of the latest input.
   std::int64_t input() const { return input_; }
 
+  // Makes all rows so far part of the database, and the indexes of new tables;
+  // more may come. `last` is called before. Throws sql_error.
+  void commit_so_far(const std::function<void()>& last);
+
   // Makes the indexes, and notes the run with its exit status. Throws
   // sql_error. `last` is called before it all becomes part of the database.
   void end(

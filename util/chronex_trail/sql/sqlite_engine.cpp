@@ -63,12 +63,15 @@ start_numbers sqlite_engine::begin(const std::vector<table_form>& tables) {
   if (use_ == database_use::made) {
     database_.run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;");
   }
-  database_.run(
-      "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cache_size = -8192;"
-      " PRAGMA secure_delete = OFF;");
+  if (use_ != database_use::followed) {
+    database_.run("PRAGMA locking_mode = EXCLUSIVE");
+  }
+  database_.run("PRAGMA cache_size = -8192; PRAGMA secure_delete = OFF;");
   if (!is_continued_) {
     database_.run("PRAGMA page_size = 8192; PRAGMA encoding = 'UTF-8'");
   }
+  // Readers and the writer do not wait for each other then.
+  if (use_ == database_use::followed) database_.run("PRAGMA journal_mode=WAL");
   if (use_ == database_use::made) {
     stage_ = std::make_unique<row_stage>(database_);
     database_.run("BEGIN");
@@ -175,4 +178,9 @@ void sqlite_engine::finish_rows() {
 void sqlite_engine::commit() {
   database_.run("COMMIT");
   stage_.reset();
+}
+
+void sqlite_engine::commit_so_far() {
+  sessions_->finish();
+  database_.run("COMMIT; BEGIN IMMEDIATE");
 }

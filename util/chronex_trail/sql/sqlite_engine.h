@@ -15,6 +15,8 @@ enum class database_use {
   made,
   // What others read: all that is added becomes part of it at once.
   shared,
+  // What others read while it is being filled, a part at a time.
+  followed,
 };
 
 // A trail's tables in an SQLite database.
@@ -37,6 +39,7 @@ class sqlite_engine : public sql_engine {
   session_rows& sessions() override { return *sessions_; }
   void finish_rows() override;
   void commit() override;
+  void commit_so_far() override;
 
  private:
   void create_all(const std::vector<table_form>& tables);
