@@ -44,6 +44,7 @@ std::vector<std::string> command_of(const measurement& row,
   for (const std::string& option : row.options) {
     words.push_back(option == AUDIT_OUTPUT        ? audit_output
                     : option == COMPRESSED_OUTPUT ? audit_output + ".gz"
+                    : option == SPLIT_OUTPUT      ? audit_output + ".d"
                                                   : option);
   }
   words.insert(words.end(), input.paths.begin(), input.paths.end());
@@ -81,7 +82,7 @@ class output_files {
 
   // Removes them and returns how much there was.
   std::uint64_t take() const {
-    std::uint64_t size = 0;
+    std::uint64_t size = take_directory();
     for (const std::string& path : {report_, audit_, audit_ + ".gz"}) {
       std::error_code missing;
       const std::uint64_t bytes = std::filesystem::file_size(path, missing);
@@ -93,6 +94,18 @@ class output_files {
   }
 
  private:
+  std::uint64_t take_directory() const {
+    const std::filesystem::path directory = audit_ + ".d";
+    std::uint64_t size = 0;
+    if (!std::filesystem::exists(directory)) return size;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(directory)) {
+      if (entry.is_regular_file()) size += entry.file_size();
+    }
+    std::filesystem::remove_all(directory);
+    return size;
+  }
+
   std::string report_;
   std::string audit_;
 };

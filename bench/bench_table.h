@@ -13,10 +13,11 @@
 #include "bench/bench_options.h"
 #include "bench/work_directory.h"
 
-// An option that stands for the audit output in the work directory, and one
-// for a file whose name asks for compression.
+// An option that stands for the audit output in the work directory, one for a
+// file whose name asks for compression, and one for a directory.
 inline constexpr const char* AUDIT_OUTPUT = "(audit output)";
 inline constexpr const char* COMPRESSED_OUTPUT = "(audit output).gz";
+inline constexpr const char* SPLIT_OUTPUT = "(audit output).d";
 
 // What is to be read.
 struct bench_input {
@@ -30,9 +31,7 @@ struct bench_input {
 // place of them.
 enum class worker { chronex, trail, floor, scan, copy };
 
-// A row of a table. For another command of chronex-trail, a row like
-//   {"log: sql", LOG, {"sql", "-o", AUDIT_OUTPUT}, false, "sql", worker::trail}
-// is all it takes.
+// A row of a table.
 struct measurement {
   std::string name;
   std::size_t input = 0;
@@ -51,7 +50,8 @@ struct measurement {
 
   bool compresses() const {
     return !options.empty() &&
-           (options[0] == "-Z" || options.back() == COMPRESSED_OUTPUT);
+           (options[0] == "-Z" || options.back() == COMPRESSED_OUTPUT ||
+            options.back() == SPLIT_OUTPUT);
   }
 };
 

@@ -151,6 +151,13 @@ void run_all(const bench_options& chosen) {
         false,
         "json",
         TRAIL},
+       {"log: json --split",
+        LOG,
+        {"json", "--split", SPLIT_OUTPUT},
+        false,
+        "",
+        TRAIL},
+       {"log: sql", LOG, {"sql", "-o", AUDIT_OUTPUT}, false, "", TRAIL},
        {"log: -x", LOG, {"-x"}},
        {"log: -m", LOG, {"-m"}, false, "-m"},
        {"gzip log: bulk read (floor)", GZIP, {}, true, "", worker::floor},
@@ -222,6 +229,7 @@ void run_scaling(const bench_options& chosen) {
         make_input(plan, directory.path("log" + std::to_string(index))));
     add_rows(table, name, index, "");
     table.push_back({name + "-o", index, {"-o", "/dev/null"}});
+    table.push_back({name + "json", index, {"json"}, true, "", worker::trail});
   }
   std::printf("outputs to /dev/null, repeated %d times\n", chosen.repeat);
   run_table(std::move(table), chosen, inputs, directory);
