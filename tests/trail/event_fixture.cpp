@@ -42,6 +42,7 @@ node_entry& test_tables::make_data_set(std::int32_t node_id,
   nodes.node_add_entry(
       node_id, NODE_DATA_SET, name, SHOP_NODE,
       node_create_set_context(item_list(items), problem, messages));
+  nodes.for_each([this](node_entry& entry) { entry.charset = charset; });
   return *nodes.node_get_entry(node_id);
 }
 
@@ -56,7 +57,9 @@ session_entry& test_tables::make_session(
   owned_bytes sign_on;
   if (!sign_on.copy_from(data)) throw std::bad_alloc();
   sessions.session_add_entry(session_id, std::move(sign_on));
-  return *sessions.session_get_entry(session_id);
+  session_entry& entry = *sessions.session_get_entry(session_id);
+  entry.charset = charset;
+  return entry;
 }
 
 void fill_input(input_file& file, std::string_view name, int type,

@@ -41,6 +41,8 @@ struct test_tables {
   session_entry& make_session(std::int32_t session_id,
                               const std::vector<std::string>& strings);
 
+  // Of the names and sign-on data that are registered.
+  int charset = 1;
   run_messages messages;
   node_table nodes{messages};
   session_table sessions{messages};

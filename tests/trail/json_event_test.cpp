@@ -8,6 +8,7 @@
 #include "tests/trail/event_fixture.h"
 #include "tests/trail/event_reader.h"
 #include "util/chronex/tables/image_record.h"
+#include "util/chronex/trail/trail.h"
 #include "util/chronex_trail/json/json_output.h"
 
 namespace {
@@ -136,13 +137,13 @@ TEST_F(JsonEvents, OfSessions) {
 }
 
 TEST_F(JsonEvents, OfSchemas) {
+  tables_.charset = ROMAN8;
   node_entry& node = tables_.make_data_set(2, "customer",
                                            {{"A", 'X', 1, 4, 0},
                                             {"A", 'P', 3, 2, 0x100000},
                                             {"A_2", 'Z', 1, 1, 1},
                                             {"A", '\xE9', 1, 1, 0},
                                             {"A\xFF", 'X', 1, 1, 0}});
-  log_.charset = ROMAN8;
   output_.schema(node, place(8));
   EXPECT_EQ(
       lines(),
@@ -304,7 +305,7 @@ TEST_F(JsonEvents, TakeAuditFileNamesApartAtTheLastDot) {
       {"PLAIN", R"("database":null,"dataset":"PLAIN",)"},
       {"X.\xFF", "\"database\":\"X\",\"dataset\":\"\xEF\xBF\xBD\","},
   };
-  log_.charset = ROMAN8;
+  tables_.charset = ROMAN8;
   for (const auto& [name, expected] : cases) {
     node_entry& node = tables_.make_data_set(2, name, {{"A", 'X', 1, 1, 0}});
     sink_.text.clear();
@@ -360,6 +361,57 @@ TEST_F(JsonEvents, OfNotices) {
                             R"({"v":1,"type":"end","changes":0,"gaps":3,)"
                             R"("warnings":3,"status":1})"
                             "\n");
+}
+
+// The byte 0xCC is one character in the log and another in the audit file.
+TEST_F(JsonEvents, DecodeTextsAsTheirFileHasThem) {
+  log_.charset = ROMAN8;
+  input_file audit(tables_.messages);
+  fill_input(audit, "shop.aud", AUDIT_FILE, LATIN1);
+  session_entry& model = tables_.make_session(4, {"user{J\xCCRG}"});
+  node_entry& set =
+      tables_.make_data_set(2, "B\xCCR.T\xCC", {{"I\xCC", 'X', 1, 1, 0}});
+  run_filter no_filter(tables_.messages);
+  trail events(tables_.messages, no_filter);
+  const auto read_in = [&](const input_file& file) {
+    std::string problem;
+    owned_bytes data;
+    ASSERT_TRUE(data.copy_from(model.sign_on.bytes()));
+    events.place = {.file = &file};
+    events.session_add_entry(4, std::move(data));
+    events.node_add_entry(2, NODE_DATA_SET, set.name, 0,
+                          node_create_set_context(set.set->list_bytes(),
+                                                  problem, tables_.messages));
+  };
+  const auto value = from_hex("cc");
+  const auto shown_in = [&](const input_file& file) {
+    sink_.text.clear();
+    output_.operation({.session = *events.sessions.session_get_entry(4),
+                       .node = *events.nodes.node_get_entry(2),
+                       .after = value,
+                       .op = OP_PUT},
+                      {&file, 1});
+    return lines();
+  };
+  const std::string roman = "\xC3\xA4";
+  const std::string latin = "\xC3\x8C";
+  read_in(log_);
+  for (const auto& [file, value_text] :
+       {std::pair(&log_, roman), std::pair(&audit, latin)}) {
+    const std::string change = shown_in(*file);
+    EXPECT_NE(change.find("\"user\":\"J" + roman + "RG\""), change.npos);
+    EXPECT_NE(change.find("T" + roman + "\",\"node\""), change.npos) << change;
+    EXPECT_NE(change.find("{\"I" + roman + "\":\"" + value_text + "\"}"),
+              change.npos)
+        << change;
+  }
+  // The same bytes, read again.
+  read_in(audit);
+  const std::string change = shown_in(audit);
+  EXPECT_NE(change.find("\"user\":\"J" + latin + "RG\""), change.npos);
+  EXPECT_NE(change.find("\"dataset\":\"T" + latin + "\""), change.npos);
+  EXPECT_NE(change.find("{\"I" + latin + "\":\"" + latin + "\"}"), change.npos)
+      << change;
 }
 
 }  // namespace

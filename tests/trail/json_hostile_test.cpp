@@ -37,6 +37,7 @@ std::string string_of(const rapidjson::Value& value) {
 TEST(HostileTexts, ComeOutAsTheyWentIn) {
   for (const int charset : {0, 1, 9}) {
     test_tables tables;
+    tables.charset = charset;
     const std::string every = all_bytes();
     // Braces and backslashes have a meaning in sign-on data, a zero byte ends
     // the name of a data set, and letters of it become upper case.

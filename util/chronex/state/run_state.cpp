@@ -106,5 +106,10 @@ int restore_run(const run_parts& run, state_reader& state,
                         restore_nodes(run, state, problem) &&
                         restore_images(run, state) &&
                         restore_names(run, state) && restore_losses(run, state);
+  // All logs of a run have one character set.
+  run.events.sessions.for_each(
+      [&run](session_entry& entry) { entry.charset = run.charset_id; });
+  run.events.nodes.for_each(
+      [&run](node_entry& entry) { entry.charset = run.charset_id; });
   return is_whole ? 0 : -1;
 }

@@ -45,6 +45,9 @@ struct alignas(CACHE_LINE) node_entry {
   std::int32_t db_node_id = 0;
   // The node's own name in upper case.
   std::string name;
+  // Id of the character set of the name, and of the items' names: that of the
+  // input that they were read from; -1 = none is known.
+  int charset = -1;
   // The printable name with the id, and how much of it is the name, as they
   // were at this node_table::names_version().
   mutable std::string printable;

@@ -76,6 +76,9 @@ struct alignas(CACHE_LINE) session_entry {
 
   // See sign_on_data.h.
   owned_bytes sign_on;
+  // Id of the character set of the sign-on data: that of the input that they
+  // were read from; -1 = none is known.
+  int charset = -1;
   // The latest DBBEGIN or DBEND memo, and the latest DBMEMO.
   memo_slot dbbegin_end;
   memo_slot dbmemo;

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <utility>
 
+#include "util/chronex/input/input_file.h"
 #include "util/chronex/messages/run_failed.h"
 
 void trail::add_output(trail_output& output) {
@@ -17,10 +18,14 @@ void trail::replace_output(trail_output& old, trail_output& output) {
 }
 
 void trail::session_add_entry(std::int32_t session_id, owned_bytes sign_on) {
-  const session_entry* entry =
+  const session_entry* added =
       sessions.session_add_entry(session_id, std::move(sign_on));
-  if (entry != nullptr && names != nullptr) {
-    names->sign_on(entry->sign_on.bytes());
+  session_entry* const entry = sessions.session_get_entry(session_id);
+  if (entry != nullptr && place.file != nullptr) {
+    entry->charset = place.file->charset;
+  }
+  if (added != nullptr && names != nullptr) {
+    names->sign_on(added->sign_on.bytes());
   }
 }
 
@@ -29,6 +34,10 @@ void trail::node_add_entry(std::int32_t node_id, int type,
                            std::unique_ptr<set_context> set) {
   const node_entry* entry =
       nodes.node_add_entry(node_id, type, name, db_node_id, std::move(set));
+  node_entry* const known = nodes.node_get_entry(node_id);
+  if (known != nullptr && place.file != nullptr) {
+    known->charset = place.file->charset;
+  }
   if (entry == nullptr || names == nullptr) return;
   const auto check = [this](const node_entry& data_set) {
     names->data_set(node_name2(data_set, false), *data_set.set);

@@ -84,8 +84,8 @@ class trail {
     if (watched) tell_action_done();
   }
 
-  // Register sessions and nodes in the tables, as these do, and let the check
-  // of names see them.
+  // Register sessions and nodes in the tables, as these do, with the character
+  // set of the present input, and let the check of names see them.
   void session_add_entry(std::int32_t session_id, owned_bytes sign_on);
   void node_add_entry(std::int32_t node_id, int type, std::string_view name,
                       std::int32_t db_node_id,

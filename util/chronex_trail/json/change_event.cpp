@@ -92,7 +92,7 @@ void json_output::put_operation(const image_operation& operation,
   line_.notes() += set.notes;
   append_loss_note(operation.node, line_.notes());
   line_.put_number("recno", operation.recno);
-  put_session(operation.session, place);
+  put_session(operation.session);
   put_slots(operation.session);
   put_images(operation, set, place);
 }

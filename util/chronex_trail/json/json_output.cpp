@@ -86,24 +86,21 @@ int json_output::file_begins(const input_file& file) {
   });
 }
 
-void json_output::put_session(const session_entry& session,
-                              const event_place& place) {
-  const session_piece& piece = sessions_.of(session, charset_at(place));
+void json_output::put_session(const session_entry& session) {
+  const session_piece& piece = sessions_.of(session);
   line_.out().put(piece.object);
   line_.out().put('}');
   line_.notes() += piece.notes;
   append_loss_note(session, line_.notes());
 }
 
-void json_output::put_sign_on(const session_entry& session,
-                              const event_place& place) {
-  const session_piece& piece = sessions_.of(session, charset_at(place));
+void json_output::put_sign_on(const session_entry& session) {
+  const session_piece& piece = sessions_.of(session);
   line_.out().put(piece.object);
   line_.notes() += piece.notes;
   append_loss_note(session, line_.notes());
   std::string attributes;
-  append_session_attributes(session, charset_at(place), attributes,
-                            line_.notes());
+  append_session_attributes(session, attributes, line_.notes());
   line_.out().put(attributes);
   line_.out().put('}');
 }
@@ -114,7 +111,7 @@ sign_on_result json_output::sign_on(const session_entry& session,
   const int rc = guarded(line_, messages_, [&] {
     line_.begin("sign_on");
     line_.put_source(place);
-    put_sign_on(session, place);
+    put_sign_on(session);
     return line_.end();
   });
   return rc == 0 ? sign_on_result::shown : sign_on_result::failed;
@@ -125,19 +122,18 @@ int json_output::sign_off(const session_entry& session,
   return guarded(line_, messages_, [&] {
     line_.begin("sign_off");
     line_.put_source(place);
-    put_session(session, place);
+    put_session(session);
     return line_.end();
   });
 }
 
 void json_output::put_schema(const node_entry& node, const event_place& place) {
-  const int charset = charset_at(place);
-  const set_piece& set = sets_.of(node, charset, place);
+  const set_piece& set = sets_.of(node, charset_at(place), place);
   line_.out().put(set.head);
   line_.notes() += set.notes;
   line_.put_number("record_size", node.set->rec_sz);
   line_.out().put(R"(,"items":[)");
-  put_schema_items(line_, *node.set, charset);
+  put_schema_items(line_, *node.set, node.charset);
   line_.out().put(']');
 }
 
@@ -171,7 +167,7 @@ int json_output::memo(const memo_view& memo) {
     line_.begin("memo");
     line_.put_time(memo.timestamp);
     line_.put_source(memo.place);
-    put_session(memo.session, memo.place);
+    put_session(memo.session);
     put_memo_mode(memo.mode);
     put_decoded(
         "text",

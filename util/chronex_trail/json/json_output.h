@@ -60,8 +60,8 @@ class json_output : public trail_output {
 
  private:
   void put_file(const input_file& file);
-  void put_session(const session_entry& session, const event_place& place);
-  void put_sign_on(const session_entry& session, const event_place& place);
+  void put_session(const session_entry& session);
+  void put_sign_on(const session_entry& session);
   void put_schema(const node_entry& node, const event_place& place);
   void put_decoded(std::string_view key, std::string_view bytes,
                    const event_place& place);

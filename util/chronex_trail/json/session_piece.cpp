@@ -22,14 +22,13 @@ constexpr shown_attribute SHOWN_ATTRIBUTES[] = {
     {"host", "session.host"},
 };
 
-std::unique_ptr<session_piece> make_piece(const session_entry& session,
-                                          int charset) {
+std::unique_ptr<session_piece> make_piece(const session_entry& session) {
   auto piece = std::make_unique<session_piece>();
   const auto sign_on = session.sign_on.bytes();
   piece->sign_on_id = session.sign_on_id;
-  piece->charset = charset;
+  piece->charset = session.charset;
   piece->object = ",\"session\":{\"id\":" + std::to_string(session.session_id);
-  field_decoder decoder(character_table_of(charset), piece->notes);
+  field_decoder decoder(character_table_of(session.charset), piece->notes);
   for (const shown_attribute& shown : SHOWN_ATTRIBUTES) {
     const auto pair = find_session_attribute(sign_on, shown.key);
     if (!pair) continue;
@@ -46,20 +45,19 @@ std::unique_ptr<session_piece> make_piece(const session_entry& session,
 
 }  // namespace
 
-const session_piece& session_pieces::of(const session_entry& session,
-                                        int charset) {
+const session_piece& session_pieces::of(const session_entry& session) {
   const session_piece* const kept = kept_.at(session.sign_on_id);
   if (kept != nullptr && kept->sign_on_id == session.sign_on_id &&
-      kept->charset == charset) {
+      kept->charset == session.charset) {
     return *kept;
   }
-  return kept_.put(session.sign_on_id, make_piece(session, charset));
+  return kept_.put(session.sign_on_id, make_piece(session));
 }
 
-void append_session_attributes(const session_entry& session, int charset,
+void append_session_attributes(const session_entry& session,
                                std::string& object, std::string& notes) {
   constexpr std::string_view FIELD = "session.attributes";
-  field_decoder decoder(character_table_of(charset), notes);
+  field_decoder decoder(character_table_of(session.charset), notes);
   session_attribute_walk walk(session.sign_on.bytes());
   object += ",\"attributes\":[";
   bool first = true;

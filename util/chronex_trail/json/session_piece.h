@@ -28,9 +28,8 @@ struct session_piece {
 
 class session_pieces {
  public:
-  // The piece of a session whose texts have that character set; valid until the
-  // next call.
-  const session_piece& of(const session_entry& session, int charset);
+  // The piece of a session; valid until the next call.
+  const session_piece& of(const session_entry& session);
 
  private:
   static constexpr std::size_t KEPT_BYTES = std::size_t{4} << 20;
@@ -40,7 +39,7 @@ class session_pieces {
 
 // Appends `,"attributes":[["user","BOB"],...]`, the pairs of the sign-on data
 // in their order, to `object`, and what could not be decoded to `notes`.
-void append_session_attributes(const session_entry& session, int charset,
+void append_session_attributes(const session_entry& session,
                                std::string& object, std::string& notes);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_SESSION_PIECE_H

@@ -11,12 +11,14 @@
 
 namespace {
 
-std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
+std::unique_ptr<set_piece> make_piece(const node_entry& node, int charset,
                                       const item_name_list* listed) {
   auto piece = std::make_unique<set_piece>();
-  piece->schema_id = set.schema_id;
+  piece->schema_id = node.set->schema_id;
   piece->charset = charset;
-  for (item_view& item : items_of(set, character_table_of(charset), listed)) {
+  piece->names_charset = node.charset;
+  for (item_view& item :
+       items_of(*node.set, character_table_of(node.charset), listed)) {
     if (!item.chosen) continue;
     const std::size_t begin = piece->keys.size();
     piece->keys += ',';
@@ -37,11 +39,13 @@ std::unique_ptr<set_piece> make_piece(const set_context& set, int charset,
 void make_head(const node_entry& node, set_piece& piece) {
   const data_set_name name = data_set_name_of(node, piece.from_audit_file);
   piece.notes.clear();
-  field_decoder decoder(character_table_of(piece.charset), piece.notes);
+  field_decoder decoder(character_table_of(node.charset), piece.notes);
   piece.head.clear();
   std::string whole_name;
   if (name.database) {
-    whole_name = decoder.decode("database", *name.database);
+    field_decoder of_database(character_table_of(name.database_charset),
+                              piece.notes);
+    whole_name = of_database.decode("database", *name.database);
     append_json_member(piece.head, "database", whole_name);
     whole_name += '.';
   } else {
@@ -64,18 +68,19 @@ std::size_t set_piece::footprint() const {
   return size;
 }
 
-set_piece& set_pieces::items_of_schema(const set_context& set, int charset) {
-  set_piece* const kept = kept_.at(set.schema_id);
-  if (kept != nullptr && kept->schema_id == set.schema_id &&
-      kept->charset == charset) {
+set_piece& set_pieces::items_of_schema(const node_entry& node, int charset) {
+  const std::uint64_t schema_id = node.set->schema_id;
+  set_piece* const kept = kept_.at(schema_id);
+  if (kept != nullptr && kept->schema_id == schema_id &&
+      kept->charset == charset && kept->names_charset == node.charset) {
     return *kept;
   }
-  return kept_.put(set.schema_id, make_piece(set, charset, listed_));
+  return kept_.put(schema_id, make_piece(node, charset, listed_));
 }
 
 const set_piece& set_pieces::of(const node_entry& node, int charset,
                                 const event_place& place) {
-  set_piece& piece = items_of_schema(*node.set, charset);
+  set_piece& piece = items_of_schema(node, charset);
   const bool from_audit_file = is_in_audit_file(place);
   if (piece.names_version != node.table->names_version() ||
       piece.from_audit_file != from_audit_file) {

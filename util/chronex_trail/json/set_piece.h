@@ -28,7 +28,9 @@ struct keyed_item {
 struct set_piece {
   // The schema that it was made of.
   std::uint64_t schema_id = 0;
+  // The character sets of values, and of the names of items.
   int charset = 0;
+  int names_charset = 0;
 
   // The node's name as it was at this node_table::names_version(), in one file.
   std::uint64_t names_version = 0;
@@ -62,15 +64,15 @@ class set_pieces {
   // The list is the caller's; null: all items are chosen.
   explicit set_pieces(const item_name_list* listed) : listed_(listed) {}
 
-  // The piece of a data set, whose schema is there, in an event at that place;
-  // valid until the next call.
+  // The piece of a data set, whose schema is there, in an event at that place
+  // with values in that character set; valid until the next call.
   const set_piece& of(const node_entry& node, int charset,
                       const event_place& place);
 
  private:
   static constexpr std::size_t KEPT_BYTES = std::size_t{8} << 20;
 
-  set_piece& items_of_schema(const set_context& set, int charset);
+  set_piece& items_of_schema(const node_entry& node, int charset);
 
   const item_name_list* listed_;
   piece_cache<set_piece> kept_{KEPT_BYTES};

@@ -31,18 +31,17 @@ std::string decoded(std::string_view bytes, int charset) {
 }
 
 std::optional<std::string> attribute_of(const session_entry& session,
-                                        std::string_view key, int charset) {
+                                        std::string_view key) {
   const auto pair = find_session_attribute(session.sign_on.bytes(), key);
   if (!pair) return std::nullopt;
-  return decoded(unescaped(pair->value), charset);
+  return decoded(unescaped(pair->value), session.charset);
 }
 
 std::string full_name(const node_entry& node, const event_place& place) {
   const data_set_name name = data_set_name_of(node, is_in_audit_file(place));
-  const int charset = charset_at(place);
-  std::string data_set = decoded(name.data_set, charset);
+  std::string data_set = decoded(name.data_set, node.charset);
   if (!name.database) return data_set;
-  return decoded(*name.database, charset) + '.' + data_set;
+  return decoded(*name.database, name.database_charset) + '.' + data_set;
 }
 
 std::string_view text_of(std::span<const std::uint8_t> bytes) {
@@ -86,21 +85,22 @@ int page_output::file_begins(const input_file& /*file*/) {
   return 0;
 }
 
-page_output::session_ptr page_output::make_session(const session_entry& session,
-                                                   int charset) {
+page_output::session_ptr page_output::make_session(
+    const session_entry& session) {
   auto made = std::make_shared<page_session>();
   made->id = session.session_id;
   made->conntime = session.conntime;
-  made->user = users_.number(attribute_of(session, "user", charset));
-  made->program = programs_.number(attribute_of(session, "program", charset));
+  made->user = users_.number(attribute_of(session, "user"));
+  made->program = programs_.number(attribute_of(session, "program"));
   session_attribute_walk walk(session.sign_on.bytes());
   while (const auto pair = walk.next()) {
     if (made->attributes.size() == page_session::MAX_MEMOS ||
         session_bytes_ > MAX_SESSION_BYTES) {
       break;
     }
-    made->attributes.emplace_back(decoded(pair->key, charset),
-                                  decoded(unescaped(pair->value), charset));
+    made->attributes.emplace_back(
+        decoded(pair->key, session.charset),
+        decoded(unescaped(pair->value), session.charset));
     session_bytes_ += made->attributes.back().first.size() +
                       made->attributes.back().second.size();
   }
@@ -119,11 +119,10 @@ void page_output::forget_sessions() {
   }
 }
 
-page_output::session_ptr page_output::session_of(const session_entry& session,
-                                                 const event_place& place) {
+page_output::session_ptr page_output::session_of(const session_entry& session) {
   const auto known = sessions_.find(session.sign_on_id);
   if (known != sessions_.end()) return known->second;
-  session_ptr made = make_session(session, charset_at(place));
+  session_ptr made = make_session(session);
   if (sessions_.size() >= MAX_SESSIONS + 2 * rows_.rows().size()) {
     forget_sessions();
   }
@@ -133,8 +132,8 @@ page_output::session_ptr page_output::session_of(const session_entry& session,
 
 sign_on_result page_output::sign_on(const session_entry& session,
                                     sign_on_caller /*caller*/,
-                                    const event_place& place) {
-  const int rc = guarded([&] { session_of(session, place); });
+                                    const event_place& /*place*/) {
+  const int rc = guarded([&] { session_of(session); });
   return rc == 0 ? sign_on_result::shown : sign_on_result::failed;
 }
 
@@ -148,7 +147,7 @@ int page_output::sign_off(const session_entry& session,
 int page_output::memo(const memo_view& memo) {
   if (memo.text.empty()) return 0;
   return guarded([&] {
-    page_session& session = *session_of(memo.session, memo.place);
+    page_session& session = *session_of(memo.session);
     if (++session.memo_count > page_session::MAX_MEMOS ||
         session_bytes_ > MAX_SESSION_BYTES) {
       return;
@@ -202,7 +201,7 @@ int page_output::operation(const image_operation& operation,
 void page_output::put_change(const image_operation& operation,
                              const event_place& place) {
   const set_piece& set = sets_.of(operation.node, charset_at(place), place);
-  const session_ptr session = session_of(operation.session, place);
+  const session_ptr session = session_of(operation.session);
   const layout_ptr layout = layout_of(set, operation.node, place);
   count(operation, *session, layout->data_set);
   const told_change change{

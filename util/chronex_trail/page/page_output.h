@@ -85,9 +85,8 @@ class page_output : public trail_output {
 
   template <typename Step>
   int guarded(const Step& step);
-  session_ptr session_of(const session_entry& session,
-                         const event_place& place);
-  session_ptr make_session(const session_entry& session, int charset);
+  session_ptr session_of(const session_entry& session);
+  session_ptr make_session(const session_entry& session);
   layout_ptr layout_of(const set_piece& set, const node_entry& node,
                        const event_place& place);
   void forget_sessions();

@@ -29,7 +29,7 @@ std::vector<item_row> rows_of(const set_context& schema, const set_piece& set) {
     if (view.offset != item.offset) continue;
     rows.push_back({.position = position,
                     .name = view.name,
-                    .type = decoded({&view.type, 1}, set.charset),
+                    .type = decoded({&view.type, 1}, set.names_charset),
                     .elements = item.count,
                     .size = item.size,
                     .format = item.fmt});
@@ -66,13 +66,13 @@ bool begins_with(std::string_view text, std::string_view prefix) {
          strncasecmp(text.data(), prefix.data(), prefix.size()) == 0;
 }
 
-set_name name_of(const node_entry& node, const set_piece& set,
-                 bool from_audit_file) {
+set_name name_of(const node_entry& node, bool from_audit_file) {
   const data_set_name name = data_set_name_of(node, from_audit_file);
   set_name made;
   made.has_database = name.database.has_value();
-  if (name.database) made.database = decoded(*name.database, set.charset);
-  made.name = decoded(name.data_set, set.charset);
+  if (name.database)
+    made.database = decoded(*name.database, name.database_charset);
+  made.name = decoded(name.data_set, node.charset);
   return made;
 }
 
@@ -168,10 +168,11 @@ std::unique_ptr<set_table> set_tables::make(const node_entry& node,
   auto table = std::make_unique<set_table>();
   table->schema_id = set.schema_id;
   table->charset = set.charset;
+  table->names_charset = set.names_charset;
   table->names_version = node.table->names_version();
   table->from_audit_file = is_in_audit_file(place);
   table->plan = plan_columns(set, engine_);
-  const set_name name = name_of(node, set, table->from_audit_file);
+  const set_name name = name_of(node, table->from_audit_file);
   const std::string form =
       form_of_items(node.set->rec_sz, rows_of(*node.set, set));
   table->data_set = data_set_of(node, name, form, set, table->plan);
@@ -187,6 +188,7 @@ set_table& set_tables::of(const node_entry& node, const set_piece& set,
   set_table* const kept = kept_.at(set.schema_id);
   if (kept != nullptr && kept->schema_id == set.schema_id &&
       kept->charset == set.charset &&
+      kept->names_charset == set.names_charset &&
       kept->names_version == node.table->names_version() &&
       kept->from_audit_file == is_in_audit_file(place)) {
     return *kept;

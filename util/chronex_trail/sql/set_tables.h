@@ -27,6 +27,7 @@ struct set_table {
   // What it was made for, as in set_piece.
   std::uint64_t schema_id = 0;
   int charset = 0;
+  int names_charset = 0;
   std::uint64_t names_version = 0;
   bool from_audit_file = false;
 

@@ -108,14 +108,13 @@ void sql_output::insert_images(const image_operation& operation,
 
 void sql_output::insert_change(const image_operation& operation,
                                const event_place& place) {
-  const int charset = charset_at(place);
-  const set_piece& set = sets_.of(operation.node, charset, place);
+  const set_piece& set = sets_.of(operation.node, charset_at(place), place);
   set_table& table = tables_.of(operation.node, set, place);
   ++n_;
   ++changes_;
   notes_ = set.notes;
   append_loss_note(operation.node, notes_);
-  notes_ += sessions_.of(operation.session, charset).notes;
+  notes_ += sessions_.of(operation.session).notes;
   append_loss_note(operation.session, notes_);
   bind_operation(operation, place);
   change_->bind(CHANGE_DATA_SET, table.data_set);

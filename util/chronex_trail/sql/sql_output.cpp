@@ -104,25 +104,24 @@ std::int64_t sql_output::session_of(const session_entry& session) const {
 
 void sql_output::bind_attribute(row_writer& row, int at,
                                 const session_entry& session,
-                                std::string_view key, int charset) {
+                                std::string_view key) {
   const auto pair = find_session_attribute(session.sign_on.bytes(), key);
   if (!pair) return;
   const std::string value = unescaped(pair->value);
-  row.bind_text(at,
-                decode_text(value, character_table_of(charset), scratch_).utf8);
+  row.bind_text(
+      at,
+      decode_text(value, character_table_of(session.charset), scratch_).utf8);
 }
 
-void sql_output::insert_session(const session_entry& session,
-                                const event_place& place) {
+void sql_output::insert_session(const session_entry& session) {
   constexpr std::string_view KEY = ",\"attributes\":";
-  const int charset = charset_at(place);
   std::string attributes;
-  append_session_attributes(session, charset, attributes, notes_);
+  append_session_attributes(session, attributes, notes_);
   session_rows& sessions = engine_.sessions();
   row_writer& row = sessions.begin(session_of(session), session.session_id);
-  bind_attribute(row, 3, session, "user", charset);
-  bind_attribute(row, 4, session, "program", charset);
-  bind_attribute(row, 5, session, "host", charset);
+  bind_attribute(row, 3, session, "user");
+  bind_attribute(row, 4, session, "program");
+  bind_attribute(row, 5, session, "host");
   if (session.conntime != 0) row.bind_time(6, time_.of(session.conntime));
   row.bind_text(7, std::string_view(attributes).substr(KEY.size()));
   sessions.end();
@@ -130,10 +129,10 @@ void sql_output::insert_session(const session_entry& session,
 
 sign_on_result sql_output::sign_on(const session_entry& session,
                                    sign_on_caller /*caller*/,
-                                   const event_place& place) {
+                                   const event_place& /*place*/) {
   const int rc = guarded([&] {
     ++n_;
-    insert_session(session, place);
+    insert_session(session);
   });
   return rc == 0 ? sign_on_result::shown : sign_on_result::failed;
 }

@@ -94,12 +94,12 @@ class sql_output : public trail_output {
   void open_tables();
   std::int64_t session_of(const session_entry& session) const;
   void insert_input(const input_file& file);
-  void insert_session(const session_entry& session, const event_place& place);
+  void insert_session(const session_entry& session);
   void insert_memo(const memo_view& memo);
   void insert_notice(const trail_notice& notice);
   void bind_loss(const trail_notice& notice);
   void bind_attribute(row_writer& row, int at, const session_entry& session,
-                      std::string_view key, int charset);
+                      std::string_view key);
   void insert_run(int status);
 
   // In sql_change.cpp.

@@ -22,12 +22,12 @@ std::string_view beginning(std::string_view utf8, std::size_t characters) {
 
 std::uint32_t session_tally::name_number(name_tally& names,
                                          const session_entry& session,
-                                         std::string_view key, int charset) {
+                                         std::string_view key) {
   const auto pair = find_session_attribute(session.sign_on.bytes(), key);
   if (!pair) return names.number_of(std::nullopt);
   const std::string value = unescaped(pair->value);
   return names.number_of(
-      decode_text(value, character_table_of(charset), scratch_).utf8);
+      decode_text(value, character_table_of(session.charset), scratch_).utf8);
 }
 
 session_tally::session_state& session_tally::at(std::uint32_t number) const {
@@ -50,22 +50,18 @@ std::uint32_t session_tally::new_number() {
   return number;
 }
 
-void session_tally::begin(std::uint32_t number, const session_entry& session,
-                          const event_place& place) {
-  const int charset = charset_at(place);
-  origins_[number] = {
-      .worker = {name_number(users_, session, "user", charset),
-                 name_number(programs_, session, "program", charset),
-                 name_number(hosts_, session, "host", charset)},
-      .connected = session.conntime};
+void session_tally::begin(std::uint32_t number, const session_entry& session) {
+  origins_[number] = {.worker = {name_number(users_, session, "user"),
+                                 name_number(programs_, session, "program"),
+                                 name_number(hosts_, session, "host")},
+                      .connected = session.conntime};
   at(number) = {.sign_on_id = session.sign_on_id,
                 .transaction_memos = session.transaction_memos - 1,
                 .session_id = session.session_id};
 }
 
 // Changed sign-on data are another sign-on.
-std::uint32_t session_tally::number_of(const session_entry& session,
-                                       const event_place& place) {
+std::uint32_t session_tally::number_of(const session_entry& session) {
   std::uint32_t number = session.output_number;
   if (number != 0 && at(number).sign_on_id == session.sign_on_id) return number;
   if (number != 0) {
@@ -73,14 +69,13 @@ std::uint32_t session_tally::number_of(const session_entry& session,
   } else {
     number = new_number();
   }
-  begin(number, session, place);
+  begin(number, session);
   session.output_number = number;
   return number;
 }
 
-void session_tally::sign_on(const session_entry& session,
-                            const event_place& place) {
-  const worker_numbers& worker = origins_[number_of(session, place)].worker;
+void session_tally::sign_on(const session_entry& session) {
+  const worker_numbers& worker = origins_[number_of(session)].worker;
   ++figures_.session_count;
   ++users_.at(worker.user).sessions;
   ++programs_.at(worker.program).sessions;
@@ -105,10 +100,9 @@ void session_tally::memo(const memo_view& memo) {
   if (number != 0) close_transaction(number);
 }
 
-void session_tally::add(const image_operation& operation,
-                        const event_place& place) {
+void session_tally::add(const image_operation& operation) {
   const session_entry& session = operation.session;
-  const std::uint32_t number = number_of(session, place);
+  const std::uint32_t number = number_of(session);
   session_state& state = at(number);
   state.changes.add(operation.op, operation.timestamp);
   if (state.transaction_memos != session.transaction_memos) {

@@ -37,10 +37,10 @@ class session_tally {
 
   // All throw std::bad_alloc. Files are told in the order of `inputs`.
   void file_begins(const input_file& file) { files_.push_back(&file); }
-  void sign_on(const session_entry& session, const event_place& place);
+  void sign_on(const session_entry& session);
   void sign_off(const session_entry& session);
   void memo(const memo_view& memo);
-  void add(const image_operation& operation, const event_place& place);
+  void add(const image_operation& operation);
   // Lets go of a session, which is forgotten.
   void session_ends(const session_entry& session);
   // Ends all sessions and hands the figures over.
@@ -75,14 +75,12 @@ class session_tally {
     std::uint32_t connected = 0;
   };
 
-  std::uint32_t number_of(const session_entry& session,
-                          const event_place& place);
+  std::uint32_t number_of(const session_entry& session);
   std::uint32_t new_number();
   session_state& at(std::uint32_t number) const;
-  void begin(std::uint32_t number, const session_entry& session,
-             const event_place& place);
+  void begin(std::uint32_t number, const session_entry& session);
   std::uint32_t name_number(name_tally& names, const session_entry& session,
-                            std::string_view key, int charset);
+                            std::string_view key);
   void end(std::uint32_t number);
   void enter_transaction(std::uint32_t number, const session_entry& session);
   void keep_text(open_transaction& transaction, const memo_slot& slot);

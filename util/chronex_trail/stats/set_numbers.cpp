@@ -8,14 +8,16 @@
 
 std::uint32_t set_numbers::look_up(const node_entry& node,
                                    const event_place& place) {
-  const character_table& characters = character_table_of(charset_at(place));
   const data_set_name name = data_set_name_of(node, is_in_audit_file(place));
   std::optional<std::string_view> database;
   if (name.database) {
-    database = decode_text(*name.database, characters, database_).utf8;
+    database = decode_text(*name.database,
+                           character_table_of(name.database_charset), database_)
+                   .utf8;
   }
-  return sets_.number_of(database,
-                         decode_text(name.data_set, characters, name_).utf8);
+  return sets_.number_of(
+      database,
+      decode_text(name.data_set, character_table_of(node.charset), name_).utf8);
 }
 
 std::uint32_t set_numbers::learn(const node_entry& node,

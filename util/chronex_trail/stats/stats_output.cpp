@@ -19,7 +19,7 @@ class stats_gatherer {
   session_tally sessions;
 
   void add(const image_operation& operation, const event_place& place) {
-    sessions.add(operation, place);
+    sessions.add(operation);
     const std::uint32_t number = set_numbers_.of(operation.node, place);
     set_figures& set = figures.data_sets[number];
     set.changes.add(operation.op, operation.timestamp);
@@ -110,8 +110,8 @@ void stats_output::session_ends(const session_entry& session) {
 
 sign_on_result stats_output::sign_on(const session_entry& session,
                                      sign_on_caller /*caller*/,
-                                     const event_place& place) {
-  const int rc = guarded([&] { gatherer_->sessions.sign_on(session, place); });
+                                     const event_place& /*place*/) {
+  const int rc = guarded([&] { gatherer_->sessions.sign_on(session); });
   return rc == 0 ? sign_on_result::shown : sign_on_result::failed;
 }
 

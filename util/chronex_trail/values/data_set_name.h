@@ -6,10 +6,12 @@
 
 struct node_entry;
 
-// The name of a data set in two parts, in the log's character set.
+// The name of a data set in two parts, in the character sets of the inputs that
+// they were read from: that of the data set is node_entry::charset.
 struct data_set_name {
   // None: it is not known.
   std::optional<std::string_view> database;
+  int database_charset = -1;
   std::string_view data_set;
 };
 
