@@ -93,7 +93,9 @@ std::size_t gz_source::salvage(std::span<std::uint8_t> room) {
 }
 
 live_source::live_source(int descriptor, live_settings settings)
-    : descriptor_(descriptor), settings_(std::move(settings)) {}
+    : descriptor_(descriptor), settings_(std::move(settings)) {
+  if (settings_.is_plain) place_ = place::plain;
+}
 
 live_source::~live_source() {
   if (inflater_ready_) inflateEnd(&inflater_);
@@ -169,7 +171,7 @@ void live_source::begin() {
   if (!input_ && !input_.allocate(LIVE_BUFFER_SIZE)) {
     resource_error_ = errno;
     place_ = place::end;
-  } else if (!settings_.is_plain && member_follows()) {
+  } else if (member_follows()) {
     begin_member();
   } else if (!input_is_dry_) {
     place_ = place::plain;

@@ -12,9 +12,8 @@
 
 namespace {
 
-// One read from the source. From twice the gz interface's buffer size on, zlib
-// reads plain files straight into the window; the system hands out a megabyte
-// at once for less than in quarters.
+// One read from the source: enough for calls of the system to cost little, and
+// little enough to stay in a processor's second cache.
 constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
 constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // All files are opened for their headers before one is read on, so that much of
@@ -66,24 +65,27 @@ void input_stream::take_care(growth_watch* growth, bool passes_over_damage) {
   passes_over_damage_ = passes_over_damage;
 }
 
-// zlib's gz interface is the faster one of whole files, but it knows neither
-// growth nor what comes behind damage.
+// zlib's gz interface is the fastest way through whole compressed files, but it
+// knows neither growth nor what comes behind damage.
 std::unique_ptr<byte_source> input_stream::make_source() {
+  const bool is_careful = growth_ != nullptr || passes_over_damage_;
+  is_head_ = regular_ && !is_careful && resume_at_ == 0;
+  if (regular_ && !is_careful) {
+    is_plain_ = is_plain_ || is_plain_file();
+    if (!is_plain_) {
+      return std::make_unique<gz_source>(descriptor_,
+                                         is_head_ ? HEAD_SIZE : BUFFER_SIZE);
+    }
+  }
   live_settings settings{.is_plain = is_plain_,
                          .passes_over_damage = passes_over_damage_,
                          .growth = growth_};
-  is_head_ = false;
-  if (!regular_) {
+  if (regular_) {
+    delivered_ = is_plain_ ? resume_at_ : 0;
+    lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET);
+  } else {
     settings.before_wait = before_wait_;
-    return std::make_unique<live_source>(descriptor_, std::move(settings));
   }
-  if (growth_ == nullptr && !passes_over_damage_) {
-    is_head_ = resume_at_ == 0;
-    return std::make_unique<gz_source>(descriptor_,
-                                       is_head_ ? HEAD_SIZE : BUFFER_SIZE);
-  }
-  delivered_ = is_plain_ ? resume_at_ : 0;
-  lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET);
   return std::make_unique<live_source>(descriptor_, std::move(settings));
 }
 
@@ -111,14 +113,18 @@ void input_stream::pass_over(std::uint64_t bytes) {
   }
 }
 
+// Goes on from a source that served for the first bytes.
+void input_stream::leave_head() {
+  is_head_ = false;
+  if (is_plain_) return;
+  source_ = std::make_unique<gz_source>(descriptor_, BUFFER_SIZE);
+  delivered_ = 0;
+  pass_over(HEAD_SIZE);
+}
+
 // One read from the source, to behind what is in the window; 0 at the end.
 std::size_t input_stream::read_on() {
-  if (is_head_ && delivered_ == HEAD_SIZE) {
-    is_head_ = false;
-    source_ = std::make_unique<gz_source>(descriptor_, BUFFER_SIZE);
-    delivered_ = 0;
-    pass_over(HEAD_SIZE);
-  }
+  if (is_head_ && delivered_ == HEAD_SIZE) leave_head();
   const std::size_t size = is_head_ ? HEAD_SIZE - delivered_ : READ_SIZE;
   const std::size_t count = source_->read(window_.bytes().subspan(end_, size));
   end_ += count;

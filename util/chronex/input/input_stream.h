@@ -98,8 +98,8 @@ class input_stream {
   std::uint64_t stored_size() const;
   std::uint64_t stored_position() const;
   bool is_regular() const { return regular_; }
-  // Calls `refilled` each time the window has been filled, once in about a
-  // megabyte; none: no more.
+  // Calls `refilled` each time the window has been filled, a few times
+  // in a megabyte; none: no more.
   void set_refilled(std::function<void()> refilled) {
     refilled_ = std::move(refilled);
   }
@@ -125,6 +125,7 @@ class input_stream {
   [[nodiscard]] bool adopt(int descriptor, std::function<void()> before_wait);
   [[nodiscard]] bool ready();
   void pass_over(std::uint64_t bytes);
+  void leave_head();
   std::size_t read_on();
   [[nodiscard]] bool is_plain_file() const;
   std::unique_ptr<byte_source> make_source();
@@ -138,7 +139,7 @@ class input_stream {
   std::function<void()> refilled_;
   growth_watch* growth_ = nullptr;
   bool passes_over_damage_ = false;
-  // Known to be so, from what was read before a pause.
+  // Known to be so, from what was read before.
   bool is_plain_ = false;
   std::unique_ptr<byte_source> source_;
   // The source is one that serves for the first HEAD_SIZE bytes only.

@@ -61,8 +61,8 @@ void input_list::place_file(std::unique_ptr<input_file> file,
   const auto end = begin + used;
   auto place = end;
   if (file->type == FWLOG_FILE) {
-    place = std::find_if(begin, end, [&](const auto& entry) {
-      return goes_before(*file, *entry);
+    place = std::partition_point(begin, end, [&](const auto& entry) {
+      return !goes_before(*file, *entry);
     });
   }
   std::move_backward(place, end, end + 1);
