@@ -175,7 +175,9 @@ program_result test_directory::run_on_terminal(
 
 int test_directory::shell(const std::string& command) const {
   // NOLINTNEXTLINE(cert-env33-c)
-  return std::system(
-      ("cd " + root_ + " && export CHRONEX=" CHRONEX_PROGRAM " && " + command)
-          .c_str());
+  return std::system(("cd " + root_ +
+                      " && export CHRONEX=" CHRONEX_PROGRAM
+                      " CHRONEX_TRAIL=" CHRONEX_TRAIL_PROGRAM " && " +
+                      command)
+                         .c_str());
 }

@@ -52,8 +52,8 @@ class test_directory {
   // as it shows something, the program gets the signal, if that is not 0.
   program_result run_on_terminal(const std::vector<std::string>& arguments,
                                  int descriptor, int signal = 0) const;
-  // Runs a shell command in the directory, where $CHRONEX is the program.
-  // Returns its exit status.
+  // Runs a shell command in the directory, where $CHRONEX and
+  // $CHRONEX_TRAIL are the programs. Returns its exit status.
   int shell(const std::string& command) const;
 
  private:

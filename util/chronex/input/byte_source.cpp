@@ -61,10 +61,6 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
   }
 }
 
-void gz_source::renew_descriptor() {
-  if (stream_ != nullptr) dup2(descriptor_, duplicate_);
-}
-
 bool gz_source::is_compressed() const {
   return stream_ != nullptr && gzdirect(stream_) == 0;
 }

@@ -38,9 +38,6 @@ class byte_source {
   // error() says then.
   virtual std::size_t read(std::span<std::uint8_t> room) = 0;
 
-  // The descriptor has been replaced by one of its own for this process.
-  virtual void renew_descriptor() {}
-
   // What has been read of the input was gzip-compressed, so that a check sum
   // stands at its end.
   virtual bool is_compressed() const = 0;
@@ -74,7 +71,6 @@ class gz_source final : public byte_source {
   gz_source(int descriptor, unsigned buffer_size);
   ~gz_source() override;
   std::size_t read(std::span<std::uint8_t> room) override;
-  void renew_descriptor() override;
   bool is_compressed() const override;
 
  private:

@@ -15,6 +15,7 @@ namespace {
 // One read from the source: enough for calls of the system to cost little, and
 // little enough to stay in a processor's second cache.
 constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
+static_assert(READ_SIZE + input_stream::MAX_PEEK <= input_relay::LEAST_SIZE);
 constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // All files are opened for their headers before one is read on, so that much of
 // a file is read as if there were no more.
@@ -91,13 +92,39 @@ std::unique_ptr<byte_source> input_stream::make_source() {
 
 // Makes window and source; after a pause, passes over what was taken before it.
 bool input_stream::ready() {
+  if (relay_ != nullptr) return source_ || attach();
+  if (!have_window()) return false;
+  if (source_) return true;
+  source_ = make_source();
+  pass_over(resume_at_);
+  return true;
+}
+
+// Has the relay deliver what comes next; only its writer needs a source.
+bool input_stream::attach() {
+  std::unique_ptr<byte_source> source;
+  if (relay_->is_reader()) {
+    delivered_ = resume_at_;
+  } else {
+    if (!have_window()) return false;
+    source_ = make_source();
+    is_head_ = false;
+    pass_over(resume_at_);
+    window_.reset();
+    source = std::move(source_);
+  }
+  source_ = relay_->attach(std::move(source), resume_at_);
+  if (!source_) return go_on_alone();
+  view_ = relay_->window();
+  return true;
+}
+
+bool input_stream::have_window() {
   if (!window_ && !window_.allocate(WINDOW_SIZE)) {
     resource_error_ = errno;
     return false;
   }
-  if (source_) return true;
-  source_ = make_source();
-  pass_over(resume_at_);
+  view_ = window_.data();
   return true;
 }
 
@@ -106,8 +133,7 @@ void input_stream::pass_over(std::uint64_t bytes) {
   while (delivered_ < bytes) {
     const std::size_t piece =
         std::min<std::uint64_t>(READ_SIZE, bytes - delivered_);
-    const std::size_t count =
-        source_->read(window_.bytes().subspan(end_, piece));
+    const std::size_t count = source_->read({view_ + end_, piece});
     if (count == 0) break;
     delivered_ += count;
   }
@@ -126,7 +152,7 @@ void input_stream::leave_head() {
 std::size_t input_stream::read_on() {
   if (is_head_ && delivered_ == HEAD_SIZE) leave_head();
   const std::size_t size = is_head_ ? HEAD_SIZE - delivered_ : READ_SIZE;
-  const std::size_t count = source_->read(window_.bytes().subspan(end_, size));
+  const std::size_t count = source_->read({view_ + end_, size});
   end_ += count;
   delivered_ += count;
   return count;
@@ -138,14 +164,32 @@ void input_stream::note_end() {
   resource_error_ = source_->resource_error();
 }
 
+// As read_on(), by itself if the relay cannot; then what was not taken is read
+// once more. False at the end.
+bool input_stream::read_more() {
+  if (read_on() > 0) return true;
+  const bool is_lost = relay_ != nullptr && relay_->is_lost();
+  return is_lost && go_on_alone() && read_on() > 0;
+}
+
+// Lets the window begin with what has not been taken.
+void input_stream::drop_taken() {
+  if (relay_ != nullptr) {
+    relay_->drop(next_);
+    view_ = relay_->window();
+  } else {
+    std::memmove(view_, view_ + next_, end_ - next_);
+  }
+  end_ -= next_;
+  next_ = 0;
+}
+
 // Gets `count` bytes into the window; false when fewer are left, which stay.
 bool input_stream::gather(std::size_t count) {
   if (!ready()) return false;
-  std::memmove(window_.data(), window_.data() + next_, end_ - next_);
-  end_ -= next_;
-  next_ = 0;
+  drop_taken();
   while (end_ < count) {
-    if (read_on() == 0) {
+    if (!read_more()) {
       note_end();
       return false;
     }
@@ -167,7 +211,7 @@ std::span<const std::uint8_t> input_stream::peek(std::size_t count,
     gather(count);
     source_->let_wait(true);
   }
-  return window_.bytes().subspan(next_, end_ - next_);
+  return {view_ + next_, end_ - next_};
 }
 
 bool input_stream::read(std::span<std::uint8_t> destination) {
@@ -193,11 +237,13 @@ bool input_stream::skip(std::uint64_t count) {
 void input_stream::verify_rest() {
   if (!is_compressed()) return;
   source_->let_wait(false);
-  while (source_->read(window_.bytes().first(READ_SIZE)) > 0) {
-    if (refilled_) refilled_();
+  bool has_more = true;
+  while (has_more) {
+    next_ = end_;
+    drop_taken();
+    has_more = read_more();
+    if (has_more && refilled_) refilled_();
   }
-  next_ = 0;
-  end_ = 0;
   note_end();
 }
 
@@ -225,10 +271,7 @@ bool input_stream::go_to(std::uint64_t position) {
   const std::uint64_t at = this->position();
   if (position < at) return false;
   if (!is_plain_file()) return skip(position - at);
-  if (!window_ && !window_.allocate(WINDOW_SIZE)) {
-    resource_error_ = errno;
-    return false;
-  }
+  if (!have_window()) return false;
   if (lseek(descriptor_, static_cast<off_t>(position), SEEK_SET) < 0) {
     error_ = std::strerror(errno);
     return false;
@@ -243,19 +286,22 @@ bool input_stream::go_to(std::uint64_t position) {
   return true;
 }
 
-std::int64_t input_stream::system_offset() const {
-  return lseek(descriptor_, 0, SEEK_CUR);
+void input_stream::share(input_relay* relay) {
+  suspend();
+  relay_ = relay;
 }
 
-bool input_stream::renew(std::int64_t system_offset) {
+// In a reader that the writer has left alone. The offset of the descriptor is
+// the writer's.
+bool input_stream::go_on_alone() {
+  share(nullptr);
   const std::string name = "/proc/self/fd/" + std::to_string(descriptor_);
   const int own = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (own < 0) return false;
-  const bool renewed = lseek(own, system_offset, SEEK_SET) == system_offset &&
-                       dup3(own, descriptor_, O_CLOEXEC) == descriptor_;
-  ::close(own);
-  if (renewed && source_) source_->renew_descriptor();
-  return renewed;
+  const bool renewed =
+      own >= 0 && dup3(own, descriptor_, O_CLOEXEC) == descriptor_;
+  if (!renewed) resource_error_ = errno;
+  if (own >= 0) ::close(own);
+  return renewed && ready();
 }
 
 void input_stream::suspend() {
@@ -271,4 +317,5 @@ void input_stream::go_back(std::uint64_t position) {
   end_ = 0;
   source_.reset();
   window_.reset();
+  view_ = nullptr;
 }

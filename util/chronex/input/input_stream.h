@@ -16,6 +16,7 @@
 
 #include "common/owned_bytes.h"
 #include "util/chronex/input/byte_source.h"
+#include "util/chronex/input/input_relay.h"
 
 class input_stream {
  public:
@@ -39,7 +40,7 @@ class input_stream {
   // drops them.
   const std::uint8_t* take(std::size_t count) {
     if (end_ - next_ < count && !fill(count)) return nullptr;
-    const std::uint8_t* run = window_.data() + next_;
+    const std::uint8_t* run = view_ + next_;
     next_ += count;
     return run;
   }
@@ -109,11 +110,9 @@ class input_stream {
   // finds that out at the next take().
   [[nodiscard]] bool go_to(std::uint64_t position);
 
-  // Where the system reads on; to be asked before a child process is made that
-  // is to read on there by itself. There, renew() gives it an offset of its
-  // own; false with errno when that fails. Regular files only.
-  std::int64_t system_offset() const;
-  [[nodiscard]] bool renew(std::int64_t system_offset);
+  // From now on, reads through `relay`, the caller's; null: by itself. Regular
+  // files without growth only.
+  void share(input_relay* relay);
 
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
@@ -129,6 +128,11 @@ class input_stream {
   std::size_t read_on();
   [[nodiscard]] bool is_plain_file() const;
   std::unique_ptr<byte_source> make_source();
+  [[nodiscard]] bool have_window();
+  [[nodiscard]] bool attach();
+  [[nodiscard]] bool go_on_alone();
+  bool read_more();
+  void drop_taken();
   bool gather(std::size_t count);
   bool fill(std::size_t count);
   void note_end();
@@ -144,7 +148,11 @@ class input_stream {
   std::unique_ptr<byte_source> source_;
   // The source is one that serves for the first HEAD_SIZE bytes only.
   bool is_head_ = false;
+  // Null: the window is this stream's own.
+  input_relay* relay_ = nullptr;
   owned_bytes window_;
+  // Where the window begins.
+  std::uint8_t* view_ = nullptr;
   // The bytes of the window that have not been taken yet.
   std::size_t next_ = 0;
   std::size_t end_ = 0;

@@ -1,10 +1,11 @@
 // chronex-trail json --jobs: pieces of the trail side by side.
 //
-// This process goes over the inputs without writing anything, which takes a
-// tenth of the time, and knows at each border of a piece all that the run knows
-// there. There it divides: the copy writes the events of the piece that begins,
-// while this one goes on to the next border. A piece ends between two actions,
-// where the same measure says so to both.
+// This process reads the inputs and goes over them without writing anything,
+// which takes an eighth of the time, and knows at each border of a piece all
+// that the run knows there. There it divides: the copy writes the events of the
+// piece that begins, out of the bytes that this one reads on its way to the
+// next border. A piece ends between two actions, where the same measure says so
+// to both.
 
 #include "util/chronex_trail/commands/json_with_jobs.h"
 
@@ -16,7 +17,6 @@
 #include <string>
 
 #include "util/chronex/messages/run_failed.h"
-#include "util/chronex_trail/files/gzip_writer.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/json/event_counter.h"
 #include "util/chronex_trail/json/json_output.h"
@@ -26,12 +26,29 @@ namespace {
 
 constexpr int EXIT_ERROR = 1;
 
+// What is set for tests, which have small logs.
+std::size_t size_of(const char* variable, std::size_t default_size) {
+  const char* const size = std::getenv(variable);
+  return size != nullptr ? std::strtoull(size, nullptr, 10) : default_size;
+}
+
 // Bytes of input, decompressed, that make a piece.
-std::uint64_t piece_size() {
-  constexpr std::uint64_t DEFAULT_SIZE = std::uint64_t{8} << 20;
-  // Tests have small logs.
-  const char* const size = std::getenv("CHRONEX_PIECE_SIZE");
-  return size != nullptr ? std::strtoull(size, nullptr, 10) : DEFAULT_SIZE;
+std::size_t piece_size() {
+  return size_of("CHRONEX_PIECE_SIZE", std::size_t{4} << 20);
+}
+
+// Bytes of the ring of inputs: a piece for each job, and one in which to go
+// ahead of them.
+std::size_t ring_size(std::size_t piece, std::size_t jobs) {
+  constexpr std::size_t LARGEST = std::size_t{64} << 20;
+  return size_of("CHRONEX_RING_SIZE", std::min(LARGEST, piece) * (jobs + 1));
+}
+
+// Bytes that wait for the turn of a job: what most pieces make.
+std::size_t room_size(std::size_t piece) {
+  constexpr std::size_t FACTOR = 4;
+  constexpr std::size_t LARGEST = std::size_t{64} << 20;
+  return std::clamp(FACTOR * piece, std::size_t{1}, LARGEST);
 }
 
 // Measures a piece as it is read.
@@ -65,72 +82,41 @@ class piece_measure {
   std::uint64_t before_ = 0;
 };
 
-// The output of a job: as a file of the run, or a part of it.
-class part_sink : public byte_sink {
- public:
-  part_sink(run_messages& messages, int descriptor, bool compressed)
-      : messages_(messages), descriptor_(descriptor) {
-    if (compressed) compressed_.emplace(system_);
-  }
-
-  int write(std::string_view bytes) override {
-    return compressed_ ? compressed_->write(bytes) : system_.write(bytes);
-  }
-  int finish() { return compressed_ ? compressed_->end_member() : 0; }
-
- private:
-  class system_sink : public byte_sink {
-   public:
-    explicit system_sink(part_sink& part) : part_(part) {}
-    int write(std::string_view bytes) override {
-      return part_.write_to_system(bytes);
-    }
-
-   private:
-    part_sink& part_;
-  };
-
-  int write_to_system(std::string_view bytes) {
-    while (!bytes.empty()) {
-      const ssize_t count = ::write(descriptor_, bytes.data(), bytes.size());
-      if (count >= 0) {
-        bytes.remove_prefix(static_cast<std::size_t>(count));
-      } else if (errno != EINTR) {
-        messages_.perror("output");
-        messages_.print("Failed to write output\n");
-        return -1;
-      }
-    }
-    return 0;
-  }
-
-  run_messages& messages_;
-  int descriptor_;
-  system_sink system_{*this};
-  std::optional<gzip_writer> compressed_;
-};
-
 // Of a job, in its process: writes events until the piece ends.
 class piece_output final : public json_output {
  public:
-  piece_output(trail_run& run, part_sink& sink, const piece_measure& measure)
-      : json_output(run.messages, sink, &run.item_names),
+  piece_output(trail_run& run, job_pool& pool, const job_identity& job,
+               result_file& file, const piece_measure& measure)
+      : json_output(run.messages, file, &run.item_names),
         run_(run),
-        sink_(sink),
-        measure_(measure) {}
+        turns_(pool.turns()),
+        number_(job.number),
+        file_(file),
+        sink_(
+            turns_, job.place, job.number,
+            [&pool, place = job.place] { pool.tell_messages(place); },
+            [&file](std::string_view bytes) { return file.write_now(bytes); }),
+        measure_(measure) {
+    file_.divert(sink_);
+    if (number_ > 0) file_.go_on_behind_parts();
+  }
 
   void action_done() override {
     if (measure_.is_full(*run_.events.place.file)) leave(job_end::border);
   }
   // All that is held in this process is a copy of what another holds.
   [[noreturn]] void leave(job_end end) {
-    if (flush() != 0 || sink_.finish() != 0) end = job_end::failed;
+    if (let_out() != 0 || sink_.take_turn() != 0) end = job_end::failed;
+    if (end == job_end::border) turns_.pass_on(number_);
     _exit(static_cast<int>(end));
   }
 
  private:
   trail_run& run_;
-  part_sink& sink_;
+  job_turns& turns_;
+  std::uint32_t number_;
+  result_file& file_;
+  turn_sink sink_;
   piece_measure measure_;
 };
 
@@ -138,12 +124,13 @@ class json_jobs {
  public:
   json_jobs(trail_run& run, const shared_options& options, result_file& file)
       : run_(run),
-        is_compressed_(file.is_compressed()),
-        pool_(
-            static_cast<std::size_t>(options.jobs), file.descriptor(),
-            directory_of(options.output),
-            [&file](int part) { return file.append_part(part); }, run.messages),
+        file_(file),
+        jobs_(static_cast<std::size_t>(options.jobs)),
+        pool_(jobs_, run.messages),
         scout_(*this) {}
+  ~json_jobs() { share_inputs(nullptr); }
+  json_jobs(const json_jobs&) = delete;
+  json_jobs& operator=(const json_jobs&) = delete;
 
   // Returns the exit status.
   int make();
@@ -159,28 +146,27 @@ class json_jobs {
     json_jobs& jobs_;
   };
 
-  static std::string directory_of(const std::string& output);
+  void share_inputs(input_relay* relay);
   void look_for_border();
   void start_piece();
-  void take_over(int part, std::int64_t offset);
+  void take_over(const job_identity& job);
+  [[noreturn]] void leave(int status);
 
   trail_run& run_;
-  bool is_compressed_;
+  result_file& file_;
+  std::size_t jobs_;
   job_pool pool_;
   scout scout_;
-  piece_measure measure_{piece_size()};
-  // Those of a job, in its process.
-  std::unique_ptr<part_sink> sink_;
+  std::size_t piece_size_ = piece_size();
+  piece_measure measure_{piece_size_};
+  // That of a job, in its process.
   std::unique_ptr<piece_output> output_;
 };
 
-std::string json_jobs::directory_of(const std::string& output) {
-  if (output != "-" && !output.starts_with("/dev/")) {
-    const std::size_t slash = output.rfind('/');
-    return slash == std::string::npos ? "." : output.substr(0, slash + 1);
+void json_jobs::share_inputs(input_relay* relay) {
+  for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
+    file->stream.share(relay);
   }
-  const char* const directory = std::getenv("TMPDIR");
-  return directory != nullptr ? directory : "/tmp";
 }
 
 void json_jobs::look_for_border() {
@@ -190,23 +176,12 @@ void json_jobs::look_for_border() {
 }
 
 void json_jobs::start_piece() {
-  const input_file* const file = run_.events.place.file;
-  const std::int64_t offset =
-      file != nullptr ? file->stream.system_offset() : 0;
-  const int part = pool_.start();
-  if (part >= 0) take_over(part, offset);
+  if (const auto job = pool_.start()) take_over(*job);
 }
 
-// This is the process of a job now. Inputs are read at offsets of its own.
-void json_jobs::take_over(int part, std::int64_t offset) {
-  for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
-    const bool is_current = file.get() == run_.events.place.file;
-    if (file->stream.renew(is_current ? offset : 0)) continue;
-    run_.messages.perror(file->name.c_str());
-    _exit(static_cast<int>(job_end::failed));
-  }
-  sink_ = std::make_unique<part_sink>(run_.messages, part, is_compressed_);
-  output_ = std::make_unique<piece_output>(run_, *sink_, measure_);
+// This is the process of a job now.
+void json_jobs::take_over(const job_identity& job) {
+  output_ = std::make_unique<piece_output>(run_, pool_, job, file_, measure_);
   state_writer counters;
   scout_.save(counters);
   state_reader reader(counters.written());
@@ -214,17 +189,26 @@ void json_jobs::take_over(int part, std::int64_t offset) {
   run_.events.replace_output(scout_, *output_);
 }
 
+void json_jobs::leave(int status) {
+  if (!output_ || output_->end(status) != 0) {
+    status = static_cast<int>(job_end::failed);
+  }
+  const job_end end = status == 0 ? job_end::whole : job_end::failed;
+  if (output_) output_->leave(end);
+  _exit(static_cast<int>(end));
+}
+
 int json_jobs::make() {
   run_.events.watched = true;
   // The jobs are elsewhere than this process.
   run_.progress = progress_mode::never;
   run_.events.add_output(scout_);
-  pool_.keep_silent();
+  pool_.open(ring_size(piece_size_, jobs_), room_size(piece_size_));
+  share_inputs(&pool_.relay());
   start_piece();
   const int status = process_inputs(run_);
-  if (!output_) return pool_.finish();
-  if (output_->end(status) != 0) output_->leave(job_end::failed);
-  output_->leave(status == 0 ? job_end::whole : job_end::failed);
+  if (pool_.is_job()) leave(status);
+  return pool_.finish();
 }
 
 }  // namespace
@@ -244,7 +228,7 @@ int json_with_jobs(trail_run& run, const shared_options& options) {
   int status = EXIT_ERROR;
   try {
     status = json_jobs(run, options, file).make();
-    file.go_on_behind_part();
+    file.go_on_behind_parts();
   } catch (const run_failed&) {
     // The message has been printed.
   }

@@ -1,7 +1,6 @@
 #include "util/chronex_trail/files/result_file.h"
 
 #include <fcntl.h>
-#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -137,40 +136,16 @@ int result_file::reach_disk(file_extent& reached) {
   return 0;
 }
 
-int result_file::append_part(int part) {
-  constexpr std::size_t PIECE = std::size_t{1} << 20;
-  go_on_behind_part();
-  off_t offset = 0;
-  for (;;) {
-    const ssize_t count = sendfile(descriptor_, part, &offset, PIECE);
-    if (count == 0) return 0;
-    if (count > 0 || errno == EINTR) continue;
-    break;
-  }
-  // Not every kind of file can be written that way.
-  std::vector<char> bytes(PIECE);
-  for (;;) {
-    const ssize_t count = pread(part, bytes.data(), bytes.size(), offset);
-    if (count == 0) return 0;
-    if (count < 0) return failure(name_.c_str());
-    offset += count;
-    if (system_.write({bytes.data(), static_cast<std::size_t>(count)}) != 0) {
-      return -1;
-    }
-  }
-}
-
-int result_file::descriptor_sink::write(std::string_view bytes) {
-  while (!bytes.empty() && !file_.failed_) {
-    const ssize_t written =
-        ::write(file_.descriptor_, bytes.data(), bytes.size());
+int result_file::write_now(std::string_view bytes) {
+  while (!bytes.empty() && !failed_) {
+    const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (errno != EINTR) {
-      file_.failure(file_.name_.c_str());
+      failure(name_.c_str());
     }
   }
-  return file_.failed_ ? -1 : 0;
+  return failed_ ? -1 : 0;
 }
 
 int result_file::write(std::string_view bytes) {

@@ -45,16 +45,14 @@ class result_file : public byte_sink {
   // file there is, or -1 with a message.
   int reach_disk(file_extent& reached);
 
-  // Where bytes go as they are, for a process that writes the first part.
-  int descriptor() const { return descriptor_; }
-  bool is_compressed() const { return compressed_.has_value(); }
-  // The first part was written by another process.
-  void go_on_behind_part() {
+  // In a process that writes a part of the file: what would go to the system
+  // goes to `sink`, the caller's, which hands it to write_now() when it may.
+  void divert(byte_sink& sink) { diverted_ = &sink; }
+  int write_now(std::string_view bytes);
+  // Other processes have written parts of the file, as whole members.
+  void go_on_behind_parts() {
     if (compressed_) compressed_->go_on();
   }
-  // Copies another part, a whole file, as it is. Returns 0, or -1 with a
-  // message.
-  int append_part(int part);
 
   int write(std::string_view bytes) override;
   int flush() override;
@@ -69,7 +67,10 @@ class result_file : public byte_sink {
   class descriptor_sink : public byte_sink {
    public:
     explicit descriptor_sink(result_file& file) : file_(file) {}
-    int write(std::string_view bytes) override;
+    int write(std::string_view bytes) override {
+      return file_.diverted_ != nullptr ? file_.diverted_->write(bytes)
+                                        : file_.write_now(bytes);
+    }
 
    private:
     result_file& file_;
@@ -82,6 +83,8 @@ class result_file : public byte_sink {
 
   run_messages& messages_;
   descriptor_sink system_{*this};
+  // Null: the system.
+  byte_sink* diverted_ = nullptr;
   std::optional<gzip_writer> compressed_;
   std::string name_;
   // Empty: the file is written under its own name.

@@ -1,6 +1,7 @@
 #include "util/chronex_trail/run/job_pool.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,8 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <utility>
+#include <cstdio>
 
 #include "common/key_memory.h"
 #include "util/chronex/messages/run_failed.h"
@@ -18,10 +18,6 @@
 namespace {
 
 constexpr int FAILED_STATUS = static_cast<int>(job_end::failed);
-
-void close_part(int descriptor) {
-  if (descriptor >= 0) close(descriptor);
-}
 
 // Copies what was told to standard error, whose state nobody could be told.
 void copy_messages(int from, int to) {
@@ -35,27 +31,33 @@ void copy_messages(int from, int to) {
   }
 }
 
+// As a process of one job would be ended, by a pipe that nobody reads any more.
+void end_as(int signal_number) {
+  if (signal_number != SIGPIPE) return;
+  std::signal(signal_number, SIG_DFL);
+  std::raise(signal_number);
+}
+
 }  // namespace
 
-job_pool::job_pool(std::size_t jobs, int output, std::string directory,
-                   std::function<int(int part)> append, run_messages& messages)
-    : jobs_(jobs),
-      output_(output),
-      directory_(std::move(directory)),
-      append_(std::move(append)),
-      messages_(messages) {}
+job_pool::~job_pool() {
+  drop_rest();
+  for (const job_place& each : places_) {
+    if (each.messages >= 0) close(each.messages);
+  }
+  if (standard_error_ >= 0) close(standard_error_);
+}
 
 // Jobs whose parts nobody wants any more are ended.
-job_pool::~job_pool() {
+void job_pool::drop_rest() {
   for (const job& each : pending_) {
     if (each.is_running) {
       kill(each.process, SIGKILL);
       waitpid(each.process, nullptr, 0);
     }
-    close_part(each.output);
-    close_part(each.messages);
+    relay_.dismiss(each.place);
   }
-  close_part(standard_error_);
+  pending_.clear();
 }
 
 void job_pool::fail(const char* what) {
@@ -67,90 +69,114 @@ void job_pool::fail(const char* what) {
   throw run_failed();
 }
 
-// Makes a file that has no name and goes away with its last descriptor.
-int job_pool::open_part() {
-  constexpr mode_t OWNER_ONLY = 0600;
-  int part =
-      open(directory_.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, OWNER_ONLY);
-  if (part >= 0) return part;
-  std::string name = directory_ + "/chronex-part.XXXXXX";
-  part = mkostemp(name.data(), O_CLOEXEC);
-  if (part < 0) fail(directory_.c_str());
-  unlink(name.c_str());
-  return part;
-}
-
-void job_pool::keep_silent() {
+void job_pool::open(std::size_t input, std::size_t output) {
+  if (!relay_.make(input, places_.size(), [this] { await_one(WNOHANG); }) ||
+      !turns_.make(places_.size(), output)) {
+    fail("mmap");
+  }
   standard_error_ = fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);
-  const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  const int nothing = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (standard_error_ < 0 || nothing < 0) fail("/dev/null");
   dup2(nothing, STDERR_FILENO);
   close(nothing);
 }
 
+// A place whose job has ended, but not had its turn, is taken still.
+std::size_t job_pool::take_place() {
+  for (;;) {
+    if (end_ != job_end::border) throw run_failed();
+    const auto free = std::ranges::find(places_, false, &job_place::is_taken);
+    if (free == places_.end()) {
+      await_one(0);
+      continue;
+    }
+    if (free->messages < 0) {
+      free->messages = memfd_create("messages", MFD_CLOEXEC);
+      if (free->messages < 0) fail("memfd_create");
+    }
+    return static_cast<std::size_t>(free - places_.begin());
+  }
+}
+
 // In the new process.
-int job_pool::take_over(const job& mine) const {
+void job_pool::begin_job(const job_identity& mine, pid_t parent) {
+  is_job_ = true;
+  // The others are not this one's.
+  pending_.clear();
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(FAILED_STATUS);
   key_memory_lock_again();
-  dup2(mine.messages >= 0 ? mine.messages : standard_error_, STDERR_FILENO);
-  return mine.output >= 0 ? mine.output : output_;
+  dup2(places_[mine.place].messages, STDERR_FILENO);
+  relay_.become_reader(mine.place);
 }
 
-int job_pool::start() {
-  while (running_ >= jobs_) await_one();
-  job next;
-  if (!std::exchange(is_first_, false)) {
-    next.output = open_part();
-    next.messages = open_part();
+std::optional<job_identity> job_pool::start() {
+  const job_identity next{.number = started_, .place = take_place()};
+  const int messages = places_[next.place].messages;
+  if (ftruncate(messages, 0) != 0 || lseek(messages, 0, SEEK_SET) != 0) {
+    fail("memfd_create");
   }
-  next.process = fork();
-  if (next.process < 0) fail("fork");
-  if (next.process == 0) {
-    // The others are not this one's.
-    pending_.clear();
-    return take_over(next);
+  relay_.admit(next.place);
+  const pid_t parent = getpid();
+  const pid_t process = fork();
+  if (process < 0) fail("fork");
+  if (process == 0) {
+    begin_job(next, parent);
+    return next;
   }
-  pending_.push_back(next);
-  ++running_;
-  return -1;
+  places_[next.place].is_taken = true;
+  pending_.push_back({.process = process, .place = next.place});
+  ++started_;
+  return std::nullopt;
 }
 
-void job_pool::await_one() {
+void job_pool::tell_messages(std::size_t place) const {
+  copy_messages(places_[place].messages, standard_error_);
+  dup2(standard_error_, STDERR_FILENO);
+}
+
+void job_pool::await_one(int options) {
   int status = 0;
-  const pid_t process = waitpid(-1, &status, 0);
-  if (process < 0) {
-    if (errno == EINTR) return;
-    fail("waitpid");
-  }
+  const pid_t process = waitpid(-1, &status, options);
+  if (process == 0 || (process < 0 && errno == EINTR)) return;
+  if (process < 0) fail("waitpid");
   const auto ended = std::ranges::find(pending_, process, &job::process);
   if (ended == pending_.end()) return;
   ended->is_running = false;
-  ended->status = WIFEXITED(status) ? WEXITSTATUS(status) : FAILED_STATUS;
-  if (WIFSIGNALED(status) && ended->messages >= 0) {
-    dprintf(ended->messages, "A job was ended by signal %d\n",
-            WTERMSIG(status));
-  }
-  --running_;
+  ended->status = status;
+  relay_.dismiss(ended->place);
   hand_on();
 }
 
-// Adds all parts to the output whose turn has come.
+// Passes over all whose parts are there. A job that was ended from outside is
+// noticed when its turn has come.
 void job_pool::hand_on() {
   while (!pending_.empty() && !pending_.front().is_running) {
     const job done = pending_.front();
     pending_.pop_front();
-    if (end_ == job_end::border) {
-      end_ = static_cast<job_end>(done.status);
-      if (done.messages >= 0) copy_messages(done.messages, standard_error_);
-      if (done.output >= 0 && append_(done.output) != 0) end_ = job_end::failed;
-    }
-    close_part(done.output);
-    close_part(done.messages);
+    places_[done.place].is_taken = false;
+    const bool went_on =
+        WIFEXITED(done.status) &&
+        WEXITSTATUS(done.status) == static_cast<int>(job_end::border);
+    if (!went_on) end_with(done);
   }
+}
+
+void job_pool::end_with(const job& last) {
+  const bool is_whole = WIFEXITED(last.status) && WEXITSTATUS(last.status) == 0;
+  end_ = is_whole ? job_end::whole : job_end::failed;
+  turns_.stop();
+  drop_rest();
+  if (!WIFSIGNALED(last.status)) return;
+  end_as(WTERMSIG(last.status));
+  copy_messages(places_[last.place].messages, standard_error_);
+  dprintf(standard_error_, "A job was ended by signal %d\n",
+          WTERMSIG(last.status));
 }
 
 int job_pool::finish() {
   dup2(standard_error_, STDERR_FILENO);
-  while (running_ > 0) await_one();
+  relay_.close();
+  while (!pending_.empty()) await_one(0);
   return end_ == job_end::whole ? 0 : FAILED_STATUS;
 }
