@@ -13,7 +13,7 @@ _chronex_trail() {
     --output --progress --resync --time-zone'
   local -A own_options=(
     [json]='--follow --from --split --state'
-    [sql]='--append --cluster --engine --follow --force --segment --state'
+    [sql]='--append --cluster --engine --follow --force --from --segment --state'
     [query]='--json --list-tables --schema'
     [list]=--json
     [stats]='--csv --json --top'

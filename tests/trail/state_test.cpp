@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <span>
 #include <sstream>
 #include <string>
@@ -11,30 +10,12 @@
 
 #include "common/md5.h"
 #include "tests/support/log_builder.h"
-#include "tests/support/random_logs.h"
 #include "tests/support/run_program.h"
 #include "tests/trail/sql_fixture.h"
+#include "tests/trail/state_fixture.h"
 #include "util/chronex/state/state_file.h"
 
 namespace {
-
-using arguments = std::vector<std::string>;
-
-std::uint64_t number_from(const char* variable, std::uint64_t otherwise) {
-  const char* const number = std::getenv(variable);
-  return number != nullptr ? std::strtoull(number, nullptr, 10) : otherwise;
-}
-
-// Which random cases are tried: scripts/check-states asks for many.
-std::uint64_t first_case() { return number_from("CHRONEX_FIRST_CASE", 1); }
-std::uint64_t end_of_cases() {
-  return first_case() + number_from("CHRONEX_RANDOM_CASES", 25);
-}
-
-arguments with(arguments words, const arguments& more) {
-  words.insert(words.end(), more.begin(), more.end());
-  return words;
-}
 
 // The logs as a writer leaves them at a moment: a number of whole ones, and the
 // first bytes of another.
@@ -74,28 +55,6 @@ arguments write_logs(const test_directory& directory,
     if (i >= before.whole) names.push_back(logs[i].name);
   }
   return names;
-}
-
-arguments names_of(const std::vector<random_log>& logs) {
-  arguments names;
-  for (const random_log& log : logs) names.push_back(log.name);
-  return names;
-}
-
-arguments random_filter(random_source& random) {
-  const arguments filters[] = {
-      {}, {}, {"-e", "user={BOB}"}, {"-e", "QTY > 20"}, {"-e", "DBUPDATE"}};
-  return random.one_of(filters);
-}
-
-// The first line that differs, of either text.
-std::string first_difference(const std::string& one, const std::string& other) {
-  std::size_t at = 0;
-  while (at < one.size() && at < other.size() && one[at] == other[at]) ++at;
-  if (at == one.size() && at == other.size()) return {};
-  const std::size_t line = at == 0 ? 0 : one.rfind('\n', at - 1) + 1;
-  return one.substr(line, one.find('\n', at) - line) + "\n" +
-         other.substr(line, other.find('\n', at) - line) + "\n";
 }
 
 class StateCut : public testing::Test {

@@ -3,14 +3,18 @@
 #include <charconv>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 
 #include "util/chronex/run/usage.h"
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/fill_tables.h"
+#include "util/chronex_trail/commands/piece_start.h"
 #include "util/chronex_trail/commands/sql_script.h"
 #include "util/chronex_trail/commands/sql_with_state.h"
+#include "util/chronex_trail/json/event_counter.h"
 #include "util/chronex_trail/json/json_text.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/script/script_engine.h"
@@ -39,6 +43,8 @@ audit file, compressed or not; - is standard input.
       --engine NAME       sqlite, or a script: postgresql or clickhouse
       --cluster NAME      tables of a ClickHouse cluster, spread over its shards
       --segment NUMBER    the script is one of several of a trail
+      --from STATE        the piece of a trail that begins with a state of
+                          `states`, with the numbers and ids of one run over all
       --state FILE        with --append: go on where the run before stopped,
                           which left its state in FILE, and leave it there again
       --follow            with --append --state: read on as logs are written,
@@ -67,6 +73,7 @@ struct sql_options {
   std::string segment;
   std::string state;
   bool follow = false;
+  std::string from;
 
   existing_database existing() const {
     if (append) return existing_database::continued;
@@ -109,6 +116,13 @@ const char* problem_of(const sql_options& options) {
   if (options.follow && options.state.empty()) {
     return "--follow needs --append and --state";
   }
+  if (!options.from.empty() &&
+      (!options.state.empty() || !options.segment.empty() ||
+       options.shared.passes_over_damage)) {
+    return "--from goes neither with --state nor --segment nor --resync: a "
+           "piece"
+           " has the numbers of one run over all";
+  }
   if (!options.cluster.empty() && !options.is_for_clickhouse()) {
     return "--cluster goes with --engine clickhouse";
   }
@@ -128,6 +142,7 @@ int parse(std::span<char*> arguments, run_messages& messages,
       {"segment", &options.segment},
       {"state", &options.state},
       {"follow", nullptr, &options.follow},
+      {"from", &options.from},
   };
   const int status =
       parse_shared_options(arguments, messages, options.shared, own);
@@ -154,17 +169,34 @@ std::string words_of(std::span<char* const> arguments) {
   return words + ']';
 }
 
+// The state that a piece begins with; without --from there is none.
+struct piece_state {
+  piece_state(trail_run& run, const shared_options& options)
+      : state(run, options) {}
+
+  // Returns 0, or -1 with a message.
+  int start(trail_run& run, const sql_options& options);
+
+  trail_state state;
+  earlier_rows earlier;
+};
+
+int piece_state::start(trail_run& run, const sql_options& options) {
+  if (start_piece(run, options.shared, options.from, state) != 0) return -1;
+  event_counter events;
+  state_reader& output = state.output();
+  if (!events.restore(output)) return state.damaged();
+  if (restore_rows(output, earlier) && output.is_at_end()) return 0;
+  return state.damaged();
+}
+
 // Returns the exit status.
-int fill(trail_run& run, database_file& file, const run_facts& facts) {
+int fill(trail_run& run, database_file& file, const run_facts& facts,
+         const earlier_rows* earlier) {
   sqlite_engine engine(file.database(), file.is_continued());
   sql_output output(run.messages, engine, &run.item_names);
   try {
-    output.begin(facts);
-    run.events.add_output(output);
-    const int status = process_inputs(run);
-    if (!output.failure().empty()) return EXIT_ERROR;
-    output.end(status);
-    return status;
+    return fill_tables(run, output, facts, earlier);
   } catch (const sql_error& error) {
     run.messages.print("The database could not be filled: %s\n", error.what());
     return EXIT_ERROR;
@@ -172,26 +204,40 @@ int fill(trail_run& run, database_file& file, const run_facts& facts) {
 }
 
 int write_database(trail_run& run, const sql_options& options,
-                   const run_facts& facts) {
+                   const run_facts& facts, const earlier_rows* earlier) {
   database_file file(run.messages);
   if (file.open(options.shared.output, options.existing(),
                 options.shared.use_master_keys) != 0) {
     return EXIT_ERROR;
   }
-  const int status = fill(run, file, facts);
+  const int status = fill(run, file, facts, earlier);
   return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
 int write_script(trail_run& run, const sql_options& options,
-                 const run_facts& facts) {
+                 const run_facts& facts, const earlier_rows* earlier) {
   return write_script(
       run, options.shared,
       {.engine = options.is_for_clickhouse() ? script_engine_name::clickhouse
                                              : script_engine_name::postgresql,
        .cluster = options.cluster,
        .segment = options.segment_number(),
-       .force = options.force},
+       .force = options.force,
+       .earlier = earlier},
       facts);
+}
+
+// Returns the exit status.
+int write_tables(trail_run& run, const sql_options& options,
+                 const run_facts& facts) {
+  std::optional<piece_state> piece;
+  if (!options.from.empty()) piece.emplace(run, options.shared);
+  const int prepared =
+      piece ? piece->start(run, options) : prepare_run(run, options.shared);
+  if (prepared != 0) return EXIT_ERROR;
+  const earlier_rows* const earlier = piece ? &piece->earlier : nullptr;
+  return options.is_script() ? write_script(run, options, facts, earlier)
+                             : write_database(run, options, facts, earlier);
 }
 
 int run_sql(std::span<char*> arguments) {
@@ -210,9 +256,7 @@ int run_sql(std::span<char*> arguments) {
     return sql_with_state(*run, options.shared, options.state, facts,
                           options.follow);
   }
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  return options.is_script() ? write_script(*run, options, facts)
-                             : write_database(*run, options, facts);
+  return write_tables(*run, options, facts);
 }
 
 }  // namespace

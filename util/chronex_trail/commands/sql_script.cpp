@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "util/chronex_trail/commands/fill_tables.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/script/clickhouse_syntax.h"
 #include "util/chronex_trail/script/postgresql_syntax.h"
@@ -14,7 +15,7 @@ namespace {
 constexpr int EXIT_ERROR = 1;
 
 std::unique_ptr<script_syntax> syntax_of(const script_options& options) {
-  const bool shared = options.segment > 0;
+  const bool shared = options.segment > 0 || options.earlier != nullptr;
   if (options.engine == script_engine_name::postgresql) {
     return std::make_unique<postgresql_syntax>(shared);
   }
@@ -28,12 +29,7 @@ int fill(trail_run& run, byte_sink& sink, const script_options& options,
   script_engine engine(sink, *syntax, options.segment);
   sql_output output(run.messages, engine, &run.item_names);
   try {
-    output.begin(facts);
-    run.events.add_output(output);
-    const int status = process_inputs(run);
-    if (!output.failure().empty()) return EXIT_ERROR;
-    output.end(status);
-    return status;
+    return fill_tables(run, output, facts, options.earlier);
   } catch (const write_error&) {
     return EXIT_ERROR;
   }

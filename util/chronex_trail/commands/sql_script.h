@@ -18,6 +18,9 @@ struct script_options {
   std::int64_t segment = 0;
   // A script that is there is replaced.
   bool force = false;
+  // Of a piece of the trail, what is in the pieces in front of it; null: the
+  // script does not depend on others.
+  const earlier_rows* earlier = nullptr;
 };
 
 // Writes the trail of a run as a script. Returns the exit status.

@@ -15,9 +15,9 @@
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex_trail/commands/commands.h"
 #include "util/chronex_trail/files/result_file.h"
-#include "util/chronex_trail/json/event_counter.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/run/trail_state.h"
+#include "util/chronex_trail/sql/row_counter.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
@@ -30,8 +30,9 @@ constexpr const char* HELP =
 
 Divides logs into pieces of whole files and writes into a new directory, for
 each piece, 0001.state, what a run knows where the piece begins, and 0001.files,
-its logs, one a line. The pieces can then be made anywhere, with the same
-options, and joined: chronex-trail json --from 0001.state $(cat 0001.files)
+its logs, one a line. The pieces can then be made anywhere by json or sql, with
+the same options: chronex-trail json --from 0001.state $(cat 0001.files)
+Joined, they are what one run makes.
 
       --pieces N          so many pieces, about the same in size, instead of one
                           for each file
@@ -127,7 +128,8 @@ class states_run {
       : run_(run),
         options_(options),
         state_(state),
-        begins_(begins_of_pieces(run, options.pieces)) {}
+        begins_(begins_of_pieces(run, options.pieces)),
+        counter_(run.events.sessions, &run.item_names) {}
 
   // Returns the exit status.
   int make();
@@ -141,7 +143,7 @@ class states_run {
   const states_options& options_;
   trail_state& state_;
   std::vector<std::size_t> begins_;
-  event_counter counter_;
+  row_counter counter_;
 };
 
 int states_run::write_names(const std::string& name, std::size_t begin,
@@ -165,6 +167,7 @@ int states_run::write_piece(std::size_t piece, std::size_t begin,
   const std::string name = options_.shared.output + '/' + number;
   state_writer output;
   counter_.save(output);
+  save_rows(counter_.rows(), output);
   state_.set_piece({.number = static_cast<std::uint32_t>(piece + 1),
                     .count = static_cast<std::uint32_t>(begins_.size())});
   if (write_names(name + ".files", begin, end) != 0) return -1;

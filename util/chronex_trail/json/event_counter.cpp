@@ -65,3 +65,11 @@ void event_counter::save(state_writer& state) const {
   state.u64(gaps_);
   state.u64(warnings_);
 }
+
+bool event_counter::restore(state_reader& state) {
+  number_ = state.u64();
+  changes_ = state.u64();
+  gaps_ = state.u64();
+  warnings_ = state.u64();
+  return !state.has_failed();
+}

@@ -24,6 +24,8 @@ class event_counter : public trail_output {
 
   // As json_output::save.
   void save(state_writer& state) const;
+  // Reads that. False when it cannot be read.
+  [[nodiscard]] bool restore(state_reader& state);
 
  private:
   std::uint64_t number_ = 0;

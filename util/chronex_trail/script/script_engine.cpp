@@ -1,5 +1,7 @@
 #include "util/chronex_trail/script/script_engine.h"
 
+#include <utility>
+
 #include "util/chronex_trail/sql/trail_tables.h"
 
 start_numbers script_engine::begin(const std::vector<table_form>& tables) {
@@ -11,12 +13,12 @@ start_numbers script_engine::begin(const std::vector<table_form>& tables) {
   return {.n = start, .input = start, .session = start, .data_set = start};
 }
 
-known_data_sets script_engine::known() {
-  known_data_sets known{.data_sets = {}, .table_names = syntax_.own_tables()};
-  for (const table_form& table : trail_tables()) {
-    known.table_names.push_back(table.name);
+std::vector<std::string> script_engine::own_names() const {
+  std::vector<std::string> names = names_of_trail_tables();
+  for (std::string& name : syntax_.own_tables()) {
+    names.push_back(std::move(name));
   }
-  return known;
+  return names;
 }
 
 void script_engine::create(const table_form& table) {

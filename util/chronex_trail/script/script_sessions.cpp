@@ -13,6 +13,7 @@ row_writer& script_sessions::begin(std::int64_t session,
   if (known != current_.end()) release(known->second);
   current_[session_id] = session;
   session_ = session;
+  session_id_ = session_id;
   cells_.begin(session);
   cells_.bind(2, session_id);
   return cells_;
@@ -20,6 +21,7 @@ row_writer& script_sessions::begin(std::int64_t session,
 
 void script_sessions::end() {
   waiting_row& row = waiting_[session_];
+  row.session_id = session_id_;
   cells_.append_row(row.text, COLUMNS_BEFORE_WORK);
   kept_ += sizeof row + row.text.capacity();
 }
@@ -27,21 +29,28 @@ void script_sessions::end() {
 void script_sessions::worked(std::int64_t session, std::int64_t n) {
   const auto found = waiting_.find(session);
   if (found == waiting_.end()) return;
-  if (found->second.first_n == 0) found->second.first_n = n;
-  found->second.last_n = n;
+  session_work& work = found->second.work;
+  if (work.first_n == 0) work.first_n = n;
+  work.last_n = n;
 }
 
 void script_sessions::signed_off(std::int64_t session, std::int64_t n) {
   const auto found = waiting_.find(session);
   if (found == waiting_.end()) return;
-  found->second.signed_off_n = n;
+  found->second.work.signed_off_n = n;
   signed_off_.push_back(session);
+}
+
+void script_sessions::resume(std::int64_t session, const session_work& work) {
+  waiting_[session].work = work;
+  if (work.signed_off_n != 0) signed_off_.push_back(session);
 }
 
 void script_sessions::write(const waiting_row& row) {
   const row_marks& marks = syntax_.marks();
   std::string text = row.text;
-  for (const std::int64_t n : {row.first_n, row.last_n, row.signed_off_n}) {
+  for (const std::int64_t n :
+       {row.work.first_n, row.work.last_n, row.work.signed_off_n}) {
     text += marks.between_values;
     text += n == 0 ? std::string(marks.null) : std::to_string(n);
   }
@@ -53,14 +62,25 @@ void script_sessions::release(std::int64_t session) {
   const auto found = waiting_.find(session);
   if (found == waiting_.end()) return;
   write(found->second);
+  forget(session);
+}
+
+void script_sessions::forget(std::int64_t session) {
+  const auto found = waiting_.find(session);
+  if (found == waiting_.end()) return;
   kept_ -= sizeof found->second + found->second.text.capacity();
   waiting_.erase(found);
 }
 
-void script_sessions::input_begins() {
+void script_sessions::input_begins(const work_test& works) {
   if (kept_ < KEPT_BYTES) return;
-  for (const std::int64_t session : signed_off_) release(session);
-  signed_off_.clear();
+  std::erase_if(signed_off_, [&](std::int64_t session) {
+    const auto found = waiting_.find(session);
+    if (found == waiting_.end()) return true;
+    if (works(found->second.session_id, session)) return false;
+    release(session);
+    return true;
+  });
 }
 
 void script_sessions::finish() {

@@ -12,7 +12,7 @@
 
 // The rows of sessions. A script can only add rows, so a row waits for what its
 // session does: until another signs on under its number, or all is over, or,
-// when much waits, the input ends in which it signed off.
+// when much waits, it has signed off and cannot come back.
 class script_sessions : public session_rows {
  public:
   // All stay the caller's.
@@ -23,17 +23,17 @@ class script_sessions : public session_rows {
   void end() override;
   void worked(std::int64_t session, std::int64_t n) override;
   void signed_off(std::int64_t session, std::int64_t n) override;
-  void input_begins() override;
+  void input_begins(const work_test& works) override;
+  void resume(std::int64_t session, const session_work& work) override;
+  void hand_over(std::int64_t session) override { forget(session); }
   void finish() override;
 
  private:
   struct waiting_row {
     // The columns up to `attributes`.
     std::string text;
-    // 0 = none.
-    std::int64_t first_n = 0;
-    std::int64_t last_n = 0;
-    std::int64_t signed_off_n = 0;
+    std::int32_t session_id = 0;
+    session_work work;
   };
   using waiting_rows = std::map<std::int64_t, waiting_row>;
 
@@ -42,12 +42,14 @@ class script_sessions : public session_rows {
 
   void write(const waiting_row& row);
   void release(std::int64_t session);
+  void forget(std::int64_t session);
 
   const script_syntax& syntax_;
   script_blocks& blocks_;
   const std::string block_begin_;
   row_cells cells_;
   std::int64_t session_ = 0;
+  std::int32_t session_id_ = 0;
   waiting_rows waiting_;
   std::size_t kept_ = 0;
   // The sessions that have a number of the log.

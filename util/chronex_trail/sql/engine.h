@@ -7,11 +7,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "util/chronex_trail/sql/earlier_rows.h"
 #include "util/chronex_trail/sql/known_data_sets.h"
 #include "util/chronex_trail/sql/row_writer.h"
 #include "util/chronex_trail/sql/sql_error.h"
@@ -56,8 +58,19 @@ class session_rows {
   // A session has made the change `n`, or has signed off as event `n`.
   virtual void worked(std::int64_t session, std::int64_t n) = 0;
   virtual void signed_off(std::int64_t session, std::int64_t n) = 0;
-  // Another input begins: who has signed off does not come back.
-  virtual void input_begins() {}
+  // Another input begins. Who has signed off may come back, unless `works`,
+  // which is given the number of the log and that of the session, says no.
+  using work_test = std::function<bool(std::int32_t, std::int64_t)>;
+  virtual void input_begins(const work_test& /*works*/) {}
+
+  // For pieces of a trail. Whether the row of a session that signed on in an
+  // earlier piece is there; if not it is begun and ended as others are. Then
+  // come its works in earlier pieces.
+  virtual bool has(std::int64_t /*session*/) { return false; }
+  virtual void resume(std::int64_t session, const session_work& work) = 0;
+  // A session may go on in a later piece, which has its works up to here.
+  virtual void hand_over(std::int64_t /*session*/) {}
+
   // No more comes.
   virtual void finish() = 0;
 };
@@ -80,6 +93,13 @@ class sql_engine {
   virtual start_numbers begin(const std::vector<table_form>& tables) = 0;
   // What an earlier run left of data sets, and of names of tables.
   virtual known_data_sets known() = 0;
+  // Names that no data set's table can have.
+  virtual std::vector<std::string> own_names() const = 0;
+  // The rows of a piece are nothing without those of the others, so that each
+  // row is in one piece only. Else a piece has all that is needed to ask it.
+  virtual bool joins_pieces() const { return false; }
+  // A data set got its id.
+  virtual void noted(const known_data_set& /*set*/) {}
 
   virtual void create(const table_form& table) = 0;
   // Rows for a table that was made. `row_size` is about what the texts of a row

@@ -80,11 +80,17 @@ set_name name_of(const node_entry& node, bool from_audit_file) {
 
 void set_tables::remember(const known_data_set& known) {
   const std::string key = known.name.key() + known.form;
-  forms_[key] = {known.table_name, known.version};
-  data_sets_[key + std::to_string(known.node)] = known.id;
+  forms_[key] = {known.table_name, known.version, true};
+  data_sets_[key + std::to_string(known.node)] = {known.id, true};
   std::int64_t& version = versions_[known.name.key()];
   version = std::max(version, known.version);
   last_data_set_ = std::max(last_data_set_, known.id);
+}
+
+void set_tables::open_rows() {
+  const std::vector<table_form>& tables = trail_tables();
+  data_set_rows_ = engine_.open(tables[DATA_SET_TABLE], 0);
+  item_rows_ = engine_.open(tables[ITEM_TABLE], 0);
 }
 
 void set_tables::begin(std::int64_t last_data_set) {
@@ -92,26 +98,59 @@ void set_tables::begin(std::int64_t last_data_set) {
   const known_data_sets known = engine_.known();
   for (const std::string& name : known.table_names) table_names_.take(name);
   for (const known_data_set& set : known.data_sets) remember(set);
-  const std::vector<table_form>& tables = trail_tables();
-  data_set_rows_ = engine_.open(tables[DATA_SET_TABLE], 0);
-  item_rows_ = engine_.open(tables[ITEM_TABLE], 0);
+  open_rows();
+}
+
+void set_tables::name_earlier(const known_data_set& set) {
+  named_form(set.name, set.form);
+  data_sets_[set.name.key() + set.form + std::to_string(set.node)] = {
+      set.id, engine_.joins_pieces()};
+  last_data_set_ = std::max(last_data_set_, set.id);
+}
+
+// One that an earlier piece has left where this one is added.
+void set_tables::find_earlier(const known_data_set& set) {
+  const std::string key = set.name.key() + set.form;
+  const auto known = data_sets_.find(key + std::to_string(set.node));
+  if (known == data_sets_.end() || known->second.id != set.id ||
+      forms_[key].table_name != set.table_name) {
+    throw sql_error("what is there is no piece in front of this one");
+  }
+  known->second.is_there = true;
+  forms_[key].is_there = true;
+}
+
+void set_tables::begin_piece(const std::vector<known_data_set>& earlier) {
+  for (const std::string& name : engine_.own_names()) table_names_.take(name);
+  for (const known_data_set& set : earlier) name_earlier(set);
+  const known_data_sets there = engine_.known();
+  for (const known_data_set& set : there.data_sets) find_earlier(set);
+  open_rows();
+}
+
+// The table, which has a name but need not have been made.
+set_tables::known_form& set_tables::named_form(const set_name& name,
+                                               const std::string& form) {
+  known_form& known = forms_[name.key() + form];
+  if (known.version > 0) return known;
+  known.version = ++versions_[name.key()];
+  std::string wanted = name.full();
+  if (begins_with(wanted, engine_.limits().own_prefix)) wanted.insert(0, "_");
+  if (known.version > 1) wanted += '@' + std::to_string(known.version);
+  known.table_name =
+      table_names_.make_free(wanted, engine_.limits().table_twin);
+  return known;
 }
 
 const set_tables::known_form& set_tables::form_of(const set_name& name,
                                                   const std::string& form,
                                                   const column_plan& plan) {
-  const auto known = forms_.find(name.key() + form);
-  if (known != forms_.end()) return known->second;
-  const std::int64_t version = versions_[name.key()] + 1;
-  std::string wanted = name.full();
-  if (begins_with(wanted, engine_.limits().own_prefix)) wanted.insert(0, "_");
-  if (version > 1) wanted += '@' + std::to_string(version);
-  const std::string table_name =
-      table_names_.make_free(wanted, engine_.limits().table_twin);
-  engine_.create(form_of_table(table_name, plan));
-  new_tables_.push_back(form_of_table(table_name, {}));
-  versions_[name.key()] = version;
-  return forms_[name.key() + form] = {table_name, version};
+  known_form& known = named_form(name, form);
+  if (known.is_there) return known;
+  engine_.create(form_of_table(known.table_name, plan));
+  new_tables_.push_back(form_of_table(known.table_name, {}));
+  known.is_there = true;
+  return known;
 }
 
 void set_tables::bind_columns(const column_pair& pair) {
@@ -138,28 +177,38 @@ void set_tables::insert_items(std::int64_t data_set, const node_entry& node,
   }
 }
 
+void set_tables::insert_data_set(const known_data_set& set,
+                                 const node_entry& node, const set_piece& piece,
+                                 const column_plan& plan) {
+  row_writer& row = *data_set_rows_;
+  row.begin(set.id);
+  if (set.name.has_database) row.bind_text(2, set.name.database);
+  row.bind_text(3, set.name.name);
+  row.bind(4, set.node);
+  row.bind(5, set.version);
+  row.bind_text(6, set.table_name);
+  row.bind(7, node.set->rec_sz);
+  row.end();
+  insert_items(set.id, node, piece, plan);
+}
+
 std::int64_t set_tables::data_set_of(const node_entry& node,
                                      const set_name& name,
                                      const std::string& form,
                                      const set_piece& set,
                                      const column_plan& plan) {
-  const auto known =
-      data_sets_.find(name.key() + form + std::to_string(node.node_id));
-  if (known != data_sets_.end()) return known->second;
-  const known_form table = form_of(name, form, plan);
-  const std::int64_t id = last_data_set_ + 1;
-  row_writer& row = *data_set_rows_;
-  row.begin(id);
-  if (name.has_database) row.bind_text(2, name.database);
-  row.bind_text(3, name.name);
-  row.bind(4, node.node_id);
-  row.bind(5, table.version);
-  row.bind_text(6, table.table_name);
-  row.bind(7, node.set->rec_sz);
-  row.end();
-  insert_items(id, node, set, plan);
-  remember({id, name, form, node.node_id, table.version, table.table_name});
-  return id;
+  known_id& known =
+      data_sets_[name.key() + form + std::to_string(node.node_id)];
+  if (known.is_there) return known.id;
+  const bool is_new = known.id == 0;
+  if (is_new) known.id = ++last_data_set_;
+  const known_form& table = form_of(name, form, plan);
+  const known_data_set row{known.id,     name,          form,
+                           node.node_id, table.version, table.table_name};
+  insert_data_set(row, node, set, plan);
+  known.is_there = true;
+  if (is_new) engine_.noted(row);
+  return known.id;
 }
 
 std::unique_ptr<set_table> set_tables::make(const node_entry& node,

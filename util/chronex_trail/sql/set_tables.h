@@ -49,6 +49,10 @@ class set_tables {
   // Learns what is there already, and the highest data_set.id. The tables that
   // every trail has must be.
   void begin(std::int64_t last_data_set);
+  // The same for a piece of a trail: the data sets of the pieces in front of it
+  // have the ids and tables that they have there. Throws sql_error when what is
+  // there is another trail's.
+  void begin_piece(const std::vector<known_data_set>& earlier);
 
   // The table of a data set in an event at that place, made if it is not there;
   // valid until the next call.
@@ -64,8 +68,18 @@ class set_tables {
   struct known_form {
     std::string table_name;
     std::int64_t version = 0;
+    // The table was made.
+    bool is_there = false;
+  };
+  struct known_id {
+    std::int64_t id = 0;
+    // Its rows in `data_set` and `item` were added.
+    bool is_there = false;
   };
 
+  void open_rows();
+  void name_earlier(const known_data_set& set);
+  void find_earlier(const known_data_set& set);
   void make_indexes();
   void flush();
   void remember(const known_data_set& known);
@@ -74,6 +88,9 @@ class set_tables {
   std::int64_t data_set_of(const node_entry& node, const set_name& name,
                            const std::string& form, const set_piece& set,
                            const column_plan& plan);
+  void insert_data_set(const known_data_set& set, const node_entry& node,
+                       const set_piece& piece, const column_plan& plan);
+  known_form& named_form(const set_name& name, const std::string& form);
   const known_form& form_of(const set_name& name, const std::string& form,
                             const column_plan& plan);
   void bind_columns(const column_pair& pair);
@@ -88,7 +105,7 @@ class set_tables {
   // Under name and form; under these and the node; and under the name how many
   // forms there are.
   std::unordered_map<std::string, known_form> forms_;
-  std::unordered_map<std::string, std::int64_t> data_sets_;
+  std::unordered_map<std::string, known_id> data_sets_;
   std::unordered_map<std::string, std::int64_t> versions_;
   std::int64_t last_data_set_ = 0;
   // Without their columns of items.

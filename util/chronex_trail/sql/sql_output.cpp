@@ -50,6 +50,48 @@ void sql_output::begin(run_facts facts) {
   open_tables();
 }
 
+// Rows of this piece that were added before are not added again.
+bool sql_output::begin_piece(run_facts facts, const earlier_rows& earlier) {
+  facts_ = std::move(facts);
+  started_ = now();
+  const start_numbers start = engine_.begin(trail_tables());
+  if (start.n > earlier.n || start.input > earlier.input) {
+    throw sql_error("this piece, or one behind it, is there already");
+  }
+  n_ = earlier.n;
+  input_ = earlier.input;
+  tables_.begin_piece(earlier.data_sets);
+  open_tables();
+  return std::ranges::all_of(earlier.sessions,
+                             [this](const earlier_session& session) {
+                               return resume_session(session);
+                             });
+}
+
+bool sql_output::resume_session(const earlier_session& session) {
+  session_entry* const entry =
+      session_table_->session_get_entry(session.session_id);
+  if (entry == nullptr || entry->sign_on_id != session.sign_on_id) return false;
+  session_rows& rows = engine_.sessions();
+  entry->charset = session.charset;
+  if (!rows.has(session_of(*entry))) insert_session(*entry);
+  rows.resume(session_of(*entry), session.work);
+  return true;
+}
+
+void sql_output::hand_over() {
+  session_table_->for_each([this](const session_entry& entry) {
+    engine_.sessions().hand_over(session_of(entry));
+  });
+}
+
+bool sql_output::may_work(std::int32_t session_id, std::int64_t session) const {
+  if (session_table_ == nullptr) return true;
+  const session_entry* const entry =
+      session_table_->session_get_entry(session_id);
+  return entry != nullptr && session_of(*entry) == session;
+}
+
 void sql_output::save(state_writer& state) const {
   state.u64(static_cast<std::uint64_t>(n_));
   state.u64(static_cast<std::uint64_t>(input_));
@@ -93,7 +135,10 @@ void sql_output::insert_input(const input_file& file) {
 int sql_output::file_begins(const input_file& file) {
   return guarded([&] {
     ++n_;
-    engine_.sessions().input_begins();
+    engine_.sessions().input_begins(
+        [this](std::int32_t session_id, std::int64_t session) {
+          return may_work(session_id, session);
+        });
     insert_input(file);
   });
 }

@@ -16,6 +16,7 @@
 #include "util/chronex/trail/output.h"
 #include "util/chronex_trail/json/session_piece.h"
 #include "util/chronex_trail/json/set_piece.h"
+#include "util/chronex_trail/sql/earlier_rows.h"
 #include "util/chronex_trail/sql/engine.h"
 #include "util/chronex_trail/sql/row_binder.h"
 #include "util/chronex_trail/sql/row_writer.h"
@@ -57,6 +58,15 @@ class sql_output : public trail_output {
 
   // Makes the tables, or goes on behind what is there. Throws sql_error.
   void begin(run_facts facts);
+  // The same for a piece of a trail: goes on behind the rows of those in front
+  // of it, whose sessions are in the table that is watched. False: these rows
+  // do not fit the sessions.
+  [[nodiscard]] bool begin_piece(run_facts facts, const earlier_rows& earlier);
+  // To be called in front of end() when another piece follows.
+  void hand_over();
+  // Watches the table of the sessions, which stays the caller's, so that rows
+  // need not wait for sessions that cannot go on.
+  void watch(session_table& sessions) { session_table_ = &sessions; }
   // What the next row depends on, of the rows before. False when it cannot be
   // read.
   void save(state_writer& state) const;
@@ -95,6 +105,8 @@ class sql_output : public trail_output {
   std::int64_t session_of(const session_entry& session) const;
   void insert_input(const input_file& file);
   void insert_session(const session_entry& session);
+  bool resume_session(const earlier_session& session);
+  bool may_work(std::int32_t session_id, std::int64_t session) const;
   void insert_memo(const memo_view& memo);
   void insert_notice(const trail_notice& notice);
   void bind_loss(const trail_notice& notice);
@@ -128,6 +140,8 @@ class sql_output : public trail_output {
   run_facts facts_;
   std::uint32_t started_ = 0;
 
+  // Null: not known.
+  session_table* session_table_ = nullptr;
   std::unique_ptr<row_writer> change_;
   std::unique_ptr<row_writer> memo_;
   std::unique_ptr<row_writer> notice_;

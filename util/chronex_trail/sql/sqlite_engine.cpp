@@ -5,7 +5,6 @@
 #include "util/chronex_trail/sql/row_batch.h"
 #include "util/chronex_trail/sql/row_page.h"
 #include "util/chronex_trail/sql/sqlite_sessions.h"
-#include "util/chronex_trail/sql/trail_tables.h"
 
 namespace {
 

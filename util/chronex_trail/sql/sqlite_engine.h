@@ -8,6 +8,7 @@
 #include "util/chronex_trail/sql/database.h"
 #include "util/chronex_trail/sql/engine.h"
 #include "util/chronex_trail/sql/row_stage.h"
+#include "util/chronex_trail/sql/trail_tables.h"
 
 // What the database is while it is filled.
 enum class database_use {
@@ -32,6 +33,9 @@ class sqlite_engine : public sql_engine {
 
   start_numbers begin(const std::vector<table_form>& tables) override;
   known_data_sets known() override;
+  std::vector<std::string> own_names() const override {
+    return names_of_trail_tables();
+  }
   void create(const table_form& table) override;
   std::unique_ptr<row_writer> open(const table_form& table,
                                    std::size_t row_size) override;

@@ -23,7 +23,8 @@ class sqlite_sessions : public session_rows {
             " WHERE id = ?",
             true)),
         sign_off_(database.prepare(
-            "UPDATE session SET signed_off_n = ? WHERE id = ?", true)) {}
+            "UPDATE session SET signed_off_n = ? WHERE id = ?", true)),
+        find_(database.prepare("SELECT 1 FROM session WHERE id = ?")) {}
 
   row_writer& begin(std::int64_t session, std::int32_t session_id) override {
     rows_->begin(session);
@@ -44,6 +45,17 @@ class sqlite_sessions : public session_rows {
     sign_off_.bind(1, n);
     sign_off_.bind(2, session);
     sign_off_.run();
+  }
+  bool has(std::int64_t session) override {
+    find_.bind(1, session);
+    const bool found = find_.step();
+    find_.reset();
+    return found;
+  }
+  void resume(std::int64_t session, const session_work& work) override {
+    bounds earlier{session, work.first_n, work.last_n};
+    if (work.first_n != 0) write(earlier);
+    if (work.signed_off_n != 0) signed_off(session, work.signed_off_n);
   }
   void finish() override {
     for (bounds& each : kept_) write(each);
@@ -71,6 +83,7 @@ class sqlite_sessions : public session_rows {
   std::vector<bounds> kept_{PLACES};
   sql_statement bounds_;
   sql_statement sign_off_;
+  sql_statement find_;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_SQLITE_SESSIONS_H

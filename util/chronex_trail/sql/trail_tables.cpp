@@ -122,3 +122,9 @@ const std::vector<table_form>& trail_tables() {
   static const std::vector<table_form> tables = make_tables();
   return tables;
 }
+
+std::vector<std::string> names_of_trail_tables() {
+  std::vector<std::string> names;
+  for (const table_form& table : trail_tables()) names.push_back(table.name);
+  return names;
+}

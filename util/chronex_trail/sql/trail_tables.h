@@ -3,6 +3,7 @@
 
 // The tables that every trail has. doc/sql.md describes them.
 
+#include <string>
 #include <vector>
 
 #include "util/chronex_trail/sql/table_form.h"
@@ -20,5 +21,6 @@ enum trail_table : unsigned char {
 };
 
 const std::vector<table_form>& trail_tables();
+std::vector<std::string> names_of_trail_tables();
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_SQL_TRAIL_TABLES_H
