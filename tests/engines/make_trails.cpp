@@ -3,13 +3,16 @@
 //   make_trails DIRECTORY OPERATIONS
 //
 // writes busy.1-1 and busy.2-1, two months of a shop with many users and that
-// many operations; nightmare.1-1, whose names, texts and values are meant to
-// break a statement, a line or a number; and wide.1-1, with data sets of more
-// items than a table has columns, and rows that are as long as they can be.
+// many operations; archive/shop.7-1 to shop.7-6, a tenth as many in pieces that
+// know each other's sessions and data sets; nightmare.1-1, whose names, texts
+// and values are meant to break a statement, a line or a number; and wide.1-1,
+// with data sets of more items than a table has columns, and rows that are as
+// long as they can be.
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -49,15 +52,48 @@ std::string order(std::uint32_t recno) {
          double_bytes(amount);
 }
 
-// A shop at work. Its records are what they are across files; its sessions sign
-// off at the end of each, so that files can be read alone.
+// A shop at work. Its records are what they are across files.
 class shop {
  public:
-  // Writes so many operations to a file.
+  // Writes so many operations to a file, whose sessions sign off at its end, so
+  // that it can be read alone.
   void work(const std::string& path, std::uint32_t generation,
             std::uint32_t operations, std::uint32_t pace) {
     log_builder log({.generation = generation});
-    log.time(time_).pace(0).database(SHOP, "shop");
+    log.time(time_).pace(0);
+    describe(log);
+    for (std::uint32_t i = 0; i < operations; ++i) {
+      if (i % 1000 == 0) change_shift(log, i > 0);
+      log.time(time_ += pace);
+      operate(log);
+    }
+    for (int session = 1; session <= SESSIONS; ++session) log.sign_off(session);
+    log.end().write_to(path);
+  }
+
+  // Writes them to files of one generation, cut anywhere: only the first tells
+  // what data sets are, and who works is at it in the next.
+  void work_on(const std::string& path, std::uint32_t files,
+               std::uint32_t operations, std::uint32_t pace) {
+    constexpr std::uint32_t SHIFT = 700;
+    std::uint32_t done = 0;
+    for (std::uint32_t file = 1; file <= files; ++file) {
+      log_builder log({.generation = 7, .sequence = file});
+      log.time(time_).pace(0);
+      if (file == 1) describe(log);
+      const std::uint32_t end = file * (operations / files) - draw(SHIFT);
+      for (; done < end; ++done) {
+        if (done % SHIFT == 0) change_shift(log, done > 0);
+        log.time(time_ += pace);
+        operate(log);
+      }
+      log.end().write_to(path + std::to_string(file));
+    }
+  }
+
+ private:
+  static void describe(log_builder& log) {
+    log.database(SHOP, "shop");
     log.data_set(CUSTOMER, SHOP, "customer",
                  {{"CUSTNO", 'I', 1, 4},
                   {"NAME", 'X', 1, 20},
@@ -69,16 +105,8 @@ class shop {
                   {"CUSTNO", 'I', 1, 4},
                   {"QTY", 'I', 3, 2},
                   {"AMOUNT", 'E', 1, 8}});
-    for (std::uint32_t i = 0; i < operations; ++i) {
-      if (i % 1000 == 0) change_shift(log, i > 0);
-      log.time(time_ += pace);
-      operate(log);
-    }
-    for (int session = 1; session <= SESSIONS; ++session) log.sign_off(session);
-    log.end().write_to(path);
   }
 
- private:
   static constexpr int SESSIONS = 6;
   static constexpr std::uint32_t RECORDS = 20000;
 
@@ -306,6 +334,8 @@ int main(int argc, char* argv[]) {
   shop busy;
   busy.work(directory + "busy.1-1", 1, half, pace);
   busy.work(directory + "busy.2-1", 2, half, pace);
+  std::filesystem::create_directory(directory + "archive");
+  shop().work_on(directory + "archive/shop.7-", 6, half / 5, 10 * pace);
   make_nightmare(directory + "nightmare.1-1");
   make_wide(directory + "wide.1-1");
   return 0;
