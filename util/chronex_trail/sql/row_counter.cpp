@@ -53,7 +53,17 @@ int row_counter::sign_off(const session_entry& session,
   return event_counter::sign_off(session, place);
 }
 
+// Tables for rows are dear to make when there are many data sets in turn, so
+// each that was noted is known by what its name and form depend on.
 void row_counter::note_set(const node_entry& node, const event_place& place) {
+  constexpr std::size_t MOST_NOTED = std::size_t{1} << 18;
+  const noted_set set{.charset = charset_at(place),
+                      .names_version = node.table->names_version(),
+                      .from_audit_file = is_in_audit_file(place)};
+  if (noted_.size() >= MOST_NOTED) noted_.clear();
+  const auto [known, is_new] = noted_.try_emplace(node.set->schema_id, set);
+  if (!is_new && known->second == set) return;
+  known->second = set;
   tables_.of(node, sets_.of(node, charset_at(place), place), place);
 }
 

@@ -43,12 +43,22 @@ class row_counter : public event_counter {
   session_work* work_of(const session_entry& session);
   void note_set(const node_entry& node, const event_place& place);
 
+  struct noted_set {
+    int charset = 0;
+    std::uint64_t names_version = 0;
+    bool from_audit_file = false;
+
+    bool operator==(const noted_set&) const = default;
+  };
+
   session_table& sessions_;
   set_pieces sets_;
   counting_engine engine_;
   set_tables tables_{engine_};
   std::int64_t n_ = 0;
   std::int64_t input_ = 0;
+  // Under set_context::schema_id.
+  std::unordered_map<std::uint64_t, noted_set> noted_;
   // Under the log's numbers of sessions.
   std::unordered_map<std::int32_t, earlier_session> shown_;
   // The one that worked last.
