@@ -7,10 +7,9 @@
 
 #include "tests/support/log_builder.h"
 #include "tests/support/run_program.h"
+#include "tests/trail/state_fixture.h"
 
 namespace {
-
-using arguments = std::vector<std::string>;
 
 constexpr int CHANGES = 4000;
 
@@ -28,11 +27,6 @@ std::string large_log(std::uint32_t sequence) {
     if (i % 1000 == 0) log.sign_on_raw(6, "no strings");
   }
   return log.end().bytes();
-}
-
-arguments with(arguments words, const arguments& more) {
-  words.insert(words.end(), more.begin(), more.end());
-  return words;
 }
 
 void expect_same(const program_result& jobs, const program_result& one) {

@@ -2,8 +2,6 @@
 
 #include <cstdlib>
 
-#include "tests/trail/sql_fixture.h"
-
 namespace {
 
 std::uint64_t number_from(const char* variable, std::uint64_t otherwise) {
@@ -43,25 +41,4 @@ std::string first_difference(const std::string& one, const std::string& other) {
   const std::size_t line = at == 0 ? 0 : one.rfind('\n', at - 1) + 1;
   return one.substr(line, one.find('\n', at) - line) + "\n" +
          other.substr(line, other.find('\n', at) - line) + "\n";
-}
-
-std::string rows_of(const std::string& database) {
-  std::string rows;
-  for (const std::string& table :
-       answer_of(database,
-                 "SELECT name FROM sqlite_schema WHERE type = 'table'"
-                 " AND name NOT IN ('run', 'chronex_state') ORDER BY name")) {
-    rows += table + "\n";
-    for (const std::string& row : answer_of(
-             database, "SELECT * FROM \"" + table + "\" ORDER BY rowid")) {
-      rows += row + "\n";
-    }
-  }
-  for (const std::string& index :
-       answer_of(database,
-                 "SELECT name || sql FROM sqlite_schema WHERE type = 'index'"
-                 " ORDER BY name")) {
-    rows += index + "\n";
-  }
-  return rows;
 }

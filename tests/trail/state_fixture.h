@@ -22,7 +22,4 @@ arguments random_filter(random_source& random);
 // The first line that differs, of either text; empty = none does.
 std::string first_difference(const std::string& one, const std::string& other);
 
-// All rows of a database but those that tell of runs.
-std::string rows_of(const std::string& database);
-
 #endif  // CHRONEX_TESTS_TRAIL_STATE_FIXTURE_H
