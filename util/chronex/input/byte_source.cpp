@@ -62,6 +62,7 @@ std::size_t gz_source::read(std::span<std::uint8_t> room) {
 }
 
 bool gz_source::is_compressed() const {
+  if (successor_) return successor_->is_compressed();
   return stream_ != nullptr && gzdirect(stream_) == 0;
 }
 

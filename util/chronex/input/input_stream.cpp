@@ -24,6 +24,15 @@ constexpr unsigned HEAD_SIZE = 2048;
 constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_PEEK;
 static_assert(input_stream::MAX_PEEK >= input_stream::MAX_RUN);
 
+// A file whose place to read on from could not be reached: all that it has is
+// what is wrong, an errno.
+class unreachable_source final : public byte_source {
+ public:
+  explicit unreachable_source(int code) { error_ = std::strerror(code); }
+  std::size_t read(std::span<std::uint8_t> /*room*/) override { return 0; }
+  bool is_compressed() const override { return false; }
+};
+
 }  // namespace
 
 input_stream::~input_stream() { close(); }
@@ -83,7 +92,9 @@ std::unique_ptr<byte_source> input_stream::make_source() {
                          .growth = growth_};
   if (regular_) {
     delivered_ = is_plain_ ? resume_at_ : 0;
-    lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET);
+    if (lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET) < 0) {
+      return std::make_unique<unreachable_source>(errno);
+    }
   } else {
     settings.before_wait = before_wait_;
   }
@@ -259,12 +270,14 @@ std::uint64_t input_stream::stored_position() const {
   return position > 0 ? static_cast<std::uint64_t>(position) : 0;
 }
 
-// Whether it is a regular file that zlib's gz interface would hand on as it is.
+// Whether it is certain to be a regular file that zlib's gz interface would hand
+// on as it is.
 bool input_stream::is_plain_file() const {
+  if (!regular_) return false;
   std::array<std::uint8_t, 2> magic{};
-  return regular_ && (pread(descriptor_, magic.data(), magic.size(), 0) !=
-                          static_cast<ssize_t>(magic.size()) ||
-                      magic != GZIP_MAGIC);
+  const ssize_t count = pread(descriptor_, magic.data(), magic.size(), 0);
+  return count >= 0 && (count < static_cast<ssize_t>(magic.size()) ||
+                        magic != GZIP_MAGIC);
 }
 
 bool input_stream::go_to(std::uint64_t position) {
