@@ -67,11 +67,12 @@ std::int64_t number_of(std::uint64_t bits, std::uint64_t type) {
 
 row_page::row_page(sql_database& database, row_stage& stage,
                    const row_stage::table& staged, const std::string& table,
-                   int columns)
+                   int columns, std::size_t room)
     : database_(database),
       stage_(stage),
       root_(staged.root),
       table_(table),
+      room_(room),
       insertion_(database.prepare(
           "INSERT INTO main." + table + " SELECT * FROM " + staged.name, true)),
       cells_(static_cast<std::size_t>(columns)),
@@ -171,7 +172,7 @@ void row_page::end() {
       rows_.size + rows_.ends.size() * row_stage::ROW_POINTER;
   const bool is_too_long =
       size > row_stage::ROOM || record_size > row_stage::LONGEST_RECORD;
-  if (is_too_long || used + size > row_stage::ROOM) flush();
+  if (is_too_long || used + size > room_) flush();
   if (is_too_long) {
     insert_alone();
   } else {
@@ -211,8 +212,8 @@ void row_page::flush() {
 }
 
 std::size_t row_page::footprint() const {
-  return cells_.capacity() * sizeof(cell) + kept_.capacity() +
-         row_stage::PAGE_SIZE + row_stage::PAGE_SIZE / 16 +
+  return cells_.capacity() * sizeof(cell) + kept_.capacity() + room_ +
+         room_ / 16 +
          static_cast<std::size_t>(sqlite3_stmt_status(
              insertion_.handle(), SQLITE_STMTSTATUS_MEMUSED, 0));
 }

@@ -30,9 +30,10 @@
 class row_page : public row_writer {
  public:
   // `table` is quoted; the stage, which must outlive this, has `staged` for it.
+  // Rows are handed over when they fill `room` bytes, at most row_stage::ROOM.
   row_page(sql_database& database, row_stage& stage,
            const row_stage::table& staged, const std::string& table,
-           int columns);
+           int columns, std::size_t room = row_stage::ROOM);
 
   void begin(std::int64_t first) override;
   void bind(int column, std::int64_t number) override;
@@ -87,6 +88,7 @@ class row_page : public row_writer {
   row_stage& stage_;
   const std::uint32_t root_;
   const std::string table_;
+  const std::size_t room_;
   sql_statement insertion_;
   std::int64_t key_ = 0;
   std::vector<cell> cells_;

@@ -242,9 +242,8 @@ set_table& set_tables::of(const node_entry& node, const set_piece& set,
       kept->from_audit_file == is_in_audit_file(place)) {
     return *kept;
   }
-  // The new one may take the place of any that has rows to insert.
-  flush();
-  return kept_.put(set.schema_id, make(node, set, place));
+  return kept_.put(set.schema_id, make(node, set, place),
+                   [](set_table& table) { table.rows->flush(); });
 }
 
 void set_tables::make_indexes() {

@@ -97,7 +97,7 @@ class set_tables {
   void insert_items(std::int64_t data_set, const node_entry& node,
                     const set_piece& set, const column_plan& plan);
 
-  static constexpr std::size_t KEPT_BYTES = std::size_t{8} << 20;
+  static constexpr std::size_t KEPT_BYTES = std::size_t{24} << 20;
 
   sql_engine& engine_;
   piece_cache<set_table> kept_{KEPT_BYTES};

@@ -32,6 +32,13 @@ std::vector<item_row> items_of(sql_statement& items, std::int64_t data_set) {
   return rows;
 }
 
+// Bytes of rows that wait for a table: the more tables there are, the fewer, so
+// that memory holds more tables.
+std::size_t room_of_rows(std::size_t tables) {
+  if (tables < 256) return row_stage::ROOM;
+  return tables < 1024 ? row_stage::ROOM / 4 : row_stage::ROOM / 16;
+}
+
 }  // namespace
 
 sqlite_engine::sqlite_engine(sql_database& database, bool is_continued,
@@ -156,7 +163,7 @@ std::unique_ptr<row_writer> sqlite_engine::open(const table_form& table,
     const row_stage::table stage = staged(table);
     if (stage.root != 0) {
       return std::make_unique<row_page>(database_, *stage_, stage, name,
-                                        columns);
+                                        columns, room_of_rows(opened_++));
     }
   }
   return std::make_unique<row_batch>(database_, name, columns, row_size);

@@ -55,6 +55,8 @@ class sqlite_engine : public sql_engine {
   const engine_limits limits_;
   // Null: rows are inserted by statements with parameters.
   std::unique_ptr<row_stage> stage_;
+  // Tables whose rows went or go over the stage.
+  std::size_t opened_ = 0;
   std::unique_ptr<session_rows> sessions_;
 };
 
