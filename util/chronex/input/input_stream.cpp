@@ -270,14 +270,14 @@ std::uint64_t input_stream::stored_position() const {
   return position > 0 ? static_cast<std::uint64_t>(position) : 0;
 }
 
-// Whether it is certain to be a regular file that zlib's gz interface would hand
-// on as it is.
+// Whether it is certain to be a regular file that zlib's gz interface would
+// hand on as it is.
 bool input_stream::is_plain_file() const {
   if (!regular_) return false;
   std::array<std::uint8_t, 2> magic{};
   const ssize_t count = pread(descriptor_, magic.data(), magic.size(), 0);
-  return count >= 0 && (count < static_cast<ssize_t>(magic.size()) ||
-                        magic != GZIP_MAGIC);
+  return count >= 0 &&
+         (count < static_cast<ssize_t>(magic.size()) || magic != GZIP_MAGIC);
 }
 
 bool input_stream::go_to(std::uint64_t position) {
