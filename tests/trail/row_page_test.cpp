@@ -59,9 +59,9 @@ class row_maker {
   std::int64_t number() {
     const auto edge =
         static_cast<std::int64_t>(std::uint64_t{1} << random_() % 64);
+    if (edge < 0) return edge;
     const std::int64_t numbers[] = {edge, -edge - 1, edge - 1, 0,
                                     1,    -1,        edge / 3};
-    if (edge < 0) return edge;
     return numbers[random_() % 7];
   }
   double real() {
