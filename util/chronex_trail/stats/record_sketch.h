@@ -20,7 +20,7 @@
 class record_sketch {
  public:
   // Records that are watched at the same time.
-  static constexpr std::size_t CAPACITY = std::size_t{96} * 1024;
+  static constexpr std::size_t CAPACITY = std::size_t{24} * 1024;
 
   explicit record_sketch(std::size_t capacity = CAPACITY)
       : capacity_(capacity) {}
