@@ -109,9 +109,6 @@ class session_table {
       return entry.signed_off;
     });
   }
-  void session_cleanup() {
-    session_cleanup([](const session_entry& /*entry*/) {});
-  }
 
   // Calls `visit` with every session, in no particular order.
   template <typename Visit>

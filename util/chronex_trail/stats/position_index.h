@@ -32,12 +32,6 @@ class position_index {
     ++used_;
   }
 
-  // Forgets all entries and keeps the memory.
-  void clear() {
-    slots_.assign(slots_.size(), {});
-    used_ = 0;
-  }
-
  private:
   struct slot {
     std::uint32_t hash = 0;
