@@ -138,8 +138,10 @@ void add_row(script_table& table, std::vector<script_value> row) {
   table.rows.push_back(std::move(row));
 }
 
-// A statement may go over several lines, within quotes.
+// A statement may go over several lines, within double quotes; those of a call
+// stand in texts.
 std::string statement(scanner& text) {
+  if (text.rest().starts_with("CALL ")) return std::string(text.until("\n"));
   std::string found;
   bool is_quoted = false;
   do {

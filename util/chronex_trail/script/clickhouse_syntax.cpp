@@ -120,9 +120,29 @@ std::string clickhouse_syntax::distributed(const table_form& table) const {
 
 std::string clickhouse_syntax::create(const table_form& table) const {
   const std::string rows = "MergeTree() ORDER BY " + order_of(table);
-  if (cluster_.empty()) return create_with(table.name, table, rows);
+  const std::string checked = shared_ ? check(table) : "";
+  if (cluster_.empty()) return create_with(table.name, table, rows) + checked;
   return create_with(table.name + LOCAL_SUFFIX, table, rows) +
-         create_with(table.name, table, distributed(table));
+         create_with(table.name, table, distributed(table)) + checked;
+}
+
+// What refuses a table that is there with other columns. The server's message
+// about what is no number shows the text.
+std::string clickhouse_syntax::check(const table_form& table) const {
+  std::string columns;
+  for (const table_column& column : table.columns) {
+    if (!columns.empty()) columns += ", ";
+    columns += quoted_text(column.name + ' ' + type_name(column));
+  }
+  return "SELECT toUInt8(if(arraySort(groupArray(concat(name, ' ', type))) = "
+         "arraySort([" +
+         columns + "]), '0', " +
+         quoted_text("The table " + table.name +
+                     " has other columns: load this script into a database of "
+                     "its own") +
+         ")) FROM system.columns WHERE database = currentDatabase() AND "
+         "table = " +
+         quoted_text(table.name) + " FORMAT Null;\n";
 }
 
 std::string clickhouse_syntax::block_begin(const table_form& table) const {

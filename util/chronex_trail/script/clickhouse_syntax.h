@@ -45,6 +45,7 @@ class clickhouse_syntax : public script_syntax {
   std::string create_with(const std::string& name, const table_form& table,
                           const std::string& engine) const;
   std::string distributed(const table_form& table) const;
+  std::string check(const table_form& table) const;
 
   const bool shared_;
   const std::string cluster_;

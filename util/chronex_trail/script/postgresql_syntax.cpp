@@ -39,9 +39,14 @@ INSERT INTO "chronex cut" VALUES (1);
 )sql";
 
 // Segments that are loaded at the same time would both make a table that is not
-// there.
-constexpr const char* WAIT_FOR_OTHERS =
-    "DO 'BEGIN PERFORM pg_advisory_xact_lock(1128813144); END';\n";
+// there. One that is there must have the columns that the rows are made for.
+constexpr const char* SHARED_HEAD =
+    R"sql(DO 'BEGIN PERFORM pg_advisory_xact_lock(1128813144); END';
+CREATE OR REPLACE PROCEDURE pg_temp.check_columns(shared text, names text[], types regtype[]) LANGUAGE plpgsql AS $check$ BEGIN
+IF (SELECT array_agg(attname::text ORDER BY attnum) <> names OR array_agg(atttypid::regtype ORDER BY attnum) <> types FROM pg_attribute WHERE attrelid = quote_ident(shared)::regclass AND attnum > 0 AND NOT attisdropped)
+THEN RAISE EXCEPTION 'The table "%" has other columns: load this script into a database of its own', shared; END IF;
+END $check$;
+)sql";
 
 // Without statistics the first questions get plans that take for ever; the
 // system would gather them some minutes later. What belongs to others is passed
@@ -55,6 +60,15 @@ COMMIT;
 constexpr backslash_escapes ESCAPES = {{'\\', '\\'}, {'\b', 'b'}, {'\f', 'f'},
                                        {'\n', 'n'},  {'\r', 'r'}, {'\t', 't'},
                                        {'\v', 'v'}};
+constexpr backslash_escapes LITERAL_ESCAPES = {
+    {'\\', '\\'}, {'\'', '\''}, {'\n', 'n'}, {'\r', 'r'}};
+
+// A text as statements have it, in one line.
+std::string quoted_literal(std::string_view text) {
+  std::string quoted = "E'";
+  LITERAL_ESCAPES.append(quoted, text);
+  return quoted + '\'';
+}
 
 }  // namespace
 
@@ -107,7 +121,7 @@ std::vector<std::string> postgresql_syntax::own_tables() const {
 }
 
 std::string postgresql_syntax::head() const {
-  return std::string(HEAD) + (shared_ ? WAIT_FOR_OTHERS : "");
+  return std::string(HEAD) + (shared_ ? SHARED_HEAD : "");
 }
 
 std::string postgresql_syntax::create(const table_form& table) const {
@@ -121,7 +135,21 @@ std::string postgresql_syntax::create(const table_form& table) const {
             type_name(column) + (is_key ? " PRIMARY KEY" : "");
     separator = ", ";
   }
-  return text + ");\n";
+  text += ");\n";
+  return shared_ ? text + check(table) : text;
+}
+
+// What refuses a table that is there with other columns.
+std::string postgresql_syntax::check(const table_form& table) const {
+  std::string names;
+  std::string types;
+  for (const table_column& column : table.columns) {
+    const char* const separator = names.empty() ? "" : ", ";
+    names += separator + quoted_literal(column.name);
+    types += separator + quoted_literal(type_name(column));
+  }
+  return "CALL pg_temp.check_columns(" + quoted_literal(table.name) +
+         ", ARRAY[" + names + "], ARRAY[" + types + "]::regtype[]);\n";
 }
 
 std::string postgresql_syntax::index_records(const table_form& table,

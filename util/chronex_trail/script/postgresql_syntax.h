@@ -36,6 +36,8 @@ class postgresql_syntax : public script_syntax {
                     std::span<const std::uint8_t> bytes) const override;
 
  private:
+  std::string check(const table_form& table) const;
+
   const bool shared_;
   const engine_limits limits_;
 };
