@@ -9,11 +9,9 @@
 #include "util/chronex/run/standard_descriptors.h"
 #include "util/chronex/run/usage.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/run/exit_status.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const trail_command* COMMANDS[] = {
     &JSON_COMMAND,  &SQL_COMMAND,  &QUERY_COMMAND, &LIST_COMMAND,

@@ -1,10 +1,6 @@
 #include "util/chronex_trail/commands/fill_tables.h"
 
-namespace {
-
-constexpr int EXIT_ERROR = 1;
-
-}  // namespace
+#include "util/chronex_trail/run/exit_status.h"
 
 // A piece that fails is the last: one run would not come to the others.
 int fill_tables(trail_run& run, sql_output& output, const run_facts& facts,

@@ -1,6 +1,5 @@
 // chronex-trail json: the trail as JSON Lines.
 
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -9,18 +8,17 @@
 #include "util/chronex_trail/commands/json_from_state.h"
 #include "util/chronex_trail/commands/json_with_jobs.h"
 #include "util/chronex_trail/commands/json_with_state.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/files/split_directory.h"
 #include "util/chronex_trail/follow/follow_run.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail json [options] FILE...
@@ -173,30 +171,27 @@ bool has_jobs(const json_options& options) {
          !options.shared.passes_over_damage;
 }
 
-int run_json(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  json_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (options.directory.empty() && check_output(*run, options.shared) != 0) {
+// Returns the exit status.
+int write_json(trail_run& run, const json_options& options) {
+  if (options.directory.empty() && check_output(run, options.shared) != 0) {
     return EXIT_ERROR;
   }
   if (!options.state.empty()) {
-    return json_with_state(*run, options.shared, options.state, options.follow);
+    return json_with_state(run, options.shared, options.state, options.follow);
   }
-  if (options.follow) return run_followed(*run, options);
+  if (options.follow) return run_followed(run, options);
   if (!options.from.empty()) {
-    return json_from_state(*run, options.shared, options.from);
+    return json_from_state(run, options.shared, options.from);
   }
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  if (has_jobs(options) && can_have_jobs(*run)) {
-    return json_with_jobs(*run, options.shared);
+  if (prepare_run(run, options.shared) != 0) return EXIT_ERROR;
+  if (has_jobs(options) && can_have_jobs(run)) {
+    return json_with_jobs(run, options.shared);
   }
-  return write({.run = *run}, options);
+  return write({.run = run}, options);
+}
+
+int run_json(std::span<char*> arguments) {
+  return run_command(arguments, HELP, parse, write_json);
 }
 
 }  // namespace

@@ -7,13 +7,8 @@
 #include "util/chronex_trail/commands/piece_start.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_state.h"
-
-namespace {
-
-constexpr int EXIT_ERROR = 1;
-
-}  // namespace
 
 int json_from_state(trail_run& run, const shared_options& options,
                     const std::string& state_name) {

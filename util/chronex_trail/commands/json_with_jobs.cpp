@@ -20,11 +20,10 @@
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/json/event_counter.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/job_pool.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 // What is set for tests, which have small logs.
 std::size_t size_of(const char* variable, std::size_t default_size) {

@@ -18,11 +18,10 @@
 #include "util/chronex_trail/follow/follow_run.h"
 #include "util/chronex_trail/follow/state_pace.h"
 #include "util/chronex_trail/json/json_output.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_state.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 // How often a run that follows logs leaves its state: see state_pace.
 constexpr std::chrono::milliseconds SHORTEST_PAUSE{1000};

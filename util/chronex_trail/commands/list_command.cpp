@@ -1,19 +1,16 @@
 // chronex-trail list: what is in logs.
 
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/commands/temporary_database.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/sql/answer.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail list [options] FILE...
@@ -37,6 +34,17 @@ standard input.
 Example:
   chronex-trail list shop.7-1 shop.7-2
 )";
+
+struct list_options {
+  shared_options shared;
+  bool json = false;
+};
+
+int parse(std::span<char*> arguments, run_messages& messages,
+          list_options& options) {
+  const own_option own[] = {{"json", nullptr, &options.json}};
+  return parse_shared_options(arguments, messages, options.shared, own);
+}
 
 // The rows of a part, with names that both forms show.
 struct list_part {
@@ -126,16 +134,16 @@ int write_tables(sql_database& database, byte_sink& sink) {
 }
 
 // `status` is that of what was read. Returns the exit status.
-int write_list(trail_run& run, const shared_options& options, bool json,
+int write_list(trail_run& run, const list_options& options,
                sql_database& database, int status) {
   result_file file(run.messages);
-  if (file.open(options.output, options.use_master_keys) != 0) {
+  if (file.open(options.shared.output, options.shared.use_master_keys) != 0) {
     return EXIT_ERROR;
   }
   try {
     database.run(MAKE_TALLY);
-    const int written =
-        json ? write_json(database, file) : write_tables(database, file);
+    const int written = options.json ? write_json(database, file)
+                                     : write_tables(database, file);
     if (written != 0) status = EXIT_ERROR;
   } catch (const sql_error& error) {
     run.messages.print("The list could not be made: %s\n", error.what());
@@ -144,25 +152,16 @@ int write_list(trail_run& run, const shared_options& options, bool json,
   return file.close(status != EXIT_ERROR) == 0 ? status : EXIT_ERROR;
 }
 
-int run_list(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  shared_options options;
-  bool json = false;
-  const own_option own[] = {{"json", nullptr, &json}};
-  const int wrong =
-      parse_shared_options(arguments, run->messages, options, own);
-  if (wrong != 0) return wrong;
-  if (options.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (check_output(*run, options) != 0) return EXIT_ERROR;
-  if (prepare_run(*run, options) != 0) return EXIT_ERROR;
+// The list is that of what could be read, whatever the status.
+int load_and_list(trail_run& run, const list_options& options) {
   sql_database database;
   const std::optional<int> status =
-      load_temporary(*run, database, kept_rows::no_images);
-  if (!status) return EXIT_ERROR;
-  return write_list(*run, options, json, database, *status);
+      load_temporary(run, database, kept_rows::no_images);
+  return status ? write_list(run, options, database, *status) : EXIT_ERROR;
+}
+
+int run_list(std::span<char*> arguments) {
+  return run_prepared(arguments, HELP, parse, load_and_list);
 }
 
 }  // namespace

@@ -1,22 +1,18 @@
 // chronex-trail page: the trail as a page for browsers.
 
 #include <charconv>
-#include <cstdio>
-#include <memory>
 #include <string>
 
-#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/files/result_file.h"
 #include "util/chronex_trail/page/page_file.h"
 #include "util/chronex_trail/page/page_output.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/stats/stats_output.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr std::size_t DEFAULT_ROWS = 100'000;
 constexpr std::size_t MAX_ROWS = 1'000'000;
@@ -136,17 +132,7 @@ int write_file(trail_run& run, const page_options& options) {
 }
 
 int run_page(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  page_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  return write_file(*run, options);
+  return run_prepared(arguments, HELP, parse, write_file);
 }
 
 }  // namespace

@@ -2,22 +2,18 @@
 
 #include <unistd.h>
 
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/commands/temporary_database.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/sql/answer.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail query [options] 'SELECT ...' FILE...
@@ -129,17 +125,7 @@ int load_and_answer(trail_run& run, const query_options& options) {
 }
 
 int run_query(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  query_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  return load_and_answer(*run, options);
+  return run_prepared(arguments, HELP, parse, load_and_answer);
 }
 
 }  // namespace

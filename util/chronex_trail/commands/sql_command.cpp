@@ -1,8 +1,6 @@
 // chronex-trail sql: the trail as tables of a database.
 
 #include <charconv>
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -12,10 +10,12 @@
 #include "util/chronex_trail/commands/commands.h"
 #include "util/chronex_trail/commands/fill_tables.h"
 #include "util/chronex_trail/commands/piece_start.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/commands/sql_script.h"
 #include "util/chronex_trail/commands/sql_with_state.h"
 #include "util/chronex_trail/json/event_counter.h"
 #include "util/chronex_trail/json/json_text.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/script/script_engine.h"
 #include "util/chronex_trail/sql/database_file.h"
@@ -23,9 +23,6 @@
 #include "util/chronex_trail/sql/sqlite_engine.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail sql [options] -o DATABASE FILE...
@@ -240,23 +237,24 @@ int write_tables(trail_run& run, const sql_options& options,
                              : write_database(run, options, facts, earlier);
 }
 
-int run_sql(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  // The parser changes the order of the arguments.
-  const run_facts facts{VERSION_LINE, words_of(arguments)};
-  sql_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
+// Returns the exit status.
+int write_sql(trail_run& run, const sql_options& options,
+              const run_facts& facts) {
+  if (check_output(run, options.shared) != 0) return EXIT_ERROR;
   if (!options.state.empty()) {
-    return sql_with_state(*run, options.shared, options.state, facts,
+    return sql_with_state(run, options.shared, options.state, facts,
                           options.follow);
   }
-  return write_tables(*run, options, facts);
+  return write_tables(run, options, facts);
+}
+
+int run_sql(std::span<char*> arguments) {
+  // The parser changes the order of the arguments.
+  const run_facts facts{VERSION_LINE, words_of(arguments)};
+  return run_command(arguments, HELP, parse,
+                     [&facts](trail_run& run, const sql_options& options) {
+                       return write_sql(run, options, facts);
+                     });
 }
 
 }  // namespace

@@ -6,13 +6,12 @@
 
 #include "util/chronex_trail/commands/fill_tables.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/script/clickhouse_syntax.h"
 #include "util/chronex_trail/script/postgresql_syntax.h"
 #include "util/chronex_trail/script/script_engine.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 std::unique_ptr<script_syntax> syntax_of(const script_options& options) {
   const bool shared = options.segment > 0 || options.earlier != nullptr;

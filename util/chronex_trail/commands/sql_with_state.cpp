@@ -17,14 +17,13 @@
 #include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/follow/follow_run.h"
 #include "util/chronex_trail/follow/state_pace.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_state.h"
 #include "util/chronex_trail/sql/database_file.h"
 #include "util/chronex_trail/sql/input_digest.h"
 #include "util/chronex_trail/sql/sqlite_engine.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 // How often a run that follows logs adds its rows: see state_pace. They are to
 // be seen within a second.

@@ -14,16 +14,15 @@
 
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/run/trail_state.h"
 #include "util/chronex_trail/sql/row_counter.h"
 #include "util/chronex_trail/values/text_origin.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail states [options] -o DIR FILE...
@@ -195,21 +194,18 @@ int states_run::make() {
   return 0;
 }
 
-int run_states(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  states_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  trail_state state(*run, options.shared);
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  if (make_directory(options.shared.output, run->messages) != 0) {
+// Returns the exit status.
+int make_states(trail_run& run, const states_options& options) {
+  trail_state state(run, options.shared);
+  if (prepare_run(run, options.shared) != 0) return EXIT_ERROR;
+  if (make_directory(options.shared.output, run.messages) != 0) {
     return EXIT_ERROR;
   }
-  return states_run(*run, options, state).make();
+  return states_run(run, options, state).make();
+}
+
+int run_states(std::span<char*> arguments) {
+  return run_command(arguments, HELP, parse, make_states);
 }
 
 }  // namespace

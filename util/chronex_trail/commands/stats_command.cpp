@@ -4,21 +4,17 @@
 #include <unistd.h>
 
 #include <charconv>
-#include <cstdio>
-#include <memory>
 #include <string>
 
-#include "util/chronex_trail/commands/check_output.h"
 #include "util/chronex_trail/commands/commands.h"
+#include "util/chronex_trail/commands/run_command.h"
 #include "util/chronex_trail/files/result_file.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/trail_run.h"
 #include "util/chronex_trail/stats/stats_output.h"
 #include "util/chronex_trail/summary/summary.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr const char* HELP =
     R"(usage: chronex-trail stats [options] FILE...
@@ -121,17 +117,7 @@ int write_stats(trail_run& run, const stats_options& options) {
 }
 
 int run_stats(std::span<char*> arguments) {
-  const auto run = std::make_unique<trail_run>();
-  stats_options options;
-  const int status = parse(arguments, run->messages, options);
-  if (status != 0) return status;
-  if (options.shared.help) {
-    std::fputs(HELP, stdout);
-    return std::fflush(stdout) == 0 ? 0 : EXIT_ERROR;
-  }
-  if (check_output(*run, options.shared) != 0) return EXIT_ERROR;
-  if (prepare_run(*run, options.shared) != 0) return EXIT_ERROR;
-  return write_stats(*run, options);
+  return run_prepared(arguments, HELP, parse, write_stats);
 }
 
 }  // namespace

@@ -9,11 +9,12 @@
 #include <memory>
 #include <utility>
 
+#include "util/chronex_trail/run/exit_status.h"
+
 namespace {
 
 constexpr std::uint32_t NOBODY = std::numeric_limits<std::uint32_t>::max();
 constexpr std::chrono::milliseconds LONGEST_WAIT{1000};
-constexpr int EXIT_ERROR = 1;
 
 }  // namespace
 

@@ -8,12 +8,10 @@
 #include <iterator>
 #include <string_view>
 
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/time_zone.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
-constexpr int EXIT_USAGE = 2;
 
 constexpr std::size_t MAX_FILTER_FILE_SIZE = 102400;
 

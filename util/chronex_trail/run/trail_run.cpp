@@ -8,13 +8,12 @@
 #include <tuple>
 
 #include "util/chronex/messages/run_failed.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/filter_error.h"
 #include "util/chronex_trail/values/utf8_text.h"
 #include "util/libmkey/mkey.h"
 
 namespace {
-
-constexpr int EXIT_ERROR = 1;
 
 std::string base_name(const std::string& name) {
   std::string base = name.substr(name.rfind('/') + 1);

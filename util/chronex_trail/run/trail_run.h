@@ -22,11 +22,8 @@
 #include "util/chronex/run/inputs.h"
 #include "util/chronex/run/progress.h"
 #include "util/chronex/trail/trail.h"
+#include "util/chronex_trail/run/exit_status.h"
 #include "util/chronex_trail/run/shared_options.h"
-
-// The exit status of a run that is complete but for what was passed over as
-// damage.
-inline constexpr int EXIT_DAMAGED = 3;
 
 struct trail_run {
   run_messages messages;
