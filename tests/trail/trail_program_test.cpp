@@ -61,6 +61,8 @@ TEST(TrailProgram, TellsOfItselfAndOfMistakes) {
       {{"json", "x", "-o"}, 2, "", "Option requires an argument: -o\n"},
       {{"json", "--time-zone", "Mars/Base", "x"}, 2, "", "Unknown time zone"},
       {{"json", "none"}, 1, "", "none: No such file or directory\n"},
+      {{"json", "-f", ".", "x"}, 1, "", ".: Is a directory\n"},
+      {{"json", "-f", "/dev/zero", "x"}, 1, "", "exceeds maximum size"},
   };
   for (const auto& test : cases) {
     const program_result result = directory.run_trail(test.words);

@@ -66,13 +66,15 @@ int apply_own_option(const own_option& own, const char* argument,
 int read_filter_file(const char* name, run_messages& messages,
                      shared_options& options) {
   std::ifstream file(name, std::ios::binary);
-  std::string text((std::istreambuf_iterator<char>(file)),
-                   std::istreambuf_iterator<char>());
+  // It may be a device that never ends.
+  std::string text(MAX_FILTER_FILE_SIZE + 1, '\0');
+  file.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (!file.is_open() || file.bad()) {
     messages.perror(name);
     messages.print("Unable to read filter file\n");
     return EXIT_ERROR;
   }
+  text.resize(static_cast<std::size_t>(file.gcount()));
   if (text.size() > MAX_FILTER_FILE_SIZE) {
     messages.print("Filter file exceeds maximum size (100kB)\n");
     return EXIT_ERROR;
