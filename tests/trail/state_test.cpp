@@ -381,6 +381,47 @@ TEST(StateFile, TellsGaps) {
             answer_of(directory.path("db"), "SELECT 'gap', 1"));
 }
 
+// The rest of a log may come under another name, and behind or in front of
+// another log that has its numbers.
+TEST(StateFile, FindsTheRestAmongLogsOfItsNumbers) {
+  const test_directory directory;
+  log_builder log({.generation = 7});
+  log.database(1, "shop").data_set(2, 1, "s", {{"A", 'I', 1, 4}});
+  log.sign_on(5, {"user{BOB}"}).put(5, 2, 1, "abcd");
+  const std::string begun = log.bytes();
+  const std::string grown = log.put(5, 2, 2, "efgh").end().bytes();
+  log_builder twin({.generation = 7});
+  directory.write("twin", twin.database(1, "other").end().bytes());
+  const struct {
+    arguments names;
+    std::string log;
+    std::string name;
+  } cases[] = {
+      {{"twin"}, begun, "log"},
+      {{"log", "twin"}, grown, "log"},
+      {{"moved", "twin"}, grown, "moved"},
+      {{"twin", "moved"}, grown, "moved"},
+  };
+  for (const auto& test : cases) {
+    directory.shell("rm -f log moved state out whole");
+    directory.write("log", begun);
+    const arguments words = {"json", "--state", "state", "-o", "out"};
+    ASSERT_EQ(directory.run_trail(with(words, {"log"})).status, 0);
+    directory.write(test.name, test.log);
+    const program_result rest = directory.run_trail(with(words, test.names));
+    EXPECT_EQ(rest.status, 0) << rest.err;
+    directory.write("log", test.log);
+    arguments whole = {"json", "-o", "whole", "log"};
+    if (test.names.front() != "twin" || test.name == "log") {
+      whole.emplace_back("twin");
+    }
+    ASSERT_EQ(directory.run_trail(whole).status, 0);
+    directory.shell("sed -i 's/\"moved\"/\"log\"/' out");
+    EXPECT_EQ(first_difference(directory.read("out"), directory.read("whole")),
+              "");
+  }
+}
+
 // What does not belong to a state is said, and nothing is written.
 TEST(StateFile, SaysWhatHasChanged) {
   const test_directory directory;

@@ -151,13 +151,21 @@ input_turn turn_of(const trail_run& run, const input_file& file) {
   const auto last_place = std::tie(last.generation, last.sequence);
   if (place > last_place) return input_turn::processed;
   if (place < last_place) return input_turn::passed_over;
-  if (last.is_within) return input_turn::continued;
+  if (last.is_within) {
+    return last.rest == nullptr || last.rest == &file ? input_turn::continued
+                                                      : input_turn::passed_over;
+  }
   // Under another name it is a log that repeats this one.
-  const bool had_its_turn =
-      std::ranges::any_of(last.names, [&](const std::string& name) {
-        return is_same_log_name(file.name, name);
-      });
-  return had_its_turn ? input_turn::passed_over : input_turn::processed;
+  return had_its_turn(run, file) ? input_turn::passed_over
+                                 : input_turn::processed;
+}
+
+bool had_its_turn(const trail_run& run, const input_file& file) {
+  return run.goes_on_behind &&
+         std::ranges::any_of(run.goes_on_behind->names,
+                             [&file](const std::string& name) {
+                               return is_same_log_name(file.name, name);
+                             });
 }
 
 int process_log(trail_run& run, input_file& file) {

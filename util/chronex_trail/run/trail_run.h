@@ -48,6 +48,8 @@ struct trail_run {
     std::uint32_t sequence = 0;
     std::vector<std::string> names;
     bool is_within = false;
+    // The input that has the rest of it; null: the next of its numbers has.
+    const input_file* rest = nullptr;
   };
   std::optional<log_place> goes_on_behind;
   // Inputs of that run, without a stream.
@@ -64,6 +66,10 @@ enum class input_turn { passed_over, continued, processed };
 // Of a run that goes on behind another, logs that were dealt with have had
 // their turn.
 input_turn turn_of(const trail_run& run, const input_file& file);
+
+// Whether a log of this name, wherever it is and compressed or not, has had its
+// turn where the run goes on.
+bool had_its_turn(const trail_run& run, const input_file& file);
 
 // Processes a forward log, or the rest of the one that the run goes on behind.
 // Returns what the reader does.

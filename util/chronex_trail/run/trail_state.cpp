@@ -151,35 +151,57 @@ int trail_state::restore() {
   return check_logs();
 }
 
-int trail_state::check_log(const input_file& file) {
+// Whether the log is what was read up to the position. Standard input cannot be
+// looked at.
+bool trail_state::begins_as_known(const input_file& file) const {
   const log_position& position = run_.forward_logs.position;
   state_reader tail = tail_;
   const std::span<const std::uint8_t> before = tail.bytes();
-  if (before.empty() || file.is_standard_input) return 0;
+  if (before.empty() || file.is_standard_input) return true;
   const auto now = digest_of_tail(file.name, position.byte);
-  if (now && std::ranges::equal(*now, before)) return 0;
+  return now && std::ranges::equal(*now, before);
+}
+
+int trail_state::check_log(const input_file& file) {
+  if (begins_as_known(file)) return 0;
   return failure("the log " + file.name + " is not as it was up to byte " +
-                 std::to_string(position.byte) +
+                 std::to_string(run_.forward_logs.position.byte) +
                  "; put the log back that was read, or begin again with "
                  "another state");
 }
 
-int trail_state::check_logs() {
+int trail_state::check_volume_set(const input_file& file) {
   const input_file& last = *run_.forward_logs.position.file;
-  bool is_checked = false;
+  if (file.volume_set_id == last.volume_set_id) return 0;
+  return failure("the log " + file.name + " is of volume set " +
+                 std::to_string(file.volume_set_id) + ", but the state of " +
+                 std::to_string(last.volume_set_id));
+}
+
+// The rest of the log that the state is within is the first input of its
+// numbers that begins with what is known. One that does not is a log that has
+// changed, and under another name one that repeats its numbers.
+int trail_state::find_rest() {
+  trail_run::log_place& place = *run_.goes_on_behind;
+  bool has_others = false;
   for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
-    if (file->type != FWLOG_FILE) continue;
-    if (file->volume_set_id != last.volume_set_id) {
-      return failure("the log " + file->name + " is of volume set " +
-                     std::to_string(file->volume_set_id) +
-                     ", but the state of " +
-                     std::to_string(last.volume_set_id));
+    if (turn_of(run_, *file) != input_turn::continued) continue;
+    has_others = true;
+    if (begins_as_known(*file)) {
+      place.rest = file.get();
+      return 0;
     }
-    if (is_checked || turn_of(run_, *file) != input_turn::continued) continue;
-    is_checked = true;
-    if (check_log(*file) != 0) return -1;
+    if (had_its_turn(run_, *file)) return check_log(*file);
   }
+  if (has_others) place.is_within = false;
   return 0;
+}
+
+int trail_state::check_logs() {
+  for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
+    if (file->type == FWLOG_FILE && check_volume_set(*file) != 0) return -1;
+  }
+  return find_rest();
 }
 
 std::vector<std::uint8_t> trail_state::bytes(const state_writer& output) {

@@ -67,6 +67,9 @@ class trail_state {
   int begin();
   run_parts parts();
   int check_options(state_reader& state);
+  bool begins_as_known(const input_file& file) const;
+  int check_volume_set(const input_file& file);
+  int find_rest();
   int check_logs();
   void save_options(state_writer& state) const;
 
