@@ -5,13 +5,10 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <ctime>
 
 namespace {
 
-// What the system maps at once: aligned runs of this size.
-constexpr std::size_t MAPPED_TOGETHER = std::size_t{64} * 1024;
 constexpr int READ_WRITE = PROT_READ | PROT_WRITE;
 
 std::uint8_t* bytes_or_null(void* mapped) {
@@ -69,14 +66,6 @@ bool shared_memory::allocate_ring(std::size_t size) {
   size_ = size;
   mapped_ = 2 * size;
   return true;
-}
-
-// A page that some process has written to stays there. When such a one is read,
-// the system maps the pages around it along with it, for writing, too.
-std::size_t shared_memory::prepare(std::size_t begin) const {
-  const volatile std::uint8_t* const first = block_ + begin;
-  static_cast<void>(*first);
-  return std::min(size_, (begin / MAPPED_TOGETHER + 1) * MAPPED_TOGETHER);
 }
 
 void shared_counter::advance() {

@@ -31,9 +31,6 @@ class shared_memory {
 
   std::uint8_t* data() const { return block_; }
   std::size_t size() const { return size_; }
-  // Has some of it, from `begin` on, ready for this process to write there,
-  // which takes less time than page by page. Returns where that ends.
-  std::size_t prepare(std::size_t begin) const;
 
  private:
   std::uint8_t* block_ = nullptr;

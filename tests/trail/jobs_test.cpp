@@ -42,7 +42,10 @@ TEST(Jobs, ReadWhatOneProcessReads) {
   directory.write("compressed.gz", large_log(2), true);
   directory.write("damaged.gz", large_log(3), true);
   directory.change_byte("damaged.gz", -4000);
-  const arguments inputs[] = {{"plain", "compressed.gz"},
+  // One that nobody reads on.
+  directory.write("repeated.gz", large_log(2), true);
+  const arguments inputs[] = {{"plain", "compressed.gz", "repeated.gz"},
+                              {"compressed.gz", "repeated.gz", "damaged.gz"},
                               {"plain", "damaged.gz"},
                               {"compressed.gz", "damaged.gz"}};
   for (const arguments& names : inputs) {

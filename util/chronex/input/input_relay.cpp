@@ -2,72 +2,60 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace {
 
 // What a reader has at a time, so that the writer hears of it.
-constexpr std::size_t PORTION = std::size_t{256} * 1024;
+constexpr std::size_t PORTION = std::size_t{128} * 1024;
 // A process that was killed wakes nobody.
 constexpr std::chrono::milliseconds LOOK_AROUND{20};
 constexpr std::uint64_t NOT_KNOWN = std::numeric_limits<std::uint64_t>::max();
-// The place of a reader that is none.
-constexpr std::uint64_t NOWHERE = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t NOTHING = std::numeric_limits<std::uint64_t>::max();
 
 }  // namespace
 
-// One stream's use of the relay. The places are in bytes of all inputs.
-struct input_relay::attachment {
-  std::uint64_t position = 0;
+// The places are in bytes of all inputs.
+struct input_relay::fed_input {
   std::uint64_t begin = 0;
   // The rest is valid once this is known.
   std::atomic<std::uint64_t> end{NOT_KNOWN};
   std::atomic<bool> is_compressed{false};
-  // The stream was left before its end.
-  bool was_left = false;
   bool truncated = false;
   int resource_error = 0;
   std::array<char, 256> error{};
 };
 
-// What a reader still needs.
+// What a reader still needs: inputs from this one on, bytes from there on.
 struct input_relay::reader_place {
-  std::atomic<std::uint64_t> place{NOWHERE};
-  std::atomic<std::uint64_t> attached{NOWHERE};
+  std::atomic<std::uint64_t> number{0};
+  std::atomic<std::uint64_t> place{0};
 };
 
 struct input_relay::control_block {
-  // Bytes and inputs so far.
+  // Bytes, and inputs that were begun, so far.
   std::atomic<std::uint64_t> produced{0};
-  std::atomic<std::uint64_t> attached{0};
-  std::atomic<bool> is_closed{false};
+  std::atomic<std::uint64_t> begun{0};
   // Advance when the writer, or a reader, has done something.
   shared_counter written;
   shared_counter released;
-  std::array<attachment, ATTACHMENTS> attachments;
+  std::array<fed_input, FED_INPUTS> inputs;
 };
 
-// The bytes of a stream's source, in the writer or in a reader.
 class input_relay::relayed_source final : public byte_source {
  public:
-  // No source: this process is a reader.
-  relayed_source(input_relay& relay, std::unique_ptr<byte_source> source,
-                 attachment& input)
+  relayed_source(input_relay& relay, std::uint64_t number)
       : relay_(relay),
-        source_(std::move(source)),
-        input_(input),
-        next_(input.begin) {}
-  ~relayed_source() override { leave(); }
+        number_(number),
+        input_(relay.input(number)),
+        next_(relay.place_) {}
+  ~relayed_source() override { relay_.leave(number_); }
 
-  // In a reader, the bytes are at their place already.
-  std::size_t read(std::span<std::uint8_t> room) override {
-    const std::size_t count = relay_.is_reader()
-                                  ? relay_.receive(input_, next_)
-                                  : relay_.produce(*source_, room, input_);
+  // The bytes are at their place already.
+  std::size_t read(std::span<std::uint8_t> /*room*/) override {
+    const std::size_t count = relay_.receive(input_, next_);
     next_ += count;
     if (count == 0) note_end();
     return count;
@@ -76,21 +64,14 @@ class input_relay::relayed_source final : public byte_source {
 
  private:
   void note_end() {
-    if (relay_.is_lost()) return;
     error_ = input_.error.data();
     truncated_ = input_.truncated;
     resource_error_ = input_.resource_error;
   }
-  void leave() {
-    if (relay_.is_reader() || input_.end != NOT_KNOWN) return;
-    input_.was_left = true;
-    input_.end = next_;
-    relay_.control_->written.advance();
-  }
 
   input_relay& relay_;
-  std::unique_ptr<byte_source> source_;
-  attachment& input_;
+  const std::uint64_t number_;
+  const fed_input& input_;
   // Where the next byte is, in bytes of all inputs.
   std::uint64_t next_;
 };
@@ -113,32 +94,22 @@ bool input_relay::make(std::size_t size, std::size_t readers,
   return true;
 }
 
-input_relay::attachment& input_relay::attachment_of(
-    std::uint64_t number) const {
-  return control_->attachments[number % ATTACHMENTS];
+input_relay::fed_input& input_relay::input(std::uint64_t number) const {
+  return control_->inputs[number % FED_INPUTS];
 }
 
 std::span<input_relay::reader_place> input_relay::readers() const {
   return {reinterpret_cast<reader_place*>(control_ + 1), reader_count_};
 }
 
-void input_relay::admit(std::size_t index) {
-  readers()[index].attached = attached_;
-  readers()[index].place = begin_;
-}
-
 void input_relay::dismiss(std::size_t index) {
-  readers()[index].place = NOWHERE;
-  readers()[index].attached = NOWHERE;
-}
-
-void input_relay::close() {
-  control_->is_closed = true;
-  control_->written.advance();
+  readers()[index].number = NOTHING;
+  readers()[index].place = NOTHING;
 }
 
 void input_relay::become_reader(std::size_t index) {
   reader_ = &readers()[index];
+  while_waiting_ = [] {};
 }
 
 // Waits, in the writer, until no reader is behind any more.
@@ -152,91 +123,95 @@ void input_relay::await_readers(
   }
 }
 
-// The writer's own window is in front of what is produced and short.
-void input_relay::await_room(std::size_t size) {
+// Readers that have left this input will say what they need of the next one.
+void input_relay::await_room(std::uint64_t number) {
   const std::uint64_t produced = control_->produced;
-  await_readers([this, produced, size](const reader_place& each) {
+  await_readers([=, this](const reader_place& each) {
     const std::uint64_t place = each.place;
-    return place != NOWHERE && produced + size > place + ring_.size();
+    return place != NOTHING && each.number <= number &&
+           produced + READ_SIZE > place + ring_.size();
   });
 }
 
-std::unique_ptr<byte_source> input_relay::attach(
-    std::unique_ptr<byte_source> source, std::uint64_t position) {
-  attachment& input = attachment_of(attached_);
-  if (is_reader()) {
-    if (!await_attachment(position)) return nullptr;
-  } else {
-    await_readers([this](const reader_place& each) {
-      const std::uint64_t attached = each.attached;
-      return attached != NOWHERE && attached + ATTACHMENTS <= attached_;
-    });
-    std::construct_at(&input);
-    input.position = position;
-    input.begin = control_->produced;
-  }
-  ++attached_;
-  begin_ = input.begin;
-  set_place();
-  return std::make_unique<relayed_source>(*this, std::move(source), input);
+bool input_relay::is_wanted(std::uint64_t number) const {
+  return std::ranges::any_of(readers(), [number](const reader_place& each) {
+    return each.number <= number;
+  });
 }
 
-// Tells the others where this process is.
-void input_relay::set_place() {
-  if (is_reader()) {
-    reader_->place = begin_;
-    reader_->attached = attached_;
-    control_->released.advance();
-  } else {
-    control_->attached = attached_;
-    control_->written.advance();
-  }
+bool input_relay::feed(byte_source& source) {
+  const std::uint64_t number = control_->begun;
+  await_readers([number](const reader_place& each) {
+    return each.number + FED_INPUTS <= number;
+  });
+  fed_input& fed = *std::construct_at(&input(number));
+  fed.begin = control_->produced;
+  control_->begun = number + 1;
+  do {
+    await_room(number);
+  } while (is_wanted(number) && feed_some(source, fed) > 0);
+  if (fed.end == NOT_KNOWN) fed.end = control_->produced.load();
+  control_->written.advance();
+  return std::ranges::any_of(readers(), [](const reader_place& each) {
+    return each.number != NOTHING;
+  });
 }
 
-bool input_relay::await_attachment(std::uint64_t position) {
-  for (;;) {
-    const std::uint32_t seen = control_->written.value();
-    if (control_->attached > attached_) break;
-    if (control_->is_closed) return false;
-    control_->written.wait(seen, LOOK_AROUND);
-  }
-  return attachment_of(attached_).position == position;
-}
-
-void input_relay::drop(std::size_t count) {
-  begin_ += count;
-  if (is_reader()) set_place();
-}
-
-std::size_t input_relay::produce(byte_source& source,
-                                 std::span<std::uint8_t> room,
-                                 attachment& input) {
-  if (input.end != NOT_KNOWN) return 0;
-  await_room(room.size());
-  const std::size_t count = source.read(room);
+std::size_t input_relay::feed_some(byte_source& source, fed_input& input) {
+  const std::uint64_t produced = control_->produced;
+  const std::size_t count =
+      source.read({ring_.data() + produced % ring_.size(), READ_SIZE});
   input.is_compressed = source.is_compressed();
   if (count == 0) {
     const std::string_view error = source.error();
     error.copy(input.error.data(), input.error.size() - 1);
     input.truncated = source.truncated();
     input.resource_error = source.resource_error();
-    input.end = control_->produced.load();
+    input.end = produced;
   }
-  control_->produced += count;
+  control_->produced = produced + count;
   control_->written.advance();
   return count;
 }
 
+std::unique_ptr<byte_source> input_relay::attach(std::uint64_t number,
+                                                 std::uint64_t position) {
+  if (reader_->number > number) return nullptr;
+  // What comes before is not needed: the writer is to go on.
+  reader_->number = number;
+  control_->released.advance();
+  for (;;) {
+    const std::uint32_t seen = control_->written.value();
+    if (control_->begun > number) break;
+    while_waiting_();
+    control_->written.wait(seen, LOOK_AROUND);
+  }
+  place_ = input(number).begin;
+  drop(position);
+  return std::make_unique<relayed_source>(*this, number);
+}
+
+void input_relay::leave(std::uint64_t number) {
+  reader_->number = number + 1;
+  control_->released.advance();
+}
+
+void input_relay::drop(std::uint64_t count) {
+  place_ += count;
+  reader_->place = place_;
+  control_->released.advance();
+}
+
 // What comes behind the end is of the next input.
-std::size_t input_relay::receive(const attachment& input, std::uint64_t seen) {
+std::size_t input_relay::receive(const fed_input& input,
+                                 std::uint64_t seen) const {
   for (;;) {
     const std::uint32_t written = control_->written.value();
-    const std::uint64_t produced = control_->produced;
     const std::uint64_t end = input.end;
-    const std::uint64_t there = std::min(produced, end);
+    const std::uint64_t there = std::min(control_->produced.load(), end);
     if (there > seen) return std::min<std::uint64_t>(there - seen, PORTION);
-    is_lost_ = end == NOT_KNOWN ? control_->is_closed.load() : input.was_left;
-    if (end != NOT_KNOWN || is_lost_) return 0;
+    if (end != NOT_KNOWN) return 0;
+    while_waiting_();
     control_->written.wait(written, LOOK_AROUND);
   }
 }

@@ -14,7 +14,7 @@ namespace {
 
 // One read from the source: enough for calls of the system to cost little, and
 // little enough to stay in a processor's second cache.
-constexpr std::size_t READ_SIZE = std::size_t{256} * 1024;
+constexpr std::size_t READ_SIZE = input_relay::READ_SIZE;
 static_assert(READ_SIZE + input_stream::MAX_PEEK <= input_relay::LEAST_SIZE);
 constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // All files are opened for their headers before one is read on, so that much of
@@ -31,6 +31,29 @@ class unreachable_source final : public byte_source {
   explicit unreachable_source(int code) { error_ = std::strerror(code); }
   std::size_t read(std::span<std::uint8_t> /*room*/) override { return 0; }
   bool is_compressed() const override { return false; }
+};
+
+// A plain file whose descriptor other processes read, too.
+class apart_source final : public byte_source {
+ public:
+  apart_source(int descriptor, std::uint64_t place)
+      : descriptor_(descriptor), place_(place) {}
+  std::size_t read(std::span<std::uint8_t> room) override {
+    ssize_t count = 0;
+    do {
+      count = pread(descriptor_, room.data(), room.size(),
+                    static_cast<off_t>(place_));
+    } while (count < 0 && errno == EINTR);
+    if (count < 0) error_ = std::strerror(errno);
+    if (count <= 0) return 0;
+    place_ += static_cast<std::uint64_t>(count);
+    return static_cast<std::size_t>(count);
+  }
+  bool is_compressed() const override { return false; }
+
+ private:
+  const int descriptor_;
+  std::uint64_t place_;
 };
 
 }  // namespace
@@ -80,6 +103,10 @@ void input_stream::take_care(growth_watch* growth, bool passes_over_damage) {
 std::unique_ptr<byte_source> input_stream::make_source() {
   const bool is_careful = growth_ != nullptr || passes_over_damage_;
   is_head_ = regular_ && !is_careful && resume_at_ == 0;
+  if (reads_apart_) {
+    delivered_ = resume_at_;
+    return std::make_unique<apart_source>(descriptor_, resume_at_);
+  }
   if (regular_ && !is_careful) {
     is_plain_ = is_plain_ || is_plain_file();
     if (!is_plain_) {
@@ -103,31 +130,24 @@ std::unique_ptr<byte_source> input_stream::make_source() {
 
 // Makes window and source; after a pause, passes over what was taken before it.
 bool input_stream::ready() {
-  if (relay_ != nullptr) return source_ || attach();
-  if (!have_window()) return false;
   if (source_) return true;
+  if (relay_ != nullptr) {
+    attach();
+    return true;
+  }
+  if (!have_window()) return false;
   source_ = make_source();
   pass_over(resume_at_);
   return true;
 }
 
-// Has the relay deliver what comes next; only its writer needs a source.
-bool input_stream::attach() {
-  std::unique_ptr<byte_source> source;
-  if (relay_->is_reader()) {
-    delivered_ = resume_at_;
-  } else {
-    if (!have_window()) return false;
-    source_ = make_source();
-    is_head_ = false;
-    pass_over(resume_at_);
-    window_.reset();
-    source = std::move(source_);
-  }
-  source_ = relay_->attach(std::move(source), resume_at_);
-  if (!source_) return go_on_alone();
+// Has the relay deliver what comes next.
+void input_stream::attach() {
+  source_ = relay_->attach(relay_number_, resume_at_);
+  if (!source_) source_ = std::make_unique<unreachable_source>(ESPIPE);
+  is_head_ = false;
+  delivered_ = resume_at_;
   view_ = relay_->window();
-  return true;
 }
 
 bool input_stream::have_window() {
@@ -175,14 +195,6 @@ void input_stream::note_end() {
   resource_error_ = source_->resource_error();
 }
 
-// As read_on(), by itself if the relay cannot; then what was not taken is read
-// once more. False at the end.
-bool input_stream::read_more() {
-  if (read_on() > 0) return true;
-  const bool is_lost = relay_ != nullptr && relay_->is_lost();
-  return is_lost && go_on_alone() && read_on() > 0;
-}
-
 // Lets the window begin with what has not been taken.
 void input_stream::drop_taken() {
   if (relay_ != nullptr) {
@@ -200,7 +212,7 @@ bool input_stream::gather(std::size_t count) {
   if (!ready()) return false;
   drop_taken();
   while (end_ < count) {
-    if (!read_more()) {
+    if (read_on() == 0) {
       note_end();
       return false;
     }
@@ -252,7 +264,7 @@ void input_stream::verify_rest() {
   while (has_more) {
     next_ = end_;
     drop_taken();
-    has_more = read_more();
+    has_more = read_on() > 0;
     if (has_more && refilled_) refilled_();
   }
   note_end();
@@ -299,22 +311,18 @@ bool input_stream::go_to(std::uint64_t position) {
   return true;
 }
 
-void input_stream::share(input_relay* relay) {
+bool input_stream::share(input_relay& relay, std::uint64_t number) {
   suspend();
-  relay_ = relay;
+  reads_apart_ = is_plain_file();
+  if (reads_apart_) return false;
+  relay_ = &relay;
+  relay_number_ = number;
+  return true;
 }
 
-// In a reader that the writer has left alone. The offset of the descriptor is
-// the writer's.
-bool input_stream::go_on_alone() {
-  share(nullptr);
-  const std::string name = "/proc/self/fd/" + std::to_string(descriptor_);
-  const int own = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  const bool renewed =
-      own >= 0 && dup3(own, descriptor_, O_CLOEXEC) == descriptor_;
-  if (!renewed) resource_error_ = errno;
-  if (own >= 0) ::close(own);
-  return renewed && ready();
+bool input_stream::feed(input_relay& relay) const {
+  gz_source source(descriptor_, BUFFER_SIZE);
+  return relay.feed(source);
 }
 
 void input_stream::suspend() {

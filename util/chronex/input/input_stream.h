@@ -110,9 +110,13 @@ class input_stream {
   // finds that out at the next take().
   [[nodiscard]] bool go_to(std::uint64_t position);
 
-  // From now on, reads through `relay`, the caller's; null: by itself. Regular
-  // files without growth only.
-  void share(input_relay* relay);
+  // The file is to be read by several processes that are made after this.
+  // Regular files without growth only. A compressed one becomes input `number`
+  // of `relay`, the caller's, and another process has to feed it to that.
+  // False when the file is plain: each process reads it by itself.
+  [[nodiscard]] bool share(input_relay& relay, std::uint64_t number);
+  // In that process: hands on the whole file. What the relay's feed() returns.
+  bool feed(input_relay& relay) const;
 
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.
@@ -129,9 +133,7 @@ class input_stream {
   [[nodiscard]] bool is_plain_file() const;
   std::unique_ptr<byte_source> make_source();
   [[nodiscard]] bool have_window();
-  [[nodiscard]] bool attach();
-  [[nodiscard]] bool go_on_alone();
-  bool read_more();
+  void attach();
   void drop_taken();
   bool gather(std::size_t count);
   bool fill(std::size_t count);
@@ -150,6 +152,9 @@ class input_stream {
   bool is_head_ = false;
   // Null: the window is this stream's own.
   input_relay* relay_ = nullptr;
+  std::uint64_t relay_number_ = 0;
+  // The place of the descriptor is not this process's alone.
+  bool reads_apart_ = false;
   owned_bytes window_;
   // Where the window begins.
   std::uint8_t* view_ = nullptr;

@@ -48,16 +48,18 @@ int trail::write_prerequisites(const image_operation& operation) {
 
 int trail::write_image_op(const image_operation& operation) {
   if (f_skip_action || !operation.node.set) return 0;
-  const event_selection selection =
-      filter_.select_event({.session = &operation.session,
-                            .node = &operation.node,
-                            .timestamp = operation.timestamp,
-                            .operation = audit_op_of(operation.op),
-                            .record_number = operation.recno,
-                            .before_image = operation.before,
-                            .after_image = operation.after});
-  if (selection == event_selection::failed) return tell_filter_failure();
-  if (selection == event_selection::rejected) return 0;
+  if (filter_.has_filter_expr()) {
+    const event_selection selection =
+        filter_.select_event({.session = &operation.session,
+                              .node = &operation.node,
+                              .timestamp = operation.timestamp,
+                              .operation = audit_op_of(operation.op),
+                              .record_number = operation.recno,
+                              .before_image = operation.before,
+                              .after_image = operation.after});
+    if (selection == event_selection::failed) return tell_filter_failure();
+    if (selection == event_selection::rejected) return 0;
+  }
   if (write_prerequisites(operation) != 0) return -1;
   for (trail_output* output : outputs()) {
     if (output->operation(operation, place) != 0) return -1;

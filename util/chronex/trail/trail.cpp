@@ -4,7 +4,6 @@
 #include <cassert>
 #include <utility>
 
-#include "util/chronex/input/input_file.h"
 #include "util/chronex/messages/run_failed.h"
 
 void trail::add_output(trail_output& output) {
@@ -62,6 +61,7 @@ session_entry* trail::assume_session(std::int32_t session_id) {
 
 int trail::file_begins(const input_file& file) {
   place = {.file = &file};
+  watched_from = 0;
   for (trail_output* output : outputs()) {
     if (output->file_begins(file) != 0) return -1;
   }

@@ -23,6 +23,7 @@
 #include "common/owned_bytes.h"
 #include "util/chronex/filter/filter.h"
 #include "util/chronex/filter/name_check.h"
+#include "util/chronex/input/input_file.h"
 #include "util/chronex/messages/messages.h"
 #include "util/chronex/tables/image_record.h"
 #include "util/chronex/tables/node.h"
@@ -80,8 +81,13 @@ class trail {
   // An action or record has been dealt with, whatever came of it. The outputs
   // are told only while someone watches them.
   bool watched = false;
+  // Before this place of the present input there is nothing to be seen; 0 when
+  // an input begins.
+  std::uint64_t watched_from = 0;
   void action_done() {
-    if (watched) tell_action_done();
+    if (watched && place.file->stream.position() >= watched_from) {
+      tell_action_done();
+    }
   }
 
   // Register sessions and nodes in the tables, as these do, with the character

@@ -1,20 +1,21 @@
 // chronex-trail json --jobs: pieces of the trail side by side.
 //
-// This process reads the inputs and goes over them without writing anything,
-// which takes an eighth of the time, and knows at each border of a piece all
-// that the run knows there. There it divides: the copy writes the events of the
-// piece that begins, out of the bytes that this one reads on its way to the
-// next border. A piece ends between two actions, where the same measure says so
-// to both.
+// Each job goes over all inputs and knows at each border of a piece all that
+// the run knows there. It writes the events of the pieces that it claims, and
+// counts those of the others, which takes a small part of the time. A piece
+// ends between two actions, where the same measure says so to all. This process
+// decompresses what is compressed, once for all jobs.
 
 #include "util/chronex_trail/commands/json_with_jobs.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
-#include <optional>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "util/chronex/messages/run_failed.h"
 #include "util/chronex_trail/files/result_file.h"
@@ -25,189 +26,234 @@
 
 namespace {
 
+constexpr std::size_t KIB = 1024;
+
 // What is set for tests, which have small logs.
 std::size_t size_of(const char* variable, std::size_t default_size) {
   const char* const size = std::getenv(variable);
   return size != nullptr ? std::strtoull(size, nullptr, 10) : default_size;
 }
 
-// Bytes of input, decompressed, that make a piece.
-std::size_t piece_size() {
-  return size_of("CHRONEX_PIECE_SIZE", std::size_t{4} << 20);
+// Bytes of input, decompressed, that make a piece. Small pieces stay in the
+// processor's caches until they are written; but each of a compressed output
+// ends with a member that is not full.
+std::size_t piece_size(const shared_options& options) {
+  return size_of("CHRONEX_PIECE_SIZE",
+                 options.output.ends_with(".gz") ? 4096 * KIB : 512 * KIB);
 }
 
-// Bytes of the ring of inputs: a piece for each job, and one in which to go
-// ahead of them.
-std::size_t ring_size(std::size_t piece, std::size_t jobs) {
-  constexpr std::size_t LARGEST = std::size_t{64} << 20;
-  return size_of("CHRONEX_RING_SIZE", std::min(LARGEST, piece) * (jobs + 1));
+// Bytes of the ring of compressed inputs: far enough ahead for the jobs not to
+// wait for what takes its time.
+std::size_t ring_size(std::size_t jobs) {
+  return size_of("CHRONEX_RING_SIZE", 4096 * KIB * (jobs + 2));
 }
 
-// Bytes that wait for the turn of a job: what most pieces make.
+// Bytes that wait for the turn of a job: more than most pieces make.
 std::size_t room_size(std::size_t piece) {
-  constexpr std::size_t FACTOR = 4;
-  constexpr std::size_t LARGEST = std::size_t{64} << 20;
-  return std::clamp(FACTOR * piece, std::size_t{1}, LARGEST);
+  constexpr std::size_t FACTOR = 8;
+  return std::clamp(FACTOR * piece, std::size_t{1}, 16 * 1024 * KIB);
 }
 
-// Measures a piece as it is read.
+// Measures pieces as they are read.
 class piece_measure {
  public:
   explicit piece_measure(std::uint64_t size) : size_(size) {}
 
-  // To be asked behind every action: whether the piece ends there.
-  bool is_full(const input_file& file) {
-    const std::uint64_t position = file.stream.position();
+  // The piece ends behind the first action that reaches this place of the file
+  // that is being read.
+  std::uint64_t end_in(const input_file& file) {
     if (&file != file_) {
-      before_ += last_ - begin_;
+      if (file_ != nullptr) before_ += file_->stream.position() - begin_;
       file_ = &file;
       begin_ = 0;
     }
-    last_ = position;
-    return before_ + last_ - begin_ >= size_;
+    return begin_ + size_ - std::min(size_, before_);
   }
-  // The next piece begins here.
-  void begin() {
+  // The next piece begins at this place of the same file.
+  void begin(std::uint64_t place) {
     before_ = 0;
-    begin_ = last_;
+    begin_ = place;
   }
 
  private:
   std::uint64_t size_;
   const input_file* file_ = nullptr;
   std::uint64_t begin_ = 0;
-  std::uint64_t last_ = 0;
   // Bytes of the files before.
   std::uint64_t before_ = 0;
 };
 
-// Of a job, in its process: writes events until the piece ends.
-class piece_output final : public json_output {
+// The trail as one of the jobs makes it.
+class json_job {
  public:
-  piece_output(trail_run& run, job_pool& pool, const job_identity& job,
-               result_file& file, const piece_measure& measure)
-      : json_output(run.messages, file, &run.item_names),
-        run_(run),
-        turns_(pool.turns()),
-        number_(job.number),
-        file_(file),
-        sink_(
-            turns_, job.place, job.number,
-            [&pool, place = job.place] { pool.tell_messages(place); },
-            [&file](std::string_view bytes) { return file.write_now(bytes); }),
-        measure_(measure) {
-    file_.divert(sink_);
-    if (number_ > 0) file_.go_on_behind_parts();
-  }
-
-  void action_done() override {
-    if (measure_.is_full(*run_.events.place.file)) leave(job_end::border);
-  }
-  // All that is held in this process is a copy of what another holds.
-  [[noreturn]] void leave(job_end end) {
-    if (let_out() != 0 || sink_.take_turn() != 0) end = job_end::failed;
-    if (end == job_end::border) turns_.pass_on(number_);
-    _exit(static_cast<int>(end));
-  }
-
- private:
-  trail_run& run_;
-  job_turns& turns_;
-  std::uint32_t number_;
-  result_file& file_;
-  turn_sink sink_;
-  piece_measure measure_;
-};
-
-class json_jobs {
- public:
-  json_jobs(trail_run& run, const shared_options& options, result_file& file)
+  json_job(trail_run& run, job_pool& pool, result_file& file, std::size_t piece)
       : run_(run),
-        file_(file),
-        jobs_(static_cast<std::size_t>(options.jobs)),
-        pool_(jobs_, run.messages),
-        scout_(*this) {}
-  ~json_jobs() { share_inputs(nullptr); }
-  json_jobs(const json_jobs&) = delete;
-  json_jobs& operator=(const json_jobs&) = delete;
+        pool_(pool),
+        voice_(pool, file),
+        sink_(pool.turns(), voice_, room_size(piece)),
+        measure_(piece),
+        counter_(*this),
+        writer_(*this, file) {
+    file.divert(sink_);
+  }
+  json_job(const json_job&) = delete;
+  json_job& operator=(const json_job&) = delete;
 
-  // Returns the exit status.
-  int make();
+  // In the process of the job.
+  [[noreturn]] void work();
 
  private:
-  // Goes ahead of the jobs.
-  class scout : public event_counter {
+  // Of the pieces of others.
+  class counting_output final : public event_counter {
    public:
-    explicit scout(json_jobs& jobs) : jobs_(jobs) {}
-    void action_done() override { jobs_.look_for_border(); }
+    explicit counting_output(json_job& job) : job_(job) {}
+    void action_done() override { job_.look_for_border(); }
 
    private:
-    json_jobs& jobs_;
+    json_job& job_;
+  };
+  class writing_output final : public json_output {
+   public:
+    writing_output(json_job& job, result_file& file)
+        : json_output(job.run_.messages, file, &job.run_.item_names),
+          job_(job) {}
+    void action_done() override { job_.look_for_border(); }
+
+   private:
+    json_job& job_;
   };
 
-  void share_inputs(input_relay* relay);
+  // Writes to a file, and tells messages, as the pool does.
+  class job_voice final : public turn_voice {
+   public:
+    job_voice(job_pool& pool, result_file& file) : pool_(pool), file_(file) {}
+    std::string take_messages() override { return pool_.take_messages(); }
+    void begin_turn(std::string_view messages) override {
+      pool_.tell_messages(messages);
+    }
+    void begin_turn() override { pool_.tell_messages(pool_.take_messages()); }
+    void end_turn() override { pool_.keep_messages(); }
+    int write_now(std::string_view bytes) override {
+      return file_.write_now(bytes);
+    }
+
+   private:
+    job_pool& pool_;
+    result_file& file_;
+  };
+
   void look_for_border();
-  void start_piece();
-  void take_over(const job_identity& job);
+  void pass_border();
+  void begin_piece();
+  void end_piece();
   [[noreturn]] void leave(int status);
 
   trail_run& run_;
-  result_file& file_;
-  std::size_t jobs_;
-  job_pool pool_;
-  scout scout_;
-  std::size_t piece_size_ = piece_size();
-  piece_measure measure_{piece_size_};
-  // That of a job, in its process.
-  std::unique_ptr<piece_output> output_;
+  job_pool& pool_;
+  job_voice voice_;
+  turn_sink sink_;
+  piece_measure measure_;
+  counting_output counter_;
+  writing_output writer_;
+  std::uint32_t piece_ = 0;
+  // Among the pieces, the one that this job makes next, or now.
+  std::uint32_t claimed_ = 0;
 };
 
-void json_jobs::share_inputs(input_relay* relay) {
-  for (const std::unique_ptr<input_file>& file : run_.inputs.files()) {
-    file->stream.share(relay);
-  }
-}
-
-void json_jobs::look_for_border() {
-  if (!measure_.is_full(*run_.events.place.file)) return;
-  measure_.begin();
-  start_piece();
-}
-
-void json_jobs::start_piece() {
-  if (const auto job = pool_.start()) take_over(*job);
-}
-
-// This is the process of a job now.
-void json_jobs::take_over(const job_identity& job) {
-  output_ = std::make_unique<piece_output>(run_, pool_, job, file_, measure_);
-  state_writer counters;
-  scout_.save(counters);
-  state_reader reader(counters.written());
-  static_cast<void>(output_->restore(reader));
-  run_.events.replace_output(scout_, *output_);
-}
-
-void json_jobs::leave(int status) {
-  if (!output_ || output_->end(status) != 0) {
-    status = static_cast<int>(job_end::failed);
-  }
-  const job_end end = status == 0 ? job_end::whole : job_end::failed;
-  if (output_) output_->leave(end);
-  _exit(static_cast<int>(end));
-}
-
-int json_jobs::make() {
+void json_job::work() {
   run_.events.watched = true;
-  // The jobs are elsewhere than this process.
+  // The jobs are elsewhere than the others.
   run_.progress = progress_mode::never;
-  run_.events.add_output(scout_);
-  pool_.open(ring_size(piece_size_, jobs_), room_size(piece_size_));
-  share_inputs(&pool_.relay());
-  start_piece();
-  const int status = process_inputs(run_);
-  if (pool_.is_job()) leave(status);
-  return pool_.finish();
+  run_.events.add_output(counter_);
+  claimed_ = pool_.turns().claim();
+  if (claimed_ == piece_) begin_piece();
+  // Others may have to wait for what this one has made.
+  pool_.relay().set_while_waiting([this] { sink_.write_due(); });
+  leave(process_inputs(run_));
+}
+
+void json_job::look_for_border() {
+  const input_file& file = *run_.events.place.file;
+  if (file.stream.position() >= measure_.end_in(file)) {
+    measure_.begin(file.stream.position());
+    pass_border();
+  }
+  run_.events.watched_from = measure_.end_in(file);
+}
+
+void json_job::pass_border() {
+  if (piece_ == claimed_) {
+    end_piece();
+  } else if (sink_.write_due() != 0) {
+    leave(EXIT_ERROR);
+  }
+  ++piece_;
+  if (piece_ == claimed_) begin_piece();
+}
+
+// Has one output go on behind the other.
+template <typename Old, typename New>
+void replace_output(trail& events, Old& old, New& output) {
+  state_writer counters;
+  old.save(counters);
+  state_reader reader(counters.written());
+  static_cast<void>(output.restore(reader));
+  events.replace_output(old, output);
+}
+
+void json_job::begin_piece() {
+  pool_.drop_messages();
+  sink_.begin_part(piece_);
+  replace_output(run_.events, counter_, writer_);
+}
+
+void json_job::end_piece() {
+  if (writer_.let_out() != 0 || sink_.end_part() != 0) leave(EXIT_ERROR);
+  replace_output(run_.events, writer_, counter_);
+  claimed_ = pool_.turns().claim();
+}
+
+// All that is held in this process is a copy of what another holds.
+void json_job::leave(int status) {
+  if (piece_ != claimed_) {
+    pool_.turns().give_up(claimed_);
+    const bool is_written = sink_.write_ended() == 0;
+    _exit(static_cast<int>(is_written ? job_end::idle : job_end::failed));
+  }
+  if (writer_.end(status) != 0 || writer_.let_out() != 0 ||
+      sink_.take_turn() != 0) {
+    status = EXIT_ERROR;
+  }
+  _exit(static_cast<int>(status == 0 ? job_end::whole : job_end::failed));
+}
+
+// Makes the inputs known to the relay as far as it is needed. Returns those, in
+// their order.
+std::vector<const input_file*> share_inputs(trail_run& run,
+                                            input_relay& relay) {
+  std::vector<const input_file*> relayed;
+  for (const std::unique_ptr<input_file>& file : run.inputs.files()) {
+    if (file->stream.share(relay, relayed.size()))
+      relayed.push_back(file.get());
+  }
+  return relayed;
+}
+
+// Returns the exit status.
+int make_trail(trail_run& run, const shared_options& options,
+               result_file& file) {
+  const auto jobs = static_cast<std::size_t>(options.jobs);
+  job_pool pool(jobs, run.messages);
+  pool.open(ring_size(jobs));
+  const std::vector<const input_file*> relayed =
+      share_inputs(run, pool.relay());
+  const auto job =
+      std::make_unique<json_job>(run, pool, file, piece_size(options));
+  if (pool.start()) job->work();
+  for (const input_file* const each : relayed) {
+    if (!each->stream.feed(pool.relay())) break;
+  }
+  return pool.finish();
 }
 
 }  // namespace
@@ -226,7 +272,7 @@ int json_with_jobs(trail_run& run, const shared_options& options) {
   }
   int status = EXIT_ERROR;
   try {
-    status = json_jobs(run, options, file).make();
+    status = make_trail(run, options, file);
     file.go_on_behind_parts();
   } catch (const run_failed&) {
     // The message has been printed.

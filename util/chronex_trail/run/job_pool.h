@@ -2,104 +2,81 @@
 #define CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_POOL_H
 
 // Processes that make the parts of an output side by side, each a copy of this
-// one at the moment when its part begins.
+// one at the moment when they begin.
 //
-// They read what this process reads, through a relay, and write in the order in
-// which they were started, each in its turn. So do they tell their messages.
+// Each goes over all inputs and makes the parts that it claims. They write in
+// the order of the parts, each in its turn, and so do they tell their messages.
 
 #include <sys/types.h>
 
 #include <cstddef>
-#include <cstdint>
-#include <deque>
-#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "util/chronex/input/input_relay.h"
 #include "util/chronex/messages/messages.h"
+#include "util/chronex_trail/run/job_end.h"
 #include "util/chronex_trail/run/job_turns.h"
-
-// How a job ends.
-enum class job_end : int {
-  // With the run, whose exit status is 0 or 1.
-  whole = 0,
-  failed = 1,
-  // Where another job goes on.
-  border = 3,
-};
-
-// A job, in its own process.
-struct job_identity {
-  // Of all, from 0 on.
-  std::uint32_t number;
-  // Among those that there are at a time.
-  std::size_t place;
-};
 
 class job_pool {
  public:
   job_pool(std::size_t jobs, run_messages& messages)
-      : places_(jobs), messages_(messages) {}
+      : jobs_(jobs), messages_(messages) {}
   ~job_pool();
   job_pool(const job_pool&) = delete;
   job_pool& operator=(const job_pool&) = delete;
 
-  // Makes what the jobs have in common: a relay whose ring has `input` bytes,
-  // and room for `output` bytes a job. What is told on standard error from then
-  // on is told by jobs. Throws run_failed.
-  void open(std::size_t input, std::size_t output);
+  // Makes what the jobs have in common; the relay's ring has `input` bytes.
+  // Throws run_failed.
+  void open(std::size_t input);
 
   input_relay& relay() { return relay_; }
   job_turns& turns() { return turns_; }
 
-  // Starts a job, once not all are busy. Returns which it is, in its own
-  // process; nothing in this one. Throws run_failed, also when an earlier job
-  // has failed.
-  std::optional<job_identity> start();
-  // Whether this is the process of a job.
-  bool is_job() const { return is_job_; }
+  // Starts the jobs. True in the process of each of them. Throws run_failed.
+  bool start();
 
-  // In a job whose turn has come: tells what it had to tell.
-  void tell_messages(std::size_t place) const;
+  // Of a job, whose standard error is kept until the turn of its part has come.
+
+  // Drops what was kept.
+  void drop_messages() const;
+  // Returns and drops what was kept.
+  std::string take_messages() const;
+  // Tells messages, and what comes from now on at once.
+  void tell_messages(std::string_view messages) const;
+  // Keeps what comes from now on.
+  void keep_messages() const;
 
   // Waits for all jobs. Returns the exit status of the whole.
   int finish();
 
  private:
-  // One of the jobs that there are at a time.
-  struct job_place {
-    bool is_taken = false;
-    // A file without a name.
-    int messages = -1;
-  };
   struct job {
     pid_t process;
-    std::size_t place;
     bool is_running = true;
-    // Of the system.
-    int status = 0;
   };
 
-  std::size_t take_place();
-  void begin_job(const job_identity& mine, pid_t parent);
+  bool start_job(std::size_t index, pid_t parent);
+  void begin_job(std::size_t index, pid_t parent);
+  bool is_running() const;
   void await_one(int options);
-  void hand_on();
-  void end_with(const job& last);
-  void drop_rest();
+  void take_end(int status);
+  void end_with_signal(int number);
+  void stop();
   [[noreturn]] void fail(const char* what);
 
-  std::vector<job_place> places_;
+  const std::size_t jobs_;
   run_messages& messages_;
   input_relay relay_;
   job_turns turns_;
-  // Standard error as it was.
+  // Empty in a job.
+  std::vector<job> running_;
+  // In a job: standard error as it was, and a file without a name.
   int standard_error_ = -1;
-  // In the order of their parts; those whose parts are there are gone.
-  std::deque<job> pending_;
-  std::uint32_t started_ = 0;
-  bool is_job_ = false;
-  // The end of the last job whose part is there.
-  job_end end_ = job_end::border;
+  int kept_messages_ = -1;
+  // That of the job that has ended the whole.
+  job_end end_ = job_end::idle;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_POOL_H

@@ -1,15 +1,18 @@
 #ifndef CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_TURNS_H
 #define CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_TURNS_H
 
-// Whose turn it is to write, of processes that make the parts of one output in
-// order; and where what they make waits for their turn.
+// Which process makes which part of an output, and whose turn it is to write.
 //
-// A job whose turn it is writes straight to the output. Of the others each has
-// some room in shared memory, and waits when that is full.
+// The parts have numbers, from 0 on. Each is made by the job that claims it,
+// which writes straight to the output while it is the part's turn. What it
+// makes before waits in the job's memory, while the job goes on with the next
+// part that it claims; the job waits when there is no more room for it.
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <string>
 #include <string_view>
 
 #include "common/shared_memory.h"
@@ -17,55 +20,90 @@
 
 class job_turns {
  public:
-  // Makes room of `room` bytes for so many jobs at a time. The first turn is
-  // that of job 0. False with errno on failure.
-  [[nodiscard]] bool make(std::size_t jobs, std::size_t room);
+  // False with errno on failure. The first turn is that of part 0.
+  [[nodiscard]] bool make();
 
-  bool is_turn_of(std::uint32_t number) const;
+  // The next part that nobody makes yet is the caller's.
+  std::uint32_t claim();
+  // The caller does not make the part that it has claimed, because none of that
+  // number is to come.
+  void give_up(std::uint32_t part);
+
+  bool is_turn_of(std::uint32_t part) const;
   // Waits for it; false when it will never come.
-  [[nodiscard]] bool await_turn_of(std::uint32_t number) const;
-  // The job is done.
-  void pass_on(std::uint32_t number);
-  // Nobody is to write any more.
-  void stop();
+  [[nodiscard]] bool await_turn_of(std::uint32_t part) const;
+  // The part is written.
+  void pass_on(std::uint32_t part);
 
  private:
-  friend class turn_sink;
   struct control_block;
 
   shared_memory shared_;
-  shared_memory rooms_;
-  std::size_t room_size_ = 0;
   control_block* control_ = nullptr;
+};
+
+// What a job that writes has to do with its process.
+class turn_voice {
+ public:
+  turn_voice() = default;
+  turn_voice(const turn_voice&) = delete;
+  turn_voice& operator=(const turn_voice&) = delete;
+  virtual ~turn_voice() = default;
+
+  // The messages that were kept of the part that ends; they are kept no longer.
+  virtual std::string take_messages() = 0;
+  // It is the turn of the part that has these messages, or whose messages are
+  // those that are kept: what is told from now on is told at once.
+  virtual void begin_turn(std::string_view messages) = 0;
+  virtual void begin_turn() = 0;
+  // Messages are kept again.
+  virtual void end_turn() = 0;
+  // Writes to the output. Returns 0 or -1 as byte_sink::write() does.
+  virtual int write_now(std::string_view bytes) = 0;
 };
 
 // The output of a job, in its process.
 class turn_sink : public byte_sink {
  public:
-  // The job is `number` of all, and `place` of those that there are at a time.
-  // `begin` is called when its turn has come, and `write_now` writes to the
-  // output then; it returns 0 or -1 as write() does.
-  turn_sink(job_turns& turns, std::size_t place, std::uint32_t number,
-            std::function<void()> begin,
-            std::function<int(std::string_view)> write_now);
+  // Both are the caller's. Up to `room` bytes wait for their turn.
+  turn_sink(job_turns& turns, turn_voice& voice, std::size_t room);
 
+  // What comes is of this part from now on, up to end_part().
+  void begin_part(std::uint32_t number);
   int write(std::string_view bytes) override;
-  // Waits for the job's turn and writes what has been collected. Returns 0, or
-  // -1 after a failed write. Does not return when the turn will never come.
+  // Returns 0, or -1 after a failed write.
+  int end_part();
+
+  // Writes the parts that have ended and whose turn has come. To be called now
+  // and then while nothing is written. Returns as end_part().
+  int write_due();
+  // Waits for the turns of all parts that have ended, and writes them. Returns
+  // as end_part(). Does not return when a turn will never come.
+  int write_ended();
+  // The same, and for that of the present part.
   int take_turn();
 
  private:
-  void collect(std::string_view bytes);
+  struct ended_part {
+    std::uint32_t number;
+    std::size_t size;
+    std::string messages;
+  };
+
+  int write_first();
+  void await_turn_of(std::uint32_t part) const;
 
   job_turns& turns_;
-  const std::size_t begin_of_room_;
-  // The room is ready to be written to up to here.
-  std::size_t prepared_;
-  const std::uint32_t number_;
-  const std::function<void()> begin_;
-  const std::function<int(std::string_view)> write_now_;
+  turn_voice& voice_;
+  const std::size_t room_;
+  std::uint32_t number_ = 0;
   bool has_turn_ = false;
-  std::size_t used_ = 0;
+  bool failed_ = false;
+  std::deque<ended_part> ended_;
+  // The bytes of these and of the present part, and how many have been written.
+  std::string collected_;
+  std::size_t written_ = 0;
+  std::size_t part_begin_ = 0;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_TURNS_H
