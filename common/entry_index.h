@@ -93,11 +93,11 @@ class entry_index {
     }
   }
 
-  // Takes every value out for which `matches` holds.
+  // Takes every value out for which `matches(key, value)` holds.
   template <typename Matches>
   void remove_if(Matches matches) {
     for (std::size_t at = 0; at < slots_.size();) {
-      if (is_free(at) || !matches(slots_[at].value)) {
+      if (is_free(at) || !matches(slots_[at].key, slots_[at].value)) {
         ++at;
       } else {
         // Another entry may come to stand here.
@@ -113,6 +113,7 @@ class entry_index {
   };
 
   static constexpr std::size_t LINE = CACHE_LINE / sizeof(slot);
+  static_assert(CACHE_LINE % sizeof(slot) == 0);
   static constexpr std::size_t INITIAL_SLOTS = 32 * LINE;
   static constexpr std::size_t LEAST_SLOTS_PER_ENTRY = 2;
   // Where two lines of keys want the same line, each key of the second finds

@@ -8,8 +8,12 @@
 #include "common/id_index.h"
 #include "common/slab.h"
 
-// Entries are the table's and stay where they are until they are removed.
-template <typename Entry>
+struct no_brief {};
+
+// Entries are the table's and stay where they are until they are removed. Of
+// each the table can keep something in brief that is found without a look at
+// the entry.
+template <typename Entry, typename Brief = no_brief>
 class id_table {
  public:
   id_table() = default;
@@ -20,16 +24,27 @@ class id_table {
   }
 
   // Returns the entry of an id, or null.
-  Entry* find(std::int32_t id) const {
-    const std::uint32_t number = index_.find(key_of(id));
-    return number == 0 ? nullptr : &entries_[number];
+  Entry* find(std::int32_t id) const { return entry_at(locate(id)); }
+
+  // The same in two steps: what the table has of an id, and the entry that is
+  // there, or null.
+  id_place<Brief> locate(std::int32_t id) const {
+    return index_.find(key_of(id));
+  }
+  Entry* entry_at(const id_place<Brief>& place) const {
+    return place.number == 0 ? nullptr : &entries_[place.number];
+  }
+
+  // Changes what is kept of an entry in brief.
+  void set_brief(std::int32_t id, Brief brief) {
+    index_.set_brief(key_of(id), brief);
   }
 
   // Makes the entry of an id that has none; null without memory.
   Entry* add(std::int32_t id) {
     const std::uint32_t number = entries_.make();
     if (number == 0) return nullptr;
-    if (index_.insert(key_of(id), number)) return &entries_[number];
+    if (index_.insert(key_of(id), {number})) return &entries_[number];
     entries_.release(number);
     return nullptr;
   }
@@ -56,7 +71,7 @@ class id_table {
     return static_cast<std::uint32_t>(id);
   }
 
-  id_index index_;
+  id_index<Brief> index_;
   slab<Entry> entries_;
 };
 

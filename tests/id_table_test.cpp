@@ -15,13 +15,25 @@ struct entry {
   bool goes = false;
 };
 
+// Unless it is told, the table keeps none.
+struct mark {
+  std::int32_t number = -1;
+  std::int32_t twice = -2;
+};
+
+using marked_table = id_table<entry, mark>;
+
 // The ids of a table: what logs have, what hash tables dislike, and noise.
 std::vector<std::int32_t> ids_of(int pattern, std::int32_t count) {
   std::mt19937 random(7);
   std::vector<std::int32_t> ids;
   for (std::int32_t i = 0; i < count; ++i) {
-    const std::int32_t values[] = {i + 1, -i, i * 8, i << 16U,
-                                   static_cast<std::int32_t>(random())};
+    const std::int32_t values[] = {i + 1,
+                                   -i,
+                                   i * 8,
+                                   i << 16U,
+                                   static_cast<std::int32_t>(random()),
+                                   i % 50 == 0 ? i << 16U : i};
     ids.push_back(values[pattern]);
   }
   return ids;
@@ -29,7 +41,8 @@ std::vector<std::int32_t> ids_of(int pattern, std::int32_t count) {
 
 using model = std::map<std::int32_t, entry*>;
 
-void add_missing(id_table<entry>& table, model& known,
+// Every other entry is marked with its id.
+void add_missing(marked_table& table, model& known,
                  const std::vector<std::int32_t>& ids) {
   for (const std::int32_t id : ids) {
     entry* const present = table.find(id);
@@ -41,10 +54,20 @@ void add_missing(id_table<entry>& table, model& known,
     ASSERT_FALSE(added->goes) << "what was in the place before";
     added->id = id;
     known[id] = added;
+    ASSERT_EQ(table.locate(id).brief.number, -1);
+    if (id % 2 == 0) table.set_brief(id, {id, id});
   }
 }
 
-void remove_some(id_table<entry>& table, model& known, unsigned seed) {
+void check_marks(const marked_table& table, const model& known) {
+  for (const auto& [id, expected] : known) {
+    const auto place = table.locate(id);
+    ASSERT_EQ(table.entry_at(place), expected);
+    ASSERT_EQ(place.brief.number, id % 2 == 0 ? id : -1);
+  }
+}
+
+void remove_some(marked_table& table, model& known, unsigned seed) {
   std::mt19937 random(seed);
   for (auto at = known.begin(); at != known.end();) {
     at->second->goes = random() % 3 != 0;
@@ -53,7 +76,7 @@ void remove_some(id_table<entry>& table, model& known, unsigned seed) {
   table.remove_if([](const entry& candidate) { return candidate.goes; });
 }
 
-model all_of(const id_table<entry>& table) {
+model all_of(const marked_table& table) {
   model found;
   table.for_each([&](entry& each) { found[each.id] = &each; });
   return found;
@@ -62,13 +85,14 @@ model all_of(const id_table<entry>& table) {
 }  // namespace
 
 TEST(IdTable, KeepsEntriesWhereTheyAre) {
-  for (int pattern = 0; pattern < 5; ++pattern) {
+  for (int pattern = 0; pattern < 6; ++pattern) {
     const auto ids = ids_of(pattern, 5000);
-    id_table<entry> table;
+    marked_table table;
     model known;
     for (unsigned round = 0; round < 4; ++round) {
       add_missing(table, known, ids);
       ASSERT_EQ(all_of(table), known) << pattern;
+      check_marks(table, known);
       remove_some(table, known, round);
       ASSERT_EQ(all_of(table), known) << pattern;
     }

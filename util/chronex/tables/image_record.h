@@ -81,7 +81,7 @@ class image_table {
 
   // Drops all records that are pending.
   void clear() {
-    record_hash_.remove_if([](image_record* record) {
+    record_hash_.remove_if([](std::uint32_t /*hash*/, image_record* record) {
       const std::unique_ptr<image_record> dropped(record);
       return true;
     });
