@@ -153,11 +153,12 @@ int audit_reader::decode_image_op(const input_file& file, byte_run payload) {
   const image_op_t head = image_op_t::get(payload.data());
   session_entry* session = trail_.sessions.session_get_entry(
       static_cast<std::int32_t>(head.session_id));
-  node_entry* node =
-      trail_.nodes.node_get_entry(static_cast<std::int32_t>(head.node_id));
-  if (session == nullptr || node == nullptr || !node->set) return RECORD_DONE;
-
-  const auto rec_sz = static_cast<std::size_t>(node->set->rec_sz);
+  const known_node node =
+      trail_.nodes.node_find(static_cast<std::int32_t>(head.node_id));
+  if (session == nullptr || node.entry == nullptr || !node.set.is_known()) {
+    return RECORD_DONE;
+  }
+  const std::size_t rec_sz = node.set.record_size();
   const std::size_t before_size = head.has_before != 0 ? rec_sz : 0;
   const std::size_t after_size = head.has_after != 0 ? rec_sz : 0;
   const byte_run images = payload.subspan(image_op_t::SIZE);
@@ -166,7 +167,8 @@ int audit_reader::decode_image_op(const input_file& file, byte_run payload) {
     return report_malformed(file, "image operation", payload);
   }
   image_operation operation{.session = *session,
-                            .node = *node,
+                            .node = *node.entry,
+                            .layout_id = node.set.layout_id,
                             .timestamp = head.timestamp,
                             .op = op,
                             .recno = head.recno};

@@ -15,8 +15,9 @@ struct session_entry;
 struct filter_context {
   const session_entry* session = nullptr;  // always set
   const node_entry* node = nullptr;        // the data set
-  std::uint32_t timestamp = 0;             // seconds since the epoch
-  char operation = '\0';  // '2' a put, '1' an update, '3' a delete
+  std::uint32_t layout_id = 0;  // of its schema; 0: to be looked up there
+  std::uint32_t timestamp = 0;  // seconds since the epoch
+  char operation = '\0';        // '2' a put, '1' an update, '3' a delete
   std::uint32_t record_number = 0;
   record_image before_image{};
   record_image after_image{};

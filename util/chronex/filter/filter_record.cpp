@@ -16,6 +16,12 @@ using bytes = std::span<const std::uint8_t>;
 // Relations on wider numeric items never hold.
 constexpr std::size_t MAX_NUMERIC_SIZE = 8192;
 
+// 0: the data set has no schema.
+std::uint64_t layout_of(const filter_context& context) {
+  if (context.layout_id != 0) return context.layout_id;
+  return context.node->set ? context.node->set->layout_id : 0;
+}
+
 void learn_place(const set_context& set, std::string_view name,
                  item_place& place) {
   place.layout_id = set.layout_id;
@@ -161,11 +167,13 @@ bool expr_filter_item_value(const filter_context& context, expr_token code,
                             const expr_entry& name, const expr_entry& value,
                             std::span<item_place> learned) {
   if (context.node == nullptr) return true;
-  if (!context.node->set) return false;
-  const set_context& set = *context.node->set;
+  const std::uint64_t layout_id = layout_of(context);
+  if (layout_id == 0) return false;
   assert(learned.size() == FILTER_SLOTS);
-  item_place& place = learned[set.layout_id % FILTER_SLOTS];
-  if (place.layout_id != set.layout_id) learn_place(set, name.text, place);
+  item_place& place = learned[layout_id % FILTER_SLOTS];
+  if (place.layout_id != layout_id) {
+    learn_place(*context.node->set, name.text, place);
+  }
   if (place.type == nullptr) return false;
   if (place.type->numeric) {
     return test_numeric_item(context, code, name, value, place);

@@ -36,8 +36,6 @@ int fw_bad_format(const fw_action& action, const std::string& problem) {
 session_entry* fw_session(const fw_action& action, std::int32_t session_id) {
   trail& events = action.events();
   session_entry* const known = events.sessions.session_get_entry(session_id);
-  // An operation that is selected needs it, but only after its data set.
-  __builtin_prefetch(known, 1);
   if (known != nullptr || !events.has_lost_actions) return known;
   return events.assume_session(session_id);
 }

@@ -50,8 +50,6 @@ before_image_header decode_before_image_header(const std::uint8_t* bytes) {
           .size = load_u16(bytes + 18)};
 }
 
-bool is_encrypted(const set_context& set) { return set.enc_offs >= 0; }
-
 // Where an image of an encrypted data set finds its keys: the database's node.
 // Null when that is unknown.
 const node_entry* database_of(const node_entry& node) {
@@ -60,30 +58,27 @@ const node_entry* database_of(const node_entry& node) {
 
 // Gives the operation the record after it, in clear text. False when that is
 // not to be had; the operation is then passed over.
-bool decode_after_image(const fw_action& action, byte_run stored,
-                        image_operation& operation) {
-  const set_context& set = *operation.node.set;
-  const auto expected = static_cast<std::size_t>(set.media_sz);
+bool decode_after_image(const fw_action& action, const set_brief& set,
+                        byte_run stored, image_operation& operation) {
   const node_entry* database = nullptr;
-  if (is_encrypted(set)) {
+  if (set.is_encrypted()) {
     database = database_of(operation.node);
     if (database == nullptr) {
       fw_unknown_set(action, operation.node.node_id);
       return false;
     }
   }
-  if (stored.size() < expected) {
+  if (stored.size() < set.media_sz) {
     action.reader.numbers.report_short_image(action.file, "record image",
-                                             stored.size(), expected);
+                                             stored.size(), set.media_sz);
     return false;
   }
-  const auto rec_sz = static_cast<std::size_t>(set.rec_sz);
-  operation.after = stored.first(rec_sz);
-  if (!is_encrypted(set)) return true;
-  const std::span<std::uint8_t> plain =
-      action.reader.scratch.get_buffer(static_cast<std::uint32_t>(rec_sz));
-  operation.after_sealed =
-      !node_decrypt_record(database->keys.get(), set, plain, stored);
+  operation.after = stored.first(set.record_size());
+  if (!set.is_encrypted()) return true;
+  const std::span<std::uint8_t> plain = action.reader.scratch.get_buffer(
+      static_cast<std::uint32_t>(set.record_size()));
+  operation.after_sealed = !node_decrypt_record(
+      database->keys.get(), *operation.node.set, plain, stored);
   operation.after = plain;
   return true;
 }
@@ -122,7 +117,7 @@ bool fit_before_image(const fw_action& action, image_record& pending,
 
 // Joins the operation with its first part, if one is waiting, and hands it on.
 int write_operation(const fw_action& action, const record_header& header,
-                    image_operation& operation) {
+                    const set_brief& set, image_operation& operation) {
   trail& events = action.events();
   std::unique_ptr<image_record> pending = events.images.fetch_image_record(
       header.image_key, header.node_id, operation.recno);
@@ -130,7 +125,7 @@ int write_operation(const fw_action& action, const record_header& header,
   operation.timestamp = pending->timestamp;
   operation.op = reported_op(*pending, operation.op);
   if (pending->has_before) {
-    const auto rec_sz = static_cast<std::size_t>(operation.node.set->rec_sz);
+    const std::size_t rec_sz = set.record_size();
     if (!fit_before_image(action, *pending, rec_sz)) return FILE_FAILED;
     operation.before = pending->before.bytes().first(rec_sz);
     operation.before_sealed = pending->sealed;
@@ -153,23 +148,27 @@ int mark_new_record(const fw_action& action, const record_header& header,
 int process_operation(const fw_action& action, const record_header& header,
                       byte_run data) {
   session_entry* session = fw_session(action, header.session_id);
-  node_entry* node = action.events().nodes.node_get_entry(header.node_id);
-  if (node == nullptr) return fw_unknown_set(action, header.node_id);
-  if (session == nullptr || data.empty() || !node->set) return ACTION_DONE;
+  const known_node node = action.events().nodes.node_find(header.node_id);
+  if (node.entry == nullptr) return fw_unknown_set(action, header.node_id);
+  if (session == nullptr || data.empty() || !node.set.is_known()) {
+    return ACTION_DONE;
+  }
   if (data.size() < FW_OPERATION_HEAD_SIZE) {
     action.reader.numbers.report_short_image(
         action.file, "record operation", data.size(), FW_OPERATION_HEAD_SIZE);
     return ACTION_DONE;
   }
   image_operation operation{.session = *session,
-                            .node = *node,
+                            .node = *node.entry,
+                            .layout_id = node.set.layout_id,
                             .timestamp = action.timestamp,
                             .op = data[16],
                             .recno = load_u32(data.data() + 8)};
   switch (operation.op) {
     case OP_UPDATE:
     case OP_PUT:
-      if (!decode_after_image(action, data.subspan(FW_OPERATION_HEAD_SIZE),
+      if (!decode_after_image(action, node.set,
+                              data.subspan(FW_OPERATION_HEAD_SIZE),
                               operation)) {
         return ACTION_DONE;
       }
@@ -181,7 +180,7 @@ int process_operation(const fw_action& action, const record_header& header,
     default:
       return ACTION_DONE;
   }
-  return write_operation(action, header, operation);
+  return write_operation(action, header, node.set, operation);
 }
 
 // Deciphers a stored before-image into `plain` (the record size). What is
@@ -223,20 +222,19 @@ int keep_sealed_image(const fw_action& action, const node_entry& node,
 
 // Keeps a stored before-image. Of a plain data set only what is there is kept,
 // so that a pending record takes no more memory than its log does.
-int keep_before_image(const fw_action& action, const node_entry& node,
+int keep_before_image(const fw_action& action, const known_node& node,
                       const db_key_context* keys, byte_run stored,
                       image_record& record) {
-  const set_context& set = *node.set;
-  record.known_short = stored.size() < static_cast<std::size_t>(set.media_sz);
+  record.known_short = stored.size() < node.set.media_sz;
   record.stored_size = 0;
   record.origin.reset();
-  if (is_encrypted(set)) {
-    if (keep_sealed_image(action, node, keys, stored, record) != ACTION_DONE) {
+  if (node.set.is_encrypted()) {
+    if (keep_sealed_image(action, *node.entry, keys, stored, record) !=
+        ACTION_DONE) {
       return FILE_FAILED;
     }
   } else {
-    record.before_size =
-        std::min(static_cast<std::size_t>(set.rec_sz), stored.size());
+    record.before_size = std::min(node.set.record_size(), stored.size());
     if (!make_room(action, record, record.before_size)) return FILE_FAILED;
     std::memcpy(record.before.data(), stored.data(), record.before_size);
     record.sealed = false;
@@ -276,15 +274,14 @@ int fw_before_image(const fw_action& action) {
   const std::uint8_t* start = action.stream().take(header.size);
   if (start == nullptr) return fw_short_read(action, "before-image data");
 
-  const node_entry* node = action.events().nodes.node_get_entry(header.node_id);
-  if (fw_session(action, header.session_id) == nullptr || node == nullptr ||
-      !node->set) {
+  const known_node node = action.events().nodes.node_find(header.node_id);
+  if (fw_session(action, header.session_id) == nullptr ||
+      node.entry == nullptr || !node.set.is_known()) {
     return ACTION_DONE;
   }
-  const set_context& set = *node->set;
   const db_key_context* keys = nullptr;
-  if (is_encrypted(set)) {
-    const node_entry* database = database_of(*node);
+  if (node.set.is_encrypted()) {
+    const node_entry* database = database_of(*node.entry);
     if (database == nullptr) return ACTION_DONE;
     keys = database->keys.get();
   }
@@ -292,13 +289,12 @@ int fw_before_image(const fw_action& action) {
       header.image_key, header.node_id, header.recno);
   if (record == nullptr) return FILE_FAILED;
   const byte_run stored{start, header.size};
-  if (keep_before_image(action, *node, keys, stored, *record) != ACTION_DONE) {
+  if (keep_before_image(action, node, keys, stored, *record) != ACTION_DONE) {
     return FILE_FAILED;
   }
   if (record->known_short) {
-    action.reader.numbers.report_short_image(
-        action.file, "before-image", stored.size(),
-        static_cast<std::size_t>(set.media_sz));
+    action.reader.numbers.report_short_image(action.file, "before-image",
+                                             stored.size(), node.set.media_sz);
   }
   record->op = header.op;
   record->timestamp = action.timestamp;

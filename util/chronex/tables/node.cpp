@@ -117,14 +117,20 @@ node_entry* node_table::node_add_entry(std::int32_t node_id, int type,
   if (set) {
     keep_layout(*set);
     set->schema_id = ++last_schema_id_;
-    entry->set = std::move(*set);
+    set_schema(*entry, std::move(*set));
   }
   entry->context_pending = true;
   return entry;
 }
 
+void node_table::set_schema(node_entry& entry, std::optional<set_context> set) {
+  entry.set = std::move(set);
+  node_hash_.set_brief(entry.node_id,
+                       entry.set ? set_brief(*entry.set) : set_brief());
+}
+
 void node_cleanup_data(node_entry& entry) {
-  entry.set.reset();
+  if (entry.set) entry.table->set_schema(entry, std::nullopt);
   entry.keys.reset();
 }
 
@@ -137,7 +143,8 @@ std::string_view node_name2(const node_entry& entry, bool with_id) {
   if (entry.printable_version != entry.table->names_version()) {
     entry.printable.clear();
     append_name(entry, MAX_NAME_LEVELS, entry.printable);
-    entry.printable_name_length = entry.printable.size();
+    entry.printable_name_length =
+        static_cast<std::uint32_t>(entry.printable.size());
     entry.printable += " (#" + std::to_string(entry.node_id) + ")";
     entry.printable_version = entry.table->names_version();
   }

@@ -27,32 +27,41 @@ using db_key_context_ptr =
 
 class node_table;
 
-// What every operation looks at comes first and lies in one cache line.
+// What every selected operation looks at comes first and lies in one cache
+// line, with the name that reports show.
 struct alignas(CACHE_LINE) node_entry {
-  // A data set's schema or a database's keys; at most one of the two is there.
-  std::optional<set_context> set;
   std::int32_t node_id = 0;
   // The outputs must still be told the schema, before the next operation.
   bool context_pending = false;
   // Actions were lost since it was described: it may be another by now.
   bool is_uncertain = false;
-
-  db_key_context_ptr keys{nullptr, nullptr};
   // Its table.
   node_table* table = nullptr;
-  int type = 0;
-  // Node id of a data set's database; 0 = none.
-  std::int32_t db_node_id = 0;
-  // The node's own name in upper case.
-  std::string name;
-  // Id of the character set of the name, and of the items' names: that of the
-  // input that they were read from; -1 = none is known.
-  int charset = -1;
   // The printable name with the id, and how much of it is the name, as they
   // were at this node_table::names_version().
   mutable std::string printable;
-  mutable std::size_t printable_name_length = 0;
   mutable std::uint64_t printable_version = 0;
+  mutable std::uint32_t printable_name_length = 0;
+  // Id of the character set of the name, and of the items' names: that of the
+  // input that they were read from; -1 = none is known.
+  int charset = -1;
+
+  // A data set's schema or a database's keys; at most one of the two is there.
+  // The schema of a table's entry is changed by the functions below only.
+  std::optional<set_context> set;
+  int type = 0;
+  // Node id of a data set's database; 0 = none.
+  std::int32_t db_node_id = 0;
+
+  db_key_context_ptr keys{nullptr, nullptr};
+  // The node's own name in upper case.
+  std::string name;
+};
+
+// What is found of a node without a look at its entry.
+struct known_node {
+  node_entry* entry = nullptr;
+  set_brief set;
 };
 
 class node_table {
@@ -63,6 +72,16 @@ class node_table {
   node_entry* node_get_entry(std::int32_t node_id) {
     return node_hash_.find(node_id);
   }
+
+  // The same with its schema in brief: an entry is far away when there are
+  // many, and most operations need no more.
+  known_node node_find(std::int32_t node_id) const {
+    const id_place<set_brief> place = node_hash_.locate(node_id);
+    return {node_hash_.entry_at(place), place.brief};
+  }
+
+  // Gives an entry a schema, or none.
+  void set_schema(node_entry& entry, std::optional<set_context> set);
 
   // Registers or redefines a node. `name` ends at its first zero byte, if any.
   // `set` is taken over; null for a database. An identical definition changes
@@ -105,7 +124,7 @@ class node_table {
   void keep_layout(set_context& set);
 
   run_messages& messages_;
-  id_table<node_entry> node_hash_;
+  id_table<node_entry, set_brief> node_hash_;
   std::uint64_t names_version_ = 1;
   std::uint64_t last_schema_id_ = 0;
   std::uint64_t last_layout_id_ = 0;

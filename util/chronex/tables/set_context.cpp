@@ -141,6 +141,13 @@ set_context::set_context(std::shared_ptr<item_layout> layout_of_set) noexcept
       enc_offs(layout_of_set->enc_offs),
       layout(std::move(layout_of_set)) {}
 
+set_brief::set_brief(const set_context& set)
+    : rec_sz(set.rec_sz),
+      media_sz(static_cast<std::uint16_t>(set.media_sz)),
+      layout_id(set.layout_id <= UINT32_MAX
+                    ? static_cast<std::uint32_t>(set.layout_id)
+                    : 0) {}
+
 std::string_view set_context::item_name(const item_descriptor& item) const {
   return {reinterpret_cast<const char*>(list_bytes().data()) + item.name_off,
           item.name_len};

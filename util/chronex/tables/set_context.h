@@ -84,6 +84,23 @@ struct set_context {
   std::string_view item_name(const item_descriptor& item) const;
 };
 
+// What every operation asks of the schema of its data set.
+struct set_brief {
+  set_brief() = default;
+  explicit set_brief(const set_context& set);
+
+  // See set_context; -1: there is no schema.
+  std::int16_t rec_sz = -1;
+  std::uint16_t media_sz = 0;
+  // 0: it is too large a number for this.
+  std::uint32_t layout_id = 0;
+
+  bool is_known() const { return rec_sz >= 0; }
+  // The stored form of an encrypted record is always the longer one.
+  bool is_encrypted() const { return media_sz != rec_sz; }
+  std::size_t record_size() const { return static_cast<std::size_t>(rec_sz); }
+};
+
 // The hash under which layouts of equal item lists are found.
 std::size_t item_list_hash(std::span<const std::uint8_t> item_list);
 

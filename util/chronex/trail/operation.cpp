@@ -47,11 +47,12 @@ int trail::write_prerequisites(const image_operation& operation) {
 }
 
 int trail::write_image_op(const image_operation& operation) {
-  if (f_skip_action || !operation.node.set) return 0;
+  if (f_skip_action) return 0;
   if (filter_.has_filter_expr()) {
     const event_selection selection =
         filter_.select_event({.session = &operation.session,
                               .node = &operation.node,
+                              .layout_id = operation.layout_id,
                               .timestamp = operation.timestamp,
                               .operation = audit_op_of(operation.op),
                               .record_number = operation.recno,

@@ -49,7 +49,10 @@ struct memo_view {
 // One operation on one record.
 struct image_operation {
   session_entry& session;
+  // It has a schema.
   node_entry& node;
+  // The schema's layout_id; 0: not at hand.
+  std::uint32_t layout_id = 0;
   record_image before{};
   record_image after{};
   // The encrypted items of that image have fill values, for want of a key.
