@@ -216,7 +216,7 @@ const std::vector<cost_case> CASES = {
      0.2},
     {"6540 items, dump", make_many_items, 400, {"-x", "in"}, 0.2},
     {"names of 8195 bytes", make_long_names, 100000, {"-r", "in"}, 0.1},
-    {"sessions", make_sessions, 1000000, {"-r", "in"}, 24},
+    {"sessions", make_sessions, 1000000, {"-r", "in"}, 16},
     {"data sets", make_data_sets, 1000000, {"-r", "in"}, 16},
     {"pending before-images", make_pending, 1000000, {"-r", "in"}, 8},
     {"pending, no bytes", make_short_pending, 20000, {"-r", "in"}, 8},
