@@ -191,11 +191,19 @@ class log_writer {
     return plan_.data_sets > 0 ? plan_.data_sets : plan_.live;
   }
 
+  std::uint32_t random() {
+    random_ = random_ * 1664525U + 1013904223U;
+    return random_ >> 8U;
+  }
+
   // One of so many, in an order without a pattern but the same in every run.
   int any_of(int count) {
-    random_ = random_ * 1664525U + 1013904223U;
-    return static_cast<int>((random_ >> 8U) %
-                            static_cast<std::uint32_t>(count));
+    const std::uint32_t chosen = random();
+    std::uint32_t among = static_cast<std::uint32_t>(count);
+    while (plan_.skewed && among > 1 && random() % 2 == 0) {
+      among = (among + 15) / 16;
+    }
+    return static_cast<int>(chosen % among);
   }
 
   void memos(std::uint64_t operation) {

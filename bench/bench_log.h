@@ -13,6 +13,9 @@ struct bench_log {
   int live = 8;
   // 0: as many as sessions.
   int data_sets = 0;
+  // Half of the operations are of a sixteenth of the sessions, and half of a
+  // sixteenth of the data sets, and so on with these.
+  bool skewed = false;
   // The texts of every record are stored encrypted under an XOR key, which
   // needs no crypto library.
   bool encrypted = false;

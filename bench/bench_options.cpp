@@ -18,13 +18,22 @@ constexpr const char* HELP =
     "  --live N           spread the operations over N live sessions and as\n"
     "                     many data sets (default 8)\n"
     "  --data-sets N      N data sets, however many sessions\n"
+    "  --skewed           half of the operations are of a sixteenth of them, "
+    "and\n"
+    "                     half of those of a sixteenth of that, and so on\n"
     "  --repeat N         measure every row N times (default 5), those with "
     "-Z\n"
     "                     at most 3 times\n"
     "  --rows TEXT        only rows with TEXT in their name, and their floors\n"
     "  --scaling          instead: a tenth of the operations and all of them,\n"
     "                     then all of them spread over 10, 1000, 10000 and\n"
-    "                     100000 live sessions and as many data sets\n"
+    "                     100000 live sessions and as many data sets, or 10 "
+    "of\n"
+    "                     one and 100000 of the other; and what the "
+    "operations\n"
+    "                     cost without the signing on and describing, of "
+    "which\n"
+    "                     logs without operations are measured\n"
     "  --large            with --scaling, also ten times the operations\n"
     "  --segments N       instead: all of them in one log and in a log of N\n"
     "                     files, plain and gzip\n"
@@ -91,6 +100,9 @@ void apply_option(int option, bench_options& chosen) {
     case 'l':
       chosen.large = true;
       break;
+    case 'e':
+      chosen.skewed = true;
+      break;
     case 'g':
       chosen.segments = static_cast<int>(count_argument(optarg));
       break;
@@ -130,9 +142,10 @@ void apply_option(int option, bench_options& chosen) {
 }  // namespace
 
 bench_options parse_bench_options(int argc, char* argv[]) {
-  constexpr std::array<option, 17> OPTIONS{{
+  constexpr std::array<option, 18> OPTIONS{{
       {"live", required_argument, nullptr, 'a'},
       {"data-sets", required_argument, nullptr, 'b'},
+      {"skewed", no_argument, nullptr, 'e'},
       {"repeat", required_argument, nullptr, 'n'},
       {"rows", required_argument, nullptr, 'o'},
       {"scaling", no_argument, nullptr, 's'},

@@ -15,6 +15,7 @@ struct bench_options {
   int repeat = 5;
   std::string rows;
   bool scaling = false;
+  bool skewed = false;
   bool large = false;
   // 0: no log in several files.
   int segments = 0;

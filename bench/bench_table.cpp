@@ -162,22 +162,6 @@ void measure(measurement& row, const bench_options& chosen,
   row.output_bytes = files.take();
 }
 
-// Of measured values.
-struct spread {
-  explicit spread(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const std::size_t middle = values.size() / 2;
-    median = values.size() % 2 == 1 ? values[middle]
-                                    : (values[middle - 1] + values[middle]) / 2;
-    least = values.front();
-    most = values.back();
-  }
-
-  double median = 0;
-  double least = 0;
-  double most = 0;
-};
-
 // Median processor times; 0: not measured.
 struct limits {
   double floor = 0;
@@ -197,7 +181,7 @@ void print_row(const measurement& row, const bench_input& input,
   const spread wall(row.seconds);
   const spread cpu(row.cpu_seconds);
   const auto operations = static_cast<double>(input.operations);
-  std::printf("%-38s %7.3f %7.3f %7.3f %7.0f %9.0f %6.0f %6.1f",
+  std::printf("%-40s %7.3f %7.3f %7.3f %7.0f %9.0f %6.0f %6.1f",
               row.name.c_str(), wall.median, wall.least, wall.most,
               static_cast<double>(input.bytes) / wall.median / 1e6,
               operations / wall.median, cpu.median / operations * 1e9,
@@ -216,7 +200,7 @@ void print_table(const std::vector<measurement>& table,
     if (row.by == worker::floor) of_inputs[row.input].floor = seconds;
     if (row.by == worker::scan) of_inputs[row.input].scan = seconds;
   }
-  std::printf("%-38s %7s %7s %7s %7s %9s %6s %6s %7s %7s %7s %6s %6s %6s\n", "",
+  std::printf("%-40s %7s %7s %7s %7s %9s %6s %6s %7s %7s %7s %6s %6s %6s\n", "",
               "seconds", "min", "max", "MB/s", "ops/s", "ns/op", "peak",
               "cpu s", "min", "max", "floor", "scan", "out MB");
   for (const measurement& row : table) {
@@ -244,9 +228,19 @@ void select_rows(std::vector<measurement>& table, const std::string& text) {
 
 }  // namespace
 
-void run_table(std::vector<measurement> table, const bench_options& chosen,
-               const std::vector<bench_input>& inputs,
-               const work_directory& directory) {
+spread::spread(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  const std::size_t middle = values.size() / 2;
+  median = values.size() % 2 == 1 ? values[middle]
+                                  : (values[middle - 1] + values[middle]) / 2;
+  least = values.front();
+  most = values.back();
+}
+
+std::vector<measurement> run_table(std::vector<measurement> table,
+                                   const bench_options& chosen,
+                                   const std::vector<bench_input>& inputs,
+                                   const work_directory& directory) {
   select_rows(table, chosen.rows);
   const output_files files(directory);
   output_check check;
@@ -258,4 +252,5 @@ void run_table(std::vector<measurement> table, const bench_options& chosen,
     }
   }
   print_table(table, inputs);
+  return table;
 }

@@ -55,11 +55,21 @@ struct measurement {
   }
 };
 
-// Measures the rows that were asked for, with the floors of their inputs, and
-// prints them. Throws std::runtime_error when a run fails, or rows differ that
-// must not.
-void run_table(std::vector<measurement> table, const bench_options& chosen,
-               const std::vector<bench_input>& inputs,
-               const work_directory& directory);
+// Measures the rows that were asked for, with the floors of their inputs,
+// prints and returns them. Throws std::runtime_error when a run fails, or rows
+// differ that must not.
+std::vector<measurement> run_table(std::vector<measurement> table,
+                                   const bench_options& chosen,
+                                   const std::vector<bench_input>& inputs,
+                                   const work_directory& directory);
+
+// Of measured values, at least one.
+struct spread {
+  explicit spread(std::vector<double> values);
+
+  double median = 0;
+  double least = 0;
+  double most = 0;
+};
 
 #endif  // CHRONEX_BENCH_BENCH_TABLE_H

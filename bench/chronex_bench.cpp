@@ -86,7 +86,8 @@ enum input_index { LOG, GZIP, ENCRYPTED, AUDIT, REPORT };
 bench_log plan_of(const bench_options& chosen) {
   return {.operations = chosen.operations,
           .live = chosen.live,
-          .data_sets = chosen.data_sets};
+          .data_sets = chosen.data_sets,
+          .skewed = chosen.skewed};
 }
 
 std::vector<bench_input> make_inputs(const bench_options& chosen,
@@ -198,41 +199,133 @@ void run_all(const bench_options& chosen) {
       chosen, inputs, directory);
 }
 
+const std::string REJECT_ROW = "reject";
+
 // The rows of one input among several.
 void add_rows(std::vector<measurement>& table, const std::string& name,
               std::size_t input, const std::string& output) {
   table.push_back({name + "read (floor)", input, {}, true, "", worker::floor});
   table.push_back({name + "scan", input, {}, false, "", worker::scan});
-  table.push_back({name + "reject", input, {"-e", REJECT_ALL}});
+  table.push_back({name + REJECT_ROW, input, {"-e", REJECT_ALL}});
   table.push_back({name + "-r", input, {"-r"}, output.empty(), output});
 }
 
-void run_scaling(const bench_options& chosen) {
-  std::vector<bench_log> plans{{.operations = chosen.operations / 10},
-                               {.operations = chosen.operations}};
-  if (chosen.large) plans.push_back({.operations = chosen.operations * 10});
-  for (const int live : {10, 1'000, 10'000, 100'000}) {
-    plans.push_back({.operations = chosen.operations, .live = live});
+// One part of the scaling: a log, and the same without its operations.
+struct live_part {
+  std::string name;
+  std::size_t input = 0;
+};
+
+// What the parts' operations cost without the signing on and describing of what
+// is live, which is measured by itself, and as multiples of the first part.
+void print_operation_costs(const std::vector<live_part>& parts,
+                           const std::vector<measurement>& table,
+                           const std::vector<bench_input>& inputs) {
+  const auto nanoseconds = [&](std::size_t input) {
+    for (const measurement& row : table) {
+      if (row.input != input || !row.name.ends_with(REJECT_ROW)) continue;
+      return spread(row.cpu_seconds).median * 1e9 /
+             static_cast<double>(inputs[input].operations);
+    }
+    return 0.0;
+  };
+  std::printf(
+      "\nreject, median cpu ns for an operation: of the whole run, and without "
+      "signing on and describing\n%-40s %8s %8s %8s %8s\n",
+      "", "whole", "multiple", "without", "multiple");
+  const double first_whole = nanoseconds(parts.front().input);
+  const double first = first_whole - nanoseconds(parts.front().input + 1);
+  for (const live_part& part : parts) {
+    const double whole = nanoseconds(part.input);
+    const double without = whole - nanoseconds(part.input + 1);
+    std::printf("%-40s %8.1f %8.2f %8.1f %8.2f\n", part.name.c_str(), whole,
+                whole / first_whole, without, without / first);
   }
+}
+
+// What the scaling is made of: how many sessions and data sets are live.
+std::vector<bench_log> live_plans(const bench_options& chosen) {
+  std::vector<bench_log> plans;
+  for (const int live : {10, 1'000, 10'000, 100'000}) {
+    plans.push_back(
+        {.operations = chosen.operations, .live = live, .data_sets = live});
+  }
+  plans.push_back(
+      {.operations = chosen.operations, .live = 100'000, .data_sets = 10});
+  plans.push_back(
+      {.operations = chosen.operations, .live = 10, .data_sets = 100'000});
+  for (bench_log& plan : plans) plan.skewed = chosen.skewed;
+  return plans;
+}
+
+// The inputs and rows of the scaling.
+class scaling {
+ public:
+  explicit scaling(const work_directory& directory) : directory_(directory) {}
+
+  void add_size(const bench_log& plan) {
+    add(plan, std::to_string(plan.operations) + " ops: ");
+  }
+
+  void add_live(bench_log plan) {
+    const std::string name = std::to_string(plan.live) + " live, " +
+                             std::to_string(plan.data_sets) + " sets: ";
+    parts_.push_back({name, inputs_.size()});
+    const std::uint64_t operations = plan.operations;
+    add(plan, name);
+    plan.operations = 0;
+    add_input(plan);
+    // The row tells the share of each of the operations that there were.
+    inputs_.back().operations = operations;
+    table_.push_back({name + "no ops, " + REJECT_ROW,
+                      inputs_.size() - 1,
+                      {"-e", REJECT_ALL}});
+  }
+
+  void run(const bench_options& chosen) const {
+    const std::vector<measurement> measured =
+        run_table(table_, chosen, inputs_, directory_);
+    if (chosen.rows.empty()) {
+      print_operation_costs(parts_, measured, inputs_);
+    }
+  }
+
+ private:
+  void add_input(const bench_log& plan) {
+    const std::string number = std::to_string(inputs_.size());
+    inputs_.push_back(make_input(plan, directory_.path("log" + number)));
+  }
+
+  void add(const bench_log& plan, const std::string& name) {
+    const std::size_t index = inputs_.size();
+    add_input(plan);
+    add_rows(table_, name, index, "");
+    table_.push_back({name + "-o", index, {"-o", "/dev/null"}});
+    table_.push_back({name + "json", index, {"json"}, true, "", worker::trail});
+  }
+
+  const work_directory& directory_;
+  std::vector<live_part> parts_;
+  std::vector<bench_input> inputs_;
+  std::vector<measurement> table_;
+};
+
+void run_scaling(const bench_options& chosen) {
+  std::vector<bench_log> sizes{{.operations = chosen.operations / 10},
+                               {.operations = chosen.operations}};
+  if (chosen.large) sizes.push_back({.operations = chosen.operations * 10});
+  const std::vector<bench_log> live = live_plans(chosen);
   const work_directory directory(chosen.directory);
   std::uint64_t space = 0;
-  for (const bench_log& plan : plans) space += bench_log_space(plan);
+  for (const bench_log& plan : sizes) space += bench_log_space(plan);
+  for (const bench_log& plan : live) space += bench_log_space(plan) * 9 / 8;
   directory.require_space(space);
 
-  std::vector<bench_input> inputs;
-  std::vector<measurement> table;
-  for (const bench_log& plan : plans) {
-    const std::size_t index = inputs.size();
-    const std::string name = std::to_string(plan.operations) + " ops, " +
-                             std::to_string(plan.live) + " live: ";
-    inputs.push_back(
-        make_input(plan, directory.path("log" + std::to_string(index))));
-    add_rows(table, name, index, "");
-    table.push_back({name + "-o", index, {"-o", "/dev/null"}});
-    table.push_back({name + "json", index, {"json"}, true, "", worker::trail});
-  }
+  scaling whole(directory);
+  for (const bench_log& plan : sizes) whole.add_size(plan);
+  for (const bench_log& plan : live) whole.add_live(plan);
   std::printf("outputs to /dev/null, repeated %d times\n", chosen.repeat);
-  run_table(std::move(table), chosen, inputs, directory);
+  whole.run(chosen);
 }
 
 void run_segments(const bench_options& chosen) {
