@@ -28,24 +28,30 @@ struct value_case {
   std::uint16_t count = 1;
 };
 
-// The image of a record with one item, V, and behind a blank its notes.
-std::string image_json(const value_case& test) {
-  test_tables tables;
-  node_entry& node = tables.make_data_set(
-      2, "VALUES", {{"V", test.type, test.count, test.size, 0}});
-  const std::vector<std::uint8_t> bytes = from_hex(test.bytes);
-  EXPECT_EQ(bytes.size(), static_cast<std::size_t>(node.set->rec_sz));
+// An image, and behind a blank its notes.
+std::string image_json(const node_entry& node,
+                       const std::vector<std::uint8_t>& bytes, int charset) {
   string_sink sink;
   line_writer out(sink);
   std::string notes;
   set_pieces pieces(nullptr);
   record_text(out, notes)
-      .put(pieces.of(node, test.charset, {}), {.name = "before"},
+      .put(pieces.of(node, charset, {}), {.name = "before"},
            {.name = "after", .bytes = bytes});
   out.flush();
   constexpr std::string_view NO_BEFORE = R"(,"before":null,"after":)";
   EXPECT_TRUE(sink.text.starts_with(NO_BEFORE));
   return sink.text.substr(NO_BEFORE.size()) + " " + notes;
+}
+
+// The image of a record with one item, V.
+std::string image_json(const value_case& test) {
+  test_tables tables;
+  const node_entry& node = tables.make_data_set(
+      2, "VALUES", {{"V", test.type, test.count, test.size, 0}});
+  const std::vector<std::uint8_t> bytes = from_hex(test.bytes);
+  EXPECT_EQ(bytes.size(), static_cast<std::size_t>(node.set->rec_sz));
+  return image_json(node, bytes, test.charset);
 }
 
 std::string note(const value_case& test) {
@@ -69,6 +75,11 @@ TEST(JsonValue, OfIntegers) {
       {'I', 4, "00000080", "-2147483648"},
       {'I', 8, "0000000000000080", R"("-9223372036854775808")"},
       {'I', 8, "0500000000000000", R"("5")"},
+      // Digits are made eight at a time.
+      {'I', 4, "00000000", "0"},
+      {'I', 4, "ffe0f505", "99999999"},
+      {'I', 4, "001f0afa", "-100000000"},
+      {'K', 8, "0000c16ff2862300", R"("10000000000000000")"},
       {'K', 1, "ff", "255"},
       {'K', 2, "0080", "32768"},
       {'K', 4, "ffffffff", "4294967295"},
@@ -97,6 +108,13 @@ TEST(JsonValue, OfDecimals) {
       {'P', 2, "00ac", "null", "bad_digits"},
       {'P', 2, "1239", "null", "bad_digits"},
       {'P', 2, "0000", "null", "bad_digits"},
+      // Widths at which they are read in another way.
+      {'P', 4, "1020304d", R"("-1020304")"},
+      {'P', 8, "123456789012345d", R"("-123456789012345")"},
+      {'P', 8, "00000000a000000c", "null", "bad_digits"},
+      {'P', 9, "00000000012345678c", R"("12345678")"},
+      {'P', 9, "01234567890123456d", R"("-1234567890123456")"},
+      {'P', 9, "0123456789012a456d", "null", "bad_digits"},
       {'Z', 5, "3030313233", R"("123")"},
       {'Z', 4, "30303043", R"("3")"},
       {'Z', 4, "3030317d", R"("-10")"},
@@ -106,6 +124,16 @@ TEST(JsonValue, OfDecimals) {
       {'Z', 2, "307d", R"("0")"},
       {'Z', 1, "30", R"("0")"},
       {'Z', 2, "2031", "null", "bad_digits"},
+      {'Z', 8, "303132333435364a", R"("-1234561")"},
+      {'Z', 10, "30303030303030303030", R"("0")"},
+      {'Z', 10, "3030303030303030304c", R"("-3")"},
+      {'Z', 10, "30393837363534333231", R"("987654321")"},
+      {'Z', 10, "30203030303030303031", "null", "bad_digits"},
+      {'Z', 16, "3132333435363738393031323334354f", R"("-1234567890123456")"},
+      {'Z', 17, "3031323334353637383930313233343536", R"("1234567890123456")"},
+      {'Z', 18, "393132333435363738393031323334353637",
+       R"("912345678901234567")"},
+      {'Z', 18, "39313233343536373839303132333435363a", "null", "bad_digits"},
       {'Z', 2, "4a31", "null", "bad_digits"},
       {'Z', 2, "3053", "null", "bad_digits"},
       {'Z', 2, "3020", "null", "bad_digits"},
@@ -113,7 +141,8 @@ TEST(JsonValue, OfDecimals) {
   check(cases);
 }
 
-std::string real_json(double value) {
+template <typename real>
+std::string real_json(real value) {
   std::vector<std::uint8_t> bytes(sizeof value);
   std::memcpy(bytes.data(), &value, sizeof value);
   text_scratch scratch;
@@ -123,17 +152,25 @@ std::string real_json(double value) {
   return out.substr(0, static_cast<std::size_t>(text.end - out.data()));
 }
 
+template <typename real>
+std::string shortest_text(real value) {
+  std::array<char, 32> text{};
+  return {text.data(),
+          std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
 // Short decimals have a way of their own, which must not show.
-TEST(JsonValue, OfDoublesIsTheShortestText) {
-  for (double digits = 1; digits < 1e17; digits = digits * 3 + 7) {
+TEST(JsonValue, OfRealsIsTheShortestText) {
+  for (double digits = 1; digits < 1e17; digits = digits * 1.3 + 7) {
     for (const double scale : {1., 10., 100., 1000., 10000., 4., 3.}) {
-      const double middle = digits / scale;
+      const double middle = std::floor(digits) / scale;
+      const auto narrow = static_cast<float>(middle);
       for (const double value :
            {middle, std::nextafter(middle, 0), -std::nextafter(middle, 1e18)}) {
-        std::array<char, 32> shortest{};
-        const char* const end =
-            std::to_chars(shortest.data(), shortest.data() + 32, value).ptr;
-        EXPECT_EQ(real_json(value), std::string_view(shortest.data(), end));
+        EXPECT_EQ(real_json(value), shortest_text(value));
+      }
+      for (const float value : {narrow, -std::nextafter(narrow, 0.F)}) {
+        EXPECT_EQ(real_json(value), shortest_text(value));
       }
     }
   }
@@ -169,6 +206,12 @@ TEST(JsonValue, OfTexts) {
        R"("\t\"\\)"
        "\x7f\""},
       {'X', 9, "4142434445460a1f22", R"("ABCDEF\n\u001f\"")"},
+      // Eight bytes are looked at at a time.
+      {'X', 8, "4142434445464748", R"("ABCDEFGH")"},
+      {'X', 9, "414243444546474849", R"("ABCDEFGHI")"},
+      {'X', 17, "4142434445464748490020002000200000", R"("ABCDEFGHI")"},
+      {'X', 17, "0020202020202020200020002000200000", R"("")"},
+      {'X', 9, "41424344454647485c", R"("ABCDEFGH\\")"},
       {'X', 2, "e94d", "\"\xC3\xA9M\""},
       {'X', 2, "c54d", "\"\xC3\xA9M\"", "", ROMAN8},
       {'X', 3, "41ff42",
@@ -198,6 +241,20 @@ TEST(JsonValue, OfSeveralElementsIsAnArray) {
             R"({"V":["1","0",null]} )"
             R"(,{"image":"after","item":"V","element":3,)"
             R"("why":"bad_digits","raw":"58"})");
+}
+
+// Keys are copied in steps.
+TEST(JsonValue, StandsBehindItsWholeKey) {
+  test_tables tables;
+  std::string json;
+  std::vector<test_item> items;
+  for (std::size_t length = 20; length < 70; length += 3) {
+    items.push_back({std::string(length, 'K'), 'I', 1, 1, 0});
+    json += (json.empty() ? "{\"" : ",\"") + items.back().name + "\":7";
+  }
+  node_entry& node = tables.make_data_set(2, "KEYS", items);
+  const std::vector<std::uint8_t> bytes(items.size(), 7);
+  EXPECT_EQ(image_json(node, bytes, LATIN1), json + "} ");
 }
 
 }  // namespace

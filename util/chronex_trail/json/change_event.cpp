@@ -1,5 +1,7 @@
 // The event of an operation on a record.
 
+#include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "util/chronex/tables/image_record.h"
@@ -36,6 +38,9 @@ struct slot_member {
   std::string_view field;
 
   bool is_there() const { return slot.size > 0; }
+  std::span<const std::uint8_t> bytes() const {
+    return {slot.data.data(), static_cast<std::size_t>(slot.size)};
+  }
   std::string_view text() const {
     return {reinterpret_cast<const char*>(slot.data.data()),
             static_cast<std::size_t>(slot.size)};
@@ -46,6 +51,19 @@ slot_member transaction_member(const session_entry& session) {
   const memo_slot& slot = session.dbbegin_end;
   if (slot.mode == MEMO_DBBEGIN) return {slot, R"("begin":)", "memo.begin"};
   return {slot, R"("end":)", "memo.end"};
+}
+
+void put_slot(event_line& line, text_scratch& scratch,
+              const slot_member& member) {
+  line.out().put(member.key);
+  if (line.out().put_plain_string(member.bytes())) return;
+  const decoded_text text =
+      decode_text(member.bytes(),
+                  character_table_of(charset_at(member.slot.place)), scratch);
+  if (text.undecodable) {
+    append_field_note(line.notes(), member.field, member.text());
+  }
+  line.out().put_string(text.utf8);
 }
 
 }  // namespace
@@ -59,15 +77,8 @@ void json_output::put_slots(const session_entry& session) {
   std::string_view before = R"(,"memo":{)";
   for (const slot_member& member : members) {
     if (!member.is_there()) continue;
-    const decoded_text text = decode_text(
-        member.text(), character_table_of(charset_at(member.slot.place)),
-        scratch_);
-    if (text.undecodable) {
-      append_field_note(line_.notes(), member.field, member.text());
-    }
     line_.out().put(before);
-    line_.out().put(member.key);
-    line_.out().put_string(text.utf8);
+    put_slot(line_, scratch_, member);
     before = ",";
   }
   if (before == ",") line_.out().put('}');
@@ -85,11 +96,10 @@ void json_output::put_images(const image_operation& operation,
 void json_output::put_operation(const image_operation& operation,
                                 const event_place& place) {
   line_.out().put(op_member(operation.op));
-  line_.put_time(operation.timestamp);
-  line_.put_source(place);
+  line_.put_stamp(operation.timestamp, place);
   const set_piece& set = sets_.of(operation.node, charset_at(place), place);
   line_.out().put(set.head);
-  line_.notes() += set.notes;
+  if (!set.notes.empty()) line_.notes() += set.notes;
   append_loss_note(operation.node, line_.notes());
   line_.put_number("recno", operation.recno);
   put_session(operation.session);

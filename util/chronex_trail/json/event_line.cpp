@@ -10,12 +10,7 @@ constexpr std::size_t KEPT_NOTES = std::size_t{1} << 20;
 void event_line::begin_file() {
   number_ = 0;
   source_.forget();
-}
-
-void event_line::begin(std::string_view type) {
-  notes_.clear();
-  out_.put_all(R"({"v":1,"type":")", type, R"(","n":)");
-  out_.put_number(++number_);
+  stamp_file_ = nullptr;
 }
 
 void event_line::begin_end() {
@@ -34,28 +29,32 @@ int event_line::end() {
   return out_.end_line();
 }
 
-// Many events have the time of the one before.
-void event_line::put_time(std::uint32_t timestamp) {
-  if (time_text_.empty() || timestamp != time_) {
-    time_text_ = ",\"ts\":\"";
-    time_text_ += utc_.text(timestamp);
-    time_text_ += "\",\"ts_ms\":";
-    time_text_ += std::to_string(std::uint64_t{timestamp} * 1000);
-    time_ = timestamp;
-  }
-  out_.put(time_text_);
+void event_line::make_stamp(std::uint32_t timestamp) {
+  stamp_ = ",\"ts\":\"";
+  stamp_ += utc_.text(timestamp);
+  stamp_ += "\",\"ts_ms\":";
+  stamp_ += std::to_string(std::uint64_t{timestamp} * 1000);
+  stamp_time_ = timestamp;
+  stamp_file_ = nullptr;
 }
 
-void event_line::put_key(std::string_view key) {
-  out_.put_all(",\"", key, "\":");
+void event_line::put_stamp(std::uint32_t timestamp, const event_place& place) {
+  if (place.file == nullptr || place.number == 0) {
+    make_stamp(timestamp);
+    out_.put(stamp_);
+    source_.put(out_, place);
+    return;
+  }
+  if (timestamp != stamp_time_ || place.file != stamp_file_) {
+    make_stamp(timestamp);
+    stamp_ += source_.numbered(place);
+    stamp_file_ = place.file;
+  }
+  out_.put(stamp_);
+  source_piece::put_number(out_, place.number);
 }
 
 void event_line::put_text(std::string_view key, std::string_view utf8) {
   put_key(key);
   out_.put_string(utf8);
-}
-
-void event_line::put_number(std::string_view key, std::int64_t number) {
-  put_key(key);
-  out_.put_number(number);
 }

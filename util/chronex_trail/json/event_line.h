@@ -24,7 +24,11 @@ class event_line {
   std::uint64_t number() const { return number_; }
   void go_on(std::uint64_t number) { number_ = number; }
   // Begins the next event of the file.
-  void begin(std::string_view type);
+  void begin(std::string_view type) {
+    notes_.clear();
+    out_.put_all(R"({"v":1,"type":")", type, R"(","n":)");
+    out_.put_number(++number_);
+  }
   // Begins the event that ends the trail, which has no number.
   void begin_end();
   // Writes the notes, if any, and ends the line. Returns 0, or -1 when a write
@@ -36,10 +40,14 @@ class event_line {
   int flush() { return out_.flush(); }
 
   // Members; keys need no escapes. `timestamp` in seconds since the epoch.
-  void put_time(std::uint32_t timestamp);
+  // Time and place of what happened in the log.
+  void put_stamp(std::uint32_t timestamp, const event_place& place);
   void put_source(const event_place& place) { source_.put(out_, place); }
   void put_text(std::string_view key, std::string_view utf8);
-  void put_number(std::string_view key, std::int64_t number);
+  void put_number(std::string_view key, std::int64_t number) {
+    put_key(key);
+    out_.put_number(number);
+  }
 
   // For what is put together elsewhere.
   line_writer& out() { return out_; }
@@ -47,15 +55,18 @@ class event_line {
   std::string& notes() { return notes_; }
 
  private:
-  void put_key(std::string_view key);
+  void make_stamp(std::uint32_t timestamp);
+  void put_key(std::string_view key) { out_.put_all(",\"", key, "\":"); }
 
   line_writer out_;
   std::string notes_;
   source_piece source_;
   utc_time utc_;
-  // The members of put_time, as they were last.
-  std::string time_text_;
-  std::uint32_t time_ = 0;
+  // What put_stamp wrote last, up to the number, with a time and a file that
+  // many events share; null = no file's.
+  std::string stamp_;
+  std::uint32_t stamp_time_ = 0;
+  const input_file* stamp_file_ = nullptr;
   std::uint64_t number_ = 0;
 };
 

@@ -90,7 +90,7 @@ void json_output::put_session(const session_entry& session) {
   const session_piece& piece = sessions_.of(session);
   line_.out().put(piece.object);
   line_.out().put('}');
-  line_.notes() += piece.notes;
+  if (!piece.notes.empty()) line_.notes() += piece.notes;
   append_loss_note(session, line_.notes());
 }
 
@@ -165,8 +165,7 @@ int json_output::memo(const memo_view& memo) {
   if (memo.text.empty()) return 0;
   return guarded(line_, messages_, [&] {
     line_.begin("memo");
-    line_.put_time(memo.timestamp);
-    line_.put_source(memo.place);
+    line_.put_stamp(memo.timestamp, memo.place);
     put_session(memo.session);
     put_memo_mode(memo.mode);
     put_decoded(

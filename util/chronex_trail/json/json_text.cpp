@@ -1,14 +1,15 @@
 #include "util/chronex_trail/json/json_text.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstring>
+
+#include "util/chronex_trail/values/byte_words.h"
 
 namespace {
 
-constexpr std::uint64_t LOW_BITS = 0x0101010101010101;
-constexpr std::uint64_t HIGH_BITS = 0x8080808080808080;
-constexpr std::size_t STEP = sizeof(std::uint64_t);
+constexpr std::uint64_t HIGH_BITS = word_of(0x80);
+constexpr std::size_t STEP = WORD;
 
 // What one byte becomes.
 struct escaped_byte {
@@ -39,18 +40,32 @@ constexpr std::array<escaped_byte, 256> ESCAPES = make_escapes();
 static_assert(sizeof(escaped_byte) == STEP);
 
 constexpr std::uint64_t zero_bytes(std::uint64_t word) {
-  return (word - LOW_BITS) & ~word & HIGH_BITS;
+  return (word - word_of(1)) & ~word & HIGH_BITS;
 }
 
-// Whether any of eight bytes must be escaped.
-bool needs_escape(std::uint64_t word) {
-  const std::uint64_t control = (word - LOW_BITS * 0x20) & ~word & HIGH_BITS;
-  return (control | zero_bytes(word ^ LOW_BITS * '"') |
-          zero_bytes(word ^ LOW_BITS * '\\')) != 0;
+// Not zero when any of eight bytes must be escaped.
+constexpr std::uint64_t escapes_in(std::uint64_t word) {
+  const std::uint64_t control = (word - word_of(' ')) & ~word & HIGH_BITS;
+  return control | zero_bytes(word ^ word_of('"')) |
+         zero_bytes(word ^ word_of('\\'));
 }
 
-bool is_plain_ascii(std::uint64_t word) {
-  return (word & HIGH_BITS) == 0 && !needs_escape(word);
+// Not zero when any of eight bytes is not ASCII or must be escaped. A
+// difference borrows from the next byte only when it is below zero itself.
+constexpr std::uint64_t not_plain_in(std::uint64_t word) {
+  return (word | (word - word_of(' ')) | ((word ^ word_of('"')) - word_of(1)) |
+          ((word ^ word_of('\\')) - word_of(1))) &
+         HIGH_BITS;
+}
+
+// A word that has blanks or zeros behind its first bytes, with blanks there.
+// The length may be that of the word, which is too much for one shift.
+constexpr std::uint64_t padded(std::uint64_t word, std::size_t length) {
+  return word | word_of(' ') << length * 4 << length * 4;
+}
+
+const std::uint8_t* byte_pointer(std::string_view text) {
+  return reinterpret_cast<const std::uint8_t*>(text.data());
 }
 
 char* put_escaped(std::string_view text, char* out) {
@@ -66,39 +81,45 @@ char* put_escaped(std::string_view text, char* out) {
 
 char* put_json_text(std::string_view utf8, char* out) {
   while (utf8.size() >= STEP) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, utf8.data(), STEP);
-    if (needs_escape(word)) {
+    const std::uint64_t word = load_word(byte_pointer(utf8));
+    if (escapes_in(word) != 0) {
       out = put_escaped(utf8.substr(0, STEP), out);
     } else {
-      std::memcpy(out, &word, STEP);
+      store_word(word, out);
       out += STEP;
     }
     utf8.remove_prefix(STEP);
   }
-  return put_escaped(utf8, out);
+  const std::uint64_t last =
+      padded(load_short_word(byte_pointer(utf8), utf8.size()), utf8.size());
+  if (escapes_in(last) != 0) return put_escaped(utf8, out);
+  store_word(last, out);
+  return out + utf8.size();
 }
 
-char* put_plain_ascii(const std::uint8_t* bytes, std::size_t size, char* out) {
-  const auto copy_word = [&](std::size_t at) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, bytes + at, STEP);
-    std::memcpy(out + at, &word, STEP);
-    return is_plain_ascii(word);
+char* put_plain_ascii(std::span<const std::uint8_t> bytes, std::size_t length,
+                      char* out) {
+  if (bytes.size() < WORD) {
+    const std::uint64_t word =
+        padded(load_short_word(bytes.data(), length), length);
+    store_word(word, out);
+    return not_plain_in(word) == 0 ? out + length : nullptr;
+  }
+  std::uint64_t problems = 0;
+  const auto copy_word = [&](std::size_t at, std::uint64_t word) {
+    store_word(word, out + at);
+    problems |= not_plain_in(word);
   };
   std::size_t at = 0;
-  for (; at + STEP <= size; at += STEP) {
-    if (!copy_word(at)) return nullptr;
+  for (; at + WORD <= length; at += WORD) {
+    copy_word(at, load_word(bytes.data() + at));
   }
-  // What is left is the end of another eight bytes, if there are so many.
-  if (at == size) return out + size;
-  if (size >= STEP) return copy_word(size - STEP) ? out + size : nullptr;
-  for (; at < size; ++at) {
-    const std::uint8_t byte = bytes[at];
-    if (byte >= 0x80 || ESCAPES[byte].length != 1) return nullptr;
-    out[at] = static_cast<char>(byte);
+  if (at < length) {
+    // Nothing is read behind the item.
+    const std::size_t from = std::min(at, bytes.size() - WORD);
+    copy_word(from, padded(load_word(bytes.data() + from), length - from));
   }
-  return out + size;
+  return problems == 0 ? out + length : nullptr;
 }
 
 void append_json_string(std::string& out, std::string_view utf8) {

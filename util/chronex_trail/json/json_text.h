@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -16,9 +17,11 @@ inline constexpr std::size_t LONGEST_ESCAPE = 6;
 // characters for each byte of `utf8`, and 8 more. Returns the end.
 char* put_json_text(std::string_view utf8, char* out);
 
-// Writes bytes that are ASCII without anything to escape as they are; returns
-// the end, or null if they are not. `out` has room for `size` characters.
-char* put_plain_ascii(const std::uint8_t* bytes, std::size_t size, char* out);
+// Writes the first `length` of `bytes`, behind which there are blanks and NULs
+// only, as they are, if they are ASCII without anything to escape; returns the
+// end, or null if they are not. `out` has room for 8 characters more.
+char* put_plain_ascii(std::span<const std::uint8_t> bytes, std::size_t length,
+                      char* out);
 
 // Appends a whole JSON string, quotes included.
 void append_json_string(std::string& out, std::string_view utf8);

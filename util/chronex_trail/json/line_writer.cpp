@@ -23,6 +23,17 @@ void line_writer::put_string(std::string_view utf8) {
   put('"');
 }
 
+bool line_writer::put_plain_string(std::span<const std::uint8_t> bytes) {
+  if (bytes.size() > TEXT_PART) return false;
+  char* const out = room(bytes.size() + WORD + 2);
+  char* const end = put_plain_ascii(bytes, bytes.size(), out + 1);
+  if (end == nullptr) return false;
+  *out = '"';
+  *end = '"';
+  claim(end + 1);
+  return true;
+}
+
 void line_writer::put_hex(std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const auto part = bytes.first(std::min(bytes.size(), TEXT_PART));

@@ -7,8 +7,6 @@
 
 #include <array>
 #include <cassert>
-#include <charconv>
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +14,7 @@
 #include <string_view>
 
 #include "util/chronex_trail/files/byte_sink.h"
+#include "util/chronex_trail/json/number_text.h"
 
 class line_writer {
  public:
@@ -60,14 +59,17 @@ class line_writer {
     ((out = copy(std::string_view(texts), out)), ...);
     claim(out);
   }
-  template <typename number>
-  requires std::integral<number> || std::floating_point<number>
-  void put_number(number value) {
-    char* const out = room(LONGEST_NUMBER);
-    claim(std::to_chars(out, out + LONGEST_NUMBER, value).ptr);
+  void put_number(std::uint64_t number) {
+    claim(put_natural(number, room(NUMBER_ROOM)));
+  }
+  void put_number(std::int64_t number) {
+    claim(put_integer(number, room(NUMBER_ROOM)));
   }
   // Well-formed UTF-8 as a JSON string, quotes included.
   void put_string(std::string_view utf8);
+  // The same for short texts that are ASCII without anything to escape. Returns
+  // false, and has written nothing, when they are not.
+  bool put_plain_string(std::span<const std::uint8_t> bytes);
   // Two hex digits a byte.
   void put_hex(std::span<const std::uint8_t> bytes);
 
@@ -89,8 +91,6 @@ class line_writer {
   int flush();
 
  private:
-  // A double takes at most 24 characters.
-  static constexpr std::size_t LONGEST_NUMBER = 32;
   static constexpr std::size_t HANDED_OVER = std::size_t{64} * 1024;
 
   static char* copy(std::string_view text, char* out) {

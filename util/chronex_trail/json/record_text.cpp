@@ -5,6 +5,7 @@
 
 #include "util/chronex_trail/json/item_note.h"
 #include "util/chronex_trail/json/value_text.h"
+#include "util/chronex_trail/values/byte_words.h"
 
 namespace {
 
@@ -19,29 +20,79 @@ bool is_sealed(const item_view& item, const shown_image& image) {
 
 bool differs(const item_view& item, byte_run before, byte_run after) {
   const byte_run old_bytes = item.of(before);
-  return std::memcmp(old_bytes.data(), item.of(after).data(),
-                     old_bytes.size()) != 0;
+  return !same_bytes(old_bytes.data(), item.of(after).data(), old_bytes.size());
 }
 
 char* put_plain(std::string_view text, char* out) {
+  if (text.empty()) return out;
   std::memcpy(out, text.data(), text.size());
   return out + text.size();
 }
 
-// A comma stands before every key; the first one opens the object.
 char* put_key(const set_piece& set, const keyed_item& keyed, char* out) {
-  char* const end = put_plain(set.key(keyed), out);
-  if (&keyed == &set.items.front()) *out = '{';
-  return end;
+  const char* const key = set.keys.data() + keyed.key_begin;
+  for (std::size_t at = 0; at < keyed.key_length; at += KEY_STEP) {
+    std::memcpy(out + at, key + at, KEY_STEP);
+  }
+  return out + keyed.key_length;
 }
 
 }  // namespace
 
+inline char* record_text::put_elements(const item_place& place,
+                                       std::size_t begin, std::size_t end,
+                                       char* out) {
+  const item_view& item = place.keyed.item;
+  const values_text values = place.keyed.put_values(
+      {item.element(place.image.bytes, begin).data(), item.size,
+       static_cast<std::uint32_t>(end - begin)},
+      {place.characters, scratch_}, out);
+  if (values.any_problem) note_elements(place, begin, end);
+  return values.end;
+}
+
+// Several values are an array.
+inline char* record_text::put_values_of(const item_place& place, char* out) {
+  const std::size_t count = place.keyed.item.count;
+  const std::size_t bracket = count == 1 ? 0 : 1;
+  *out = '[';
+  out = put_elements(place, 0, count, out + bracket);
+  *out = ']';
+  return out + bracket;
+}
+
+char* record_text::put_encrypted(const item_place& place, char* out) {
+  if (is_sealed(place.keyed.item, place.image)) {
+    note(place, "encrypted");
+    return put_plain("null", out);
+  }
+  out = put_values_of(place, out);
+  note_fill(place);
+  return out;
+}
+
+// Writes the items from `first` on, without `last`, and remembers where.
+char* record_text::put_run(const set_piece& set, const shown_image& image,
+                           std::size_t first, std::size_t last, char* out) {
+  const character_table& characters = character_table_of(set.charset);
+  for (std::size_t i = first; i < last; ++i) {
+    const item_place place{set, image, set.items[i], characters};
+    const std::size_t notes_before = notes_.size();
+    const char* const begin = out;
+    out = put_key(set, place.keyed, out);
+    out = place.keyed.item.encrypted ? put_encrypted(place, out)
+                                     : put_values_of(place, out);
+    written_[i] = {begin, out, notes_.size() > notes_before};
+  }
+  return out;
+}
+
 void record_text::compare(const set_piece& set, const shown_image& before,
                           const shown_image& after) {
-  differs_.clear();
+  differs_.resize(set.items.size());
+  char* mark = differs_.data();
   for (const keyed_item& keyed : set.items) {
-    differs_.push_back(differs(keyed.item, before.bytes, after.bytes) ? 1 : 0);
+    *mark++ = differs(keyed.item, before.bytes, after.bytes) ? 1 : 0;
   }
 }
 
@@ -57,9 +108,7 @@ void record_text::put(const set_piece& set, const shown_image& before,
                       !set.items.empty() && room <= line_writer::MAX_ROOM;
   if (copies) out_.room(room);
   out_.put(BEFORE_KEY);
-  keeps_written_ = copies;
   put_image(set, before);
-  keeps_written_ = false;
   out_.put(AFTER_KEY);
   if (copies) {
     put_differing(set, after);
@@ -79,33 +128,26 @@ void record_text::put_image(const set_piece& set, const shown_image& image) {
 }
 
 void record_text::put_items(const set_piece& set, const shown_image& image) {
+  written_.resize(set.items.size());
   if (set.image_room > line_writer::MAX_ROOM) {
     put_long_items(set, image);
     return;
   }
-  const character_table& characters = character_table_of(set.charset);
-  written_.clear();
-  char* out = out_.room(set.image_room);
-  for (const keyed_item& keyed : set.items) {
-    const std::size_t notes_before = notes_.size();
-    char* const begin = out;
-    out = put_item({set, image, keyed, characters}, begin);
-    if (!keeps_written_) continue;
-    written_.push_back({begin, out, notes_.size() > notes_before});
-  }
-  out_.claim(out);
-  out_.put('}');
+  char* const out =
+      put_run(set, image, 0, set.items.size(), out_.room(set.image_room));
+  *out = '}';
+  out_.claim(out + 1);
 }
 
 void record_text::put_long_items(const set_piece& set,
                                  const shown_image& image) {
   const character_table& characters = character_table_of(set.charset);
-  for (const keyed_item& keyed : set.items) {
-    const item_place place{set, image, keyed, characters};
+  for (std::size_t i = 0; i < set.items.size(); ++i) {
+    const keyed_item& keyed = set.items[i];
     if (keyed.room > line_writer::MAX_ROOM) {
-      put_long_item(place);
+      put_long_item({set, image, keyed, characters});
     } else {
-      out_.claim(put_item(place, out_.room(keyed.room)));
+      out_.claim(put_run(set, image, i, i + 1, out_.room(keyed.room)));
     }
   }
   out_.put('}');
@@ -115,7 +157,7 @@ void record_text::put_long_items(const set_piece& set,
 // notes, is copied from the first one.
 void record_text::put_differing(const set_piece& set,
                                 const shown_image& image) {
-  const character_table& characters = character_table_of(set.charset);
+  char* out = out_.room(set.image_room);
   std::string_view copied;
   for (std::size_t i = 0; i < set.items.size(); ++i) {
     const item_text& first = written_[i];
@@ -124,39 +166,20 @@ void record_text::put_differing(const set_piece& set,
       copied = {begin, static_cast<std::size_t>(first.end - begin)};
       continue;
     }
-    out_.put(copied);
+    out = put_plain(copied, out);
     copied = {};
-    const keyed_item& keyed = set.items[i];
-    out_.claim(
-        put_item({set, image, keyed, characters}, out_.room(keyed.room)));
+    out = put_run(set, image, i, i + 1, out);
   }
-  out_.put(copied);
-  out_.put('}');
-}
-
-char* record_text::put_item(const item_place& place, char* out) {
-  const item_view& item = place.keyed.item;
-  out = put_key(place.set, place.keyed, out);
-  if (is_sealed(item, place.image)) {
-    note(place, "encrypted");
-    return put_plain("null", out);
-  }
-  if (item.count == 1) {
-    out = put_elements(place, 0, 1, out);
-  } else {
-    *out++ = '[';
-    out = put_elements(place, 0, item.count, out);
-    *out++ = ']';
-  }
-  if (item.encrypted) note_fill(place);
-  return out;
+  out = put_plain(copied, out);
+  *out = '}';
+  out_.claim(out + 1);
 }
 
 // An array that is written as many elements at a time as are sure to fit.
 void record_text::put_long_item(const item_place& place) {
   const item_view& item = place.keyed.item;
-  out_.claim(
-      put_key(place.set, place.keyed, out_.room(place.keyed.key_length)));
+  out_.claim(put_key(place.set, place.keyed,
+                     out_.room(place.keyed.key_length + KEY_STEP)));
   if (is_sealed(item, place.image)) {
     note(place, "encrypted");
     out_.put("null");
@@ -173,18 +196,6 @@ void record_text::put_long_item(const item_place& place) {
   }
   out_.put(']');
   note_fill(place);
-}
-
-char* record_text::put_elements(const item_place& place, std::size_t begin,
-                                std::size_t end, char* out) {
-  const item_view& item = place.keyed.item;
-  const values_text values =
-      put_values(item.form,
-                 {item.element(place.image.bytes, begin).data(), item.size,
-                  static_cast<std::uint32_t>(end - begin)},
-                 place.characters, scratch_, out);
-  if (values.any_problem) note_elements(place, begin, end);
-  return values.end;
 }
 
 void record_text::note_fill(const item_place& place) {

@@ -53,9 +53,11 @@ class record_text {
   void put_items(const set_piece& set, const shown_image& image);
   void put_long_items(const set_piece& set, const shown_image& image);
   void put_differing(const set_piece& set, const shown_image& image);
-  void put_item(const item_place& place);
   void put_long_item(const item_place& place);
-  char* put_item(const item_place& place, char* out);
+  char* put_run(const set_piece& set, const shown_image& image,
+                std::size_t first, std::size_t last, char* out);
+  char* put_encrypted(const item_place& place, char* out);
+  char* put_values_of(const item_place& place, char* out);
   char* put_elements(const item_place& place, std::size_t begin,
                      std::size_t end, char* out);
   void note_fill(const item_place& place);
@@ -68,9 +70,8 @@ class record_text {
   text_scratch scratch_;
   // Of each item of an operation with both images: whether they differ.
   std::vector<char> differs_;
-  // Of each item of the image that was written last, if it is kept.
+  // Of each item that was written last.
   std::vector<item_text> written_;
-  bool keeps_written_ = false;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_RECORD_TEXT_H

@@ -5,7 +5,6 @@
 #include "util/chronex_trail/files/path_part.h"
 #include "util/chronex_trail/json/field_note.h"
 #include "util/chronex_trail/json/json_text.h"
-#include "util/chronex_trail/json/value_text.h"
 #include "util/chronex_trail/values/data_set_name.h"
 #include "util/chronex_trail/values/text_origin.h"
 
@@ -21,18 +20,21 @@ std::unique_ptr<set_piece> make_piece(const node_entry& node, int charset,
        items_of(*node.set, character_table_of(node.charset), listed)) {
     if (!item.chosen) continue;
     const std::size_t begin = piece->keys.size();
-    piece->keys += ',';
+    piece->keys += piece->items.empty() ? '{' : ',';
     append_json_string(piece->keys, item.name);
     piece->keys += ':';
     const std::size_t length = piece->keys.size() - begin;
     const std::size_t room =
-        length + item.count * (value_text_room(item.size) + 1) + 2;
+        length + KEY_STEP + item.count * (value_text_room(item.size) + 1) + 2;
     piece->image_room += room;
+    const values_writer writer = values_writer_of(item.form, item.size);
     piece->items.push_back({.item = std::move(item),
+                            .put_values = writer,
                             .key_begin = static_cast<std::uint32_t>(begin),
                             .key_length = static_cast<std::uint32_t>(length),
                             .room = room});
   }
+  piece->keys.append(KEY_STEP, ' ');
   return piece;
 }
 

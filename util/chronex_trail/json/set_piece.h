@@ -13,15 +13,23 @@
 #include "util/chronex/tables/event_place.h"
 #include "util/chronex/tables/node.h"
 #include "util/chronex_trail/json/piece_cache.h"
+#include "util/chronex_trail/json/value_text.h"
 #include "util/chronex_trail/values/item_view.h"
+
+// Keys are copied so many bytes at a time, whatever their length: behind the
+// last one there are as many more.
+inline constexpr std::size_t KEY_STEP = 32;
 
 // A chosen item, and its name as an object's key.
 struct keyed_item {
   item_view item;
-  // Place of `,"NAME":` in set_piece::keys.
+  // Writes its values.
+  values_writer put_values = nullptr;
+  // Place of `,"NAME":` in set_piece::keys; the first one opens the object,
+  // `{"NAME":`.
   std::uint32_t key_begin = 0;
   std::uint32_t key_length = 0;
-  // The room that the key and the value need at most.
+  // The room that the key, copied in steps, and the value need at most.
   std::size_t room = 0;
 };
 
@@ -47,7 +55,7 @@ struct set_piece {
   // The room that the text of an image needs at most.
   std::size_t image_room = 0;
 
-  // `,"NAME":`
+  // `,"NAME":`, or `{"NAME":`
   std::string_view key(const keyed_item& item) const {
     return {keys.data() + item.key_begin, item.key_length};
   }

@@ -19,19 +19,27 @@ std::string source_text(const input_file& file) {
 
 }  // namespace
 
+void source_piece::make_texts(const event_place& place) {
+  if (place.file == file_) return;
+  text_ = source_text(*place.file);
+  numbered_ = text_;
+  numbered_ += is_in_audit_file(place) ? R"(,"record":)" : R"(,"action":)";
+  file_ = place.file;
+}
+
+const std::string& source_piece::numbered(const event_place& place) {
+  make_texts(place);
+  return numbered_;
+}
+
 void source_piece::put(line_writer& out, const event_place& place) {
   if (place.file == nullptr) return;
-  if (place.file != file_) {
-    text_ = source_text(*place.file);
-    numbered_ = text_;
-    numbered_ += is_in_audit_file(place) ? R"(,"record":)" : R"(,"action":)";
-    file_ = place.file;
-  }
+  make_texts(place);
   if (place.number == 0) {
     out.put(text_);
+    out.put('}');
   } else {
     out.put(numbered_);
-    out.put_number(place.number);
+    put_number(out, place.number);
   }
-  out.put('}');
 }

@@ -3,33 +3,14 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
+#include "util/chronex_trail/json/number_text.h"
 #include "util/chronex_trail/values/decimal_digits.h"
 
 namespace {
 
 using byte_run = std::span<const std::uint8_t>;
-
-// Readers that take numbers for doubles change integers of this size, so that
-// they are always strings.
-constexpr std::size_t QUOTED_SIZE = 8;
-
-// Takes every number there is.
-constexpr std::size_t NUMBER_ROOM = 32;
-
-template <typename number>
-char* put_number(number value, char* out) {
-  return std::to_chars(out, out + NUMBER_ROOM, value).ptr;
-}
-
-template <typename number>
-char* put_whole_number(number value, std::size_t size, char* out) {
-  if (size != QUOTED_SIZE) return put_number(value, out);
-  *out++ = '"';
-  out = put_number(value, out);
-  *out++ = '"';
-  return out;
-}
 
 char* put_plain(std::string_view text, char* out) {
   std::memcpy(out, text.data(), text.size());
@@ -38,63 +19,64 @@ char* put_plain(std::string_view text, char* out) {
 
 char* put_null(char* out) { return put_plain("null", out); }
 
-// Digits need no escapes.
-value_text put_digits(std::size_t (*digits)(byte_run, char*), byte_run bytes,
-                      char* out) {
-  const std::size_t length = digits(bytes, out + 1);
+// Digits, of which `length` stand behind the place of the quote, need no
+// escapes.
+value_text put_digits(std::size_t length, char* out) {
   if (length == 0) return {put_null(out), value_problem::bad_digits};
   out[0] = '"';
   out[length + 1] = '"';
   return {out + length + 2, value_problem::none};
 }
 
-constexpr int MOST_DECIMALS = 3;
-constexpr std::int64_t SCALES[MOST_DECIMALS + 1] = {1, 10, 100, 1000};
-
-// A number whose last `decimals` digits stand behind the point.
-char* put_decimal(std::int64_t number, int decimals, char* out) {
-  const std::int64_t scale = SCALES[decimals];
-  out = put_number(number / scale, out);
-  if (decimals == 0) return out;
-  *out = '.';
-  std::int64_t fraction = number % scale;
-  for (int k = decimals; k > 0; --k) {
-    out[k] = static_cast<char>('0' + fraction % 10);
-    fraction /= 10;
-  }
-  return out + decimals + 1;
+// The decimals of a number of thousandths, from the point on, without the zeros
+// at their end.
+char* put_thousandths(std::uint32_t thousandths, char* out) {
+  if (thousandths == 0) return out;
+  const auto digit = [](std::uint32_t number) {
+    return static_cast<char>('0' + number % 10);
+  };
+  out[0] = '.';
+  out[1] = digit(thousandths / 100);
+  out[2] = digit(thousandths / 10);
+  out[3] = digit(thousandths);
+  return out + 2 + (thousandths % 100 != 0) + (thousandths % 10 != 0);
 }
 
 // Amounts and rates are often whole numbers, or such with up to three decimals:
-// those that have at most 15 digits are the shortest text of their value, and
-// several times as fast to find as by the general way. Whole numbers of more
-// than 5 digits may be shorter with an exponent. Returns the end, or null when
-// it is no such number.
-char* put_short_decimal(double value, char* out) {
-  constexpr double LARGEST_WHOLE = 99999;
-  constexpr double LARGEST_NUMBER = 999999999999998;
-  const double size = std::fabs(value);
-  for (int decimals = 0; decimals <= MOST_DECIMALS; ++decimals) {
-    const auto scale = static_cast<double>(SCALES[decimals]);
-    if (size * scale > LARGEST_NUMBER) return nullptr;
-    const auto number = std::int64_t{std::llrint(size * scale)};
-    if (static_cast<double>(number) / scale != size) continue;
-    if (decimals == 0 && size > LARGEST_WHOLE) return nullptr;
-    if (std::signbit(value)) *out++ = '-';
-    return put_decimal(number, decimals, out);
+// those that have at most as many digits as every number of the width can tell
+// apart are the shortest text of their value, and several times as fast to find
+// as by the general way. Whole numbers of more than 5 digits may be shorter
+// with an exponent. Returns the end, or null when it is no such number.
+template <typename real>
+char* put_short_decimal(real value, char* out) {
+  constexpr double LARGEST =
+      sizeof(real) == sizeof(float) ? 999'998 : 999'999'999'999'998;
+  constexpr std::uint64_t LARGEST_WHOLE = 99'999;
+  constexpr std::uint64_t SCALE = 1000;
+  const double scaled = std::fabs(double{value}) * SCALE;
+  if (scaled > LARGEST) return nullptr;
+  const auto number = static_cast<std::int64_t>(scaled + 0.5);
+  if (static_cast<real>(static_cast<double>(number) / SCALE) !=
+      std::fabs(value)) {
+    return nullptr;
   }
-  return nullptr;
+  const std::uint64_t whole = static_cast<std::uint64_t>(number) / SCALE;
+  const std::uint64_t thousandths = static_cast<std::uint64_t>(number) % SCALE;
+  if (thousandths == 0 && whole > LARGEST_WHOLE) return nullptr;
+  *out = '-';
+  if (std::signbit(value)) ++out;
+  return put_thousandths(static_cast<std::uint32_t>(thousandths),
+                         put_natural(whole, out));
 }
 
 // The shortest text that reads back at the stored width.
-char* put_real(double value, std::size_t size, char* out) {
+template <typename real>
+char* put_real(real value, char* out) {
   // Readers would take -0 for a whole number, which has no sign.
   if (value == 0 && std::signbit(value)) return put_plain("-0.0", out);
-  if (size == sizeof(float)) {
-    return put_number(static_cast<float>(value), out);
-  }
   char* const end = put_short_decimal(value, out);
-  return end != nullptr ? end : put_number(value, out);
+  return end != nullptr ? end
+                        : std::to_chars(out, out + NUMBER_ROOM, value).ptr;
 }
 
 char* put_quoted(value_form form, std::string_view text, char* out) {
@@ -105,29 +87,28 @@ char* put_quoted(value_form form, std::string_view text, char* out) {
   return out;
 }
 
-template <typename number>
+template <typename real>
 value_text put_stored_real(byte_run bytes, char* out) {
-  const double value{stored_number<number>(bytes)};
+  const real value = stored_number<real>(bytes);
   if (std::isnan(value)) return {put_null(out), value_problem::nan};
   if (std::isinf(value)) return {put_null(out), value_problem::infinite};
-  return {put_real(value, sizeof(number), out), value_problem::none};
+  return {put_real(value, out), value_problem::none};
 }
 
 // Texts of all forms.
 value_text put_any_text(value_form form, byte_run bytes,
-                        const character_table& characters,
-                        text_scratch& scratch, char* out) {
-  const item_value value = read_value(form, bytes, characters, scratch);
+                        const text_tools& tools, char* out) {
+  const item_value value =
+      read_value(form, bytes, tools.characters, tools.scratch);
   return {put_quoted(form, value.text, out), value.problem};
 }
 
 // Most texts are ASCII without anything to escape.
-value_text put_text(byte_run bytes, const character_table& characters,
-                    text_scratch& scratch, char* out) {
-  const byte_run text = without_padding(bytes);
-  char* const end = put_plain_ascii(text.data(), text.size(), out + 1);
+value_text put_text(byte_run bytes, const text_tools& tools, char* out) {
+  char* const end =
+      put_plain_ascii(bytes, without_padding(bytes).size(), out + 1);
   if (end == nullptr) {
-    return put_any_text(value_form::text, bytes, characters, scratch, out);
+    return put_any_text(value_form::text, bytes, tools, out);
   }
   *out = '"';
   *end = '"';
@@ -157,57 +138,114 @@ values_text put_each(element_run elements, char* out,
   return {out, any_problem};
 }
 
-template <typename number>
-values_text put_whole_numbers(number (*stored)(byte_run), element_run elements,
+// Readers that take numbers for doubles change integers of eight bytes, so that
+// they are always strings.
+template <typename stored>
+char* put_whole_number(stored number, char* out) {
+  constexpr bool IS_QUOTED = sizeof(stored) == 8;
+  if (IS_QUOTED) *out++ = '"';
+  if constexpr (std::is_signed_v<stored>) {
+    out = put_integer(number, out);
+  } else {
+    out = put_natural(number, out);
+  }
+  if (IS_QUOTED) *out++ = '"';
+  return out;
+}
+
+template <typename stored>
+values_text put_whole_numbers(element_run elements, const text_tools& /*tools*/,
                               char* out) {
-  return put_each(elements, out, [stored](byte_run bytes, char* to) {
-    return value_text{put_whole_number(stored(bytes), bytes.size(), to),
+  return put_each(elements, out, [](byte_run bytes, char* to) {
+    return value_text{put_whole_number(stored_number<stored>(bytes), to),
                       value_problem::none};
   });
 }
 
+template <typename stored>
+values_text put_reals(element_run elements, const text_tools& /*tools*/,
+                      char* out) {
+  return put_each(elements, out, put_stored_real<stored>);
+}
+
+values_text put_packed(element_run elements, const text_tools& /*tools*/,
+                       char* out) {
+  return put_each(elements, out, [](byte_run bytes, char* to) {
+    return put_digits(packed_digits(bytes, to + 1), to);
+  });
+}
+
+values_text put_zoned(element_run elements, const text_tools& /*tools*/,
+                      char* out) {
+  return put_each(elements, out, [](byte_run bytes, char* to) {
+    return put_digits(zoned_digits(bytes, to + 1), to);
+  });
+}
+
+values_text put_texts(element_run elements, const text_tools& tools,
+                      char* out) {
+  return put_each(elements, out, [&tools](byte_run bytes, char* to) {
+    return put_text(bytes, tools, to);
+  });
+}
+
+values_text put_hex_numbers(element_run elements, const text_tools& tools,
+                            char* out) {
+  return put_each(elements, out, [&tools](byte_run bytes, char* to) {
+    return put_any_text(value_form::hex_number, bytes, tools, to);
+  });
+}
+
+values_text put_hex_runs(element_run elements, const text_tools& /*tools*/,
+                         char* out) {
+  return put_each(elements, out, put_hex_bytes);
+}
+
+template <typename one, typename two, typename four, typename eight>
+values_writer whole_number_writer(std::size_t size) {
+  switch (size) {
+    case 1:
+      return put_whole_numbers<one>;
+    case 2:
+      return put_whole_numbers<two>;
+    case 4:
+      return put_whole_numbers<four>;
+    default:
+      return put_whole_numbers<eight>;
+  }
+}
+
 }  // namespace
 
-// The form is looked at once, so that each loop knows what it writes.
-values_text put_values(value_form form, element_run elements,
-                       const character_table& characters, text_scratch& scratch,
-                       char* out) {
+values_writer values_writer_of(value_form form, std::size_t size) {
   switch (form) {
     case value_form::integer:
-      return put_whole_numbers(stored_integer, elements, out);
+      return whole_number_writer<std::int8_t, std::int16_t, std::int32_t,
+                                 std::int64_t>(size);
     case value_form::natural:
-      return put_whole_numbers(stored_natural, elements, out);
-    case value_form::packed:
-      return put_each(elements, out, [](byte_run bytes, char* to) {
-        return put_digits(packed_digits, bytes, to);
-      });
-    case value_form::zoned:
-      return put_each(elements, out, [](byte_run bytes, char* to) {
-        return put_digits(zoned_digits, bytes, to);
-      });
-    case value_form::text:
-      return put_each(elements, out, [&](byte_run bytes, char* to) {
-        return put_text(bytes, characters, scratch, to);
-      });
-    case value_form::hex_bytes:
-      return put_each(elements, out, put_hex_bytes);
+      return whole_number_writer<std::uint8_t, std::uint16_t, std::uint32_t,
+                                 std::uint64_t>(size);
     case value_form::real:
-      return elements.size == sizeof(float)
-                 ? put_each(elements, out, put_stored_real<float>)
-                 : put_each(elements, out, put_stored_real<double>);
+      return size == sizeof(float) ? put_reals<float> : put_reals<double>;
+    case value_form::packed:
+      return put_packed;
+    case value_form::zoned:
+      return put_zoned;
+    case value_form::text:
+      return put_texts;
+    case value_form::hex_number:
+      return put_hex_numbers;
     default:
-      return put_each(elements, out, [&](byte_run bytes, char* to) {
-        return put_any_text(form, bytes, characters, scratch, to);
-      });
+      return put_hex_runs;
   }
 }
 
 value_text put_value(value_form form, byte_run bytes,
                      const character_table& characters, text_scratch& scratch,
                      char* out) {
-  const values_text text = put_values(
-      form, {bytes.data(), static_cast<std::uint32_t>(bytes.size()), 1},
-      characters, scratch, out);
+  const values_text text = values_writer_of(form, bytes.size())(
+      {bytes.data(), static_cast<std::uint32_t>(bytes.size()), 1},
+      {characters, scratch}, out);
   if (!text.any_problem) return {text.end, value_problem::none};
   return {text.end, read_value(form, bytes, characters, scratch).problem};
 }

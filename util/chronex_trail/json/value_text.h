@@ -41,10 +41,18 @@ struct values_text {
   bool any_problem;
 };
 
+// What texts need beside their bytes. All stay the caller's.
+struct text_tools {
+  const character_table& characters;
+  text_scratch& scratch;
+};
+
 // Writes the values of elements as JSON, with commas between them. `out` has
 // value_text_room and one more for each.
-values_text put_values(value_form form, element_run elements,
-                       const character_table& characters, text_scratch& scratch,
-                       char* out);
+using values_writer = values_text (*)(element_run elements,
+                                      const text_tools& tools, char* out);
+
+// The writer for elements of a form and a size.
+values_writer values_writer_of(value_form form, std::size_t size);
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_VALUE_TEXT_H

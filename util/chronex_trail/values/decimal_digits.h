@@ -11,8 +11,10 @@
 
 // Write the number without leading zeros, with '-' only when it is negative;
 // zero is "0". `out` has room for twice as many characters as `v` has bytes,
-// and at least two. They return the number of characters, or 0 when a digit is
-// none, or a digit stands where the sign should be.
+// and DIGITS_SLACK more, which may be written, too. They return the number of
+// characters, or 0 when a digit is none, or a digit stands where the sign
+// should be.
+inline constexpr std::size_t DIGITS_SLACK = 16;
 std::size_t packed_digits(std::span<const std::uint8_t> v, char* out);
 std::size_t zoned_digits(std::span<const std::uint8_t> v, char* out);
 

@@ -23,6 +23,13 @@ constexpr std::array<hex_byte, 256> make_hex_bytes() {
 
 constexpr std::array<hex_byte, 256> HEX_BYTES = make_hex_bytes();
 
+// Digits of 0 to 15, one a byte, as text. Sums that reach 16 are letters.
+constexpr std::uint64_t hex_text(std::uint64_t digits) {
+  constexpr std::uint8_t TO_LETTERS = 'a' - 10 - '0';
+  const std::uint64_t letters = (digits + word_of(6)) >> 4 & word_of(1);
+  return digits + word_of('0') + letters * TO_LETTERS;
+}
+
 item_value real_value(byte_run bytes) {
   item_value value;
   value.real = bytes.size() == sizeof(float)
@@ -35,18 +42,11 @@ item_value real_value(byte_run bytes) {
 
 item_value digits_value(std::size_t (*digits)(byte_run, char*), byte_run bytes,
                         text_scratch& scratch) {
-  char* const out = scratch.room(bytes.size() * 2);
+  char* const out = scratch.room(bytes.size() * 2 + DIGITS_SLACK);
   item_value value;
   value.text = {out, digits(bytes, out)};
   if (value.text.empty()) value.problem = value_problem::bad_digits;
   return value;
-}
-
-bool is_padding(std::uint8_t byte) { return byte == ' ' || byte == 0; }
-
-// Whether eight bytes are all blanks, or all NULs.
-bool is_padding(std::uint64_t bytes) {
-  return bytes == 0x2020202020202020 || bytes == 0;
 }
 
 item_value text_value(byte_run bytes, const character_table& characters,
@@ -147,18 +147,12 @@ item_value read_value(value_form form, byte_run bytes,
   }
 }
 
-byte_run without_padding(byte_run bytes) {
-  constexpr std::size_t STEP = sizeof(std::uint64_t);
-  std::size_t length = bytes.size();
-  while (length >= STEP && is_padding(stored_number<std::uint64_t>(
-                               bytes.subspan(length - STEP, STEP)))) {
-    length -= STEP;
-  }
-  while (length > 0 && is_padding(bytes[length - 1])) --length;
-  return bytes.first(length);
-}
-
 char* put_hex_digits(byte_run bytes, char* out) {
+  constexpr std::size_t HALF_WORD = WORD / 2;
+  for (; bytes.size() >= HALF_WORD; bytes = bytes.subspan(HALF_WORD)) {
+    store_word(hex_text(half_bytes(load_half_word(bytes.data()))), out);
+    out += WORD;
+  }
   for (const std::uint8_t byte : bytes) {
     std::memcpy(out, HEX_BYTES[byte].data(), 2);
     out += 2;

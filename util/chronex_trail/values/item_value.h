@@ -5,12 +5,14 @@
 // data. The item's type and size decide the form of its values, never a value:
 // what does not fit its form is null, and the reason is told.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
 #include <string_view>
 
+#include "util/chronex_trail/values/byte_words.h"
 #include "util/chronex_trail/values/character_table.h"
 #include "util/chronex_trail/values/utf8_text.h"
 
@@ -72,9 +74,22 @@ struct item_value {
 item_value read_value(value_form form, std::span<const std::uint8_t> bytes,
                       const character_table& characters, text_scratch& scratch);
 
-// The bytes of a character item without the blanks and NULs at their end.
-std::span<const std::uint8_t> without_padding(
-    std::span<const std::uint8_t> bytes);
+// The bytes of a character item without the blanks and NULs at their end. Those
+// are the two bytes that are zero without the bit of a blank.
+inline std::span<const std::uint8_t> without_padding(
+    std::span<const std::uint8_t> bytes) {
+  const auto end_in = [](std::uint64_t word) {
+    const std::uint64_t text = word & ~word_of(' ');
+    return WORD - static_cast<std::size_t>(std::countl_zero(text)) / 8;
+  };
+  std::size_t begin = bytes.size();
+  while (begin >= WORD) {
+    begin -= WORD;
+    const std::size_t length = end_in(load_word(bytes.data() + begin));
+    if (length > 0) return bytes.first(begin + length);
+  }
+  return bytes.first(end_in(load_short_word(bytes.data(), begin)));
+}
 
 // A number in the byte order of the machine, which is that of all inputs.
 template <typename number>
