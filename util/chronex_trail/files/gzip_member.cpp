@@ -7,7 +7,10 @@
 
 namespace {
 
-constexpr int LEVEL = 6;
+// A gigabyte of events takes 2.7 seconds and an eighth of its size. Level 2
+// takes twice the time for a fiftieth less, level 6 four times for a fifth
+// less.
+constexpr int LEVEL = 1;
 
 }  // namespace
 
