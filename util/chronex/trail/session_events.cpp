@@ -10,6 +10,11 @@ std::span<const std::uint8_t> memo_text(const memo_slot& slot) {
   return slot.data.bytes().first(static_cast<std::size_t>(slot.size));
 }
 
+void note_pending_memos(session_entry& entry) {
+  entry.may_have_pending_memo =
+      entry.dbbegin_end.pending || entry.dbmemo.pending;
+}
+
 }  // namespace
 
 int trail::session_signed_off(std::int32_t session_id) {
@@ -72,11 +77,15 @@ int trail::write_session_memo(const session_entry& entry, memo_slot& slot,
 }
 
 int trail::write_session_dbbegin_end(session_entry& entry) {
-  return write_session_memo(entry, entry.dbbegin_end, false);
+  const int result = write_session_memo(entry, entry.dbbegin_end, false);
+  note_pending_memos(entry);
+  return result;
 }
 
 int trail::write_session_dbmemo(session_entry& entry) {
-  return write_session_memo(entry, entry.dbmemo, false);
+  const int result = write_session_memo(entry, entry.dbmemo, false);
+  note_pending_memos(entry);
+  return result;
 }
 
 int trail::write_pending_session_memo(session_entry& entry) {
