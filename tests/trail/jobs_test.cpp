@@ -29,6 +29,33 @@ std::string large_log(std::uint32_t sequence) {
   return log.end().bytes();
 }
 
+// Operations in several parts, beside each other and apart, with what is to be
+// told of some. A border of the pieces falls everywhere, one time or another.
+std::string log_of_parts() {
+  log_builder log({.generation = 7});
+  log.database(1, "shop").data_set(2, 1, "goods", {{"NAME", 'X', 1, 100}});
+  log.sign_on(5, {"user{BOB}"});
+  const std::string image(100, 'i');
+  for (std::uint32_t i = 0; i < 300; ++i) {
+    const std::uint32_t key = i % 30;
+    const log_operation first{5, 2, key, 1, image, key};
+    const log_operation other{5, 2, i + 1000, 3, image};
+    log_operation odd = first;
+    if (i % 7 == 1) odd.image = "short";
+    if (i % 7 == 2) odd.session = 8;
+    if (i % 7 == 3) odd.image_key = 5000;
+    if (i % 7 == 4) log.operation({5, 2, key, 4, "", key});
+    if (i % 7 == 5) log.before_image(first);
+    log.operation(other).before_image(odd);
+    if (i % 7 == 6) log.operation(other);
+    if (i % 11 == 0) log.memo(5, 'b', "begin " + std::to_string(i));
+    log.operation(first);
+    if (i % 7 == 3) log.operation(other).operation(odd);
+    if (i % 50 == 0) log.operation(odd).operation({5, 2, i, 1, "short"});
+  }
+  return log.end().bytes();
+}
+
 void expect_same(const program_result& jobs, const program_result& one) {
   EXPECT_TRUE(jobs.out == one.out);
   EXPECT_EQ(jobs.err, one.err);
@@ -60,6 +87,20 @@ TEST(Jobs, ReadWhatOneProcessReads) {
                                "CHRONEX_RING_SIZE=1"}),
           one);
     }
+  }
+}
+
+TEST(Jobs, KnowTheFirstPartsOfOperations) {
+  const test_directory directory;
+  directory.write("log", log_of_parts());
+  const program_result one = directory.run_trail({"json", "log"});
+  ASSERT_NE(one.out.find(R"("before":)"), std::string::npos);
+  for (const char* const piece : {"1", "130", "150", "400", "3000"}) {
+    SCOPED_TRACE(piece);
+    expect_same(
+        directory.run_trail({"json", "--jobs", "3", "log"}, {},
+                            {std::string("CHRONEX_PIECE_SIZE=") + piece}),
+        one);
   }
 }
 

@@ -138,6 +138,9 @@ int fwlog_reader::process_actions(input_file& file) {
   if (!is_careful) position.last = {};
   int result = ACTION_DONE;
   while (result == ACTION_DONE) {
+    if (events.only_counts_operations() && !is_careful) {
+      fw_count_operations(*this, file);
+    }
     position.byte = file.stream.position();
     result =
         is_careful ? careful.process_next() : fw_process_action(*this, file);

@@ -57,6 +57,10 @@ int fw_bad_size(const fw_action& action, const char* what, std::uint64_t size,
 // end. Returns the result for the action.
 int fw_bad_format(const fw_action& action, const std::string& problem);
 
+// Passes over the operations that come next, as long as of each there is no
+// more to do than to count it. The readers of the actions do what is left.
+void fw_count_operations(fwlog_reader& reader, input_file& file);
+
 // Read the bodies of record and before-image actions (fwlog_record.cpp).
 int fw_record(const fw_action& action);
 int fw_before_image(const fw_action& action);

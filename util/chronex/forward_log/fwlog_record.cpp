@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "common/byte_cursor.h"
+#include "util/chronex/forward_log/action_extent.h"
 #include "util/chronex/forward_log/fwlog_action.h"
 #include "util/chronex/forward_log/fwlog_format.h"
 #include "util/chronex/keys/node_crypt.h"
@@ -243,7 +244,128 @@ int keep_before_image(const fw_action& action, const known_node& node,
   return ACTION_DONE;
 }
 
+// Operations can be decoded, deciphered where that is needed.
+bool is_readable(const known_node& node) {
+  return node.entry != nullptr && node.set.is_known() &&
+         (!node.set.is_encrypted() || database_of(*node.entry) != nullptr);
+}
+
+// Whether its reader would hand on an operation, on behalf of which the outputs
+// need nothing else to be told.
+bool is_only_counted(trail& events, const record_header& header,
+                     const known_node& node, byte_run data) {
+  if (header.type != RECORD_OPERATION || data.size() < FW_OPERATION_HEAD_SIZE ||
+      !is_readable(node)) {
+    return false;
+  }
+  const session_entry* const session =
+      events.sessions.session_get_entry(header.session_id);
+  if (session == nullptr || !events.is_all_told(*session, *node.entry)) {
+    return false;
+  }
+  const std::uint8_t op = data[16];
+  const bool has_image = op == OP_UPDATE || op == OP_PUT;
+  return op == OP_DELETE ||
+         (has_image &&
+          data.size() - FW_OPERATION_HEAD_SIZE >= node.set.media_sz);
+}
+
+// Whether a whole before-image belongs to the operation behind it, and nothing
+// would be told of it. Then nothing is left of it behind that operation.
+bool is_of_operation(const before_image_header& image,
+                     const record_header& header, std::uint32_t recno,
+                     const known_node& node) {
+  return image.size <= FW_PAGE_SIZE && image.size >= node.set.media_sz &&
+         image.image_key == header.image_key &&
+         image.session_id == header.session_id &&
+         image.node_id == header.node_id && image.recno == recno;
+}
+
+// What comes next of the operations that are only counted.
+struct counted_step {
+  // Of their bytes; 0 = something else comes next.
+  std::size_t length = 0;
+  std::uint32_t actions = 1;
+};
+
+// Looks for such steps in bytes, the actions of which have rising numbers.
+class operation_steps {
+ public:
+  explicit operation_steps(trail& events) : events_(events) {}
+
+  // The step that bytes begin with. A before-image and its operation are one,
+  // if the operation begins before `limit`.
+  counted_step next(byte_run bytes, std::size_t limit,
+                    std::uint32_t number) const {
+    constexpr std::size_t HEAD =
+        FW_ACTION_HEAD_SIZE + FW_BEFORE_IMAGE_HEADER_SIZE;
+    if (!is_head(bytes, HEAD, FW_TAG_BEFORE_IMAGE, number)) {
+      return {.length = operation(bytes, number, nullptr)};
+    }
+    const before_image_header image =
+        decode_before_image_header(bytes.data() + FW_ACTION_HEAD_SIZE);
+    const std::size_t length = HEAD + image.size;
+    if (length >= std::min(limit, bytes.size())) return {};
+    const std::size_t rest =
+        operation(bytes.subspan(length), number + 1, &image);
+    return {.length = rest > 0 ? length + rest : 0, .actions = 2};
+  }
+
+ private:
+  static bool is_head(byte_run bytes, std::size_t size, std::uint8_t tag,
+                      std::uint32_t number) {
+    return bytes.size() >= size && bytes[0] == tag &&
+           load_u32(bytes.data() + 1) == number;
+  }
+
+  // The length of the operation that bytes begin with; 0 = no such.
+  std::size_t operation(byte_run bytes, std::uint32_t number,
+                        const before_image_header* image) const {
+    constexpr std::size_t HEAD = FW_ACTION_HEAD_SIZE + FW_RECORD_HEADER_SIZE;
+    if (!is_head(bytes, HEAD, FW_TAG_RECORD, number)) return 0;
+    const record_header header =
+        decode_record_header(bytes.data() + FW_ACTION_HEAD_SIZE);
+    if (bytes.size() - HEAD < header.size) return 0;
+    const byte_run data = bytes.subspan(HEAD, header.size);
+    const known_node node = events_.nodes.node_find(header.node_id);
+    if (!is_only_counted(events_, header, node, data)) return 0;
+    const std::uint32_t recno = load_u32(data.data() + 8);
+    const bool is_alone =
+        image == nullptr || is_of_operation(*image, header, recno, node);
+    const bool waits = events_.images.get_image_record(
+                           header.image_key, header.node_id, recno) != nullptr;
+    return is_alone && !waits ? HEAD + header.size : 0;
+  }
+
+  trail& events_;
+};
+
 }  // namespace
+
+void fw_count_operations(fwlog_reader& reader, input_file& file) {
+  trail& events = reader.events;
+  const byte_run bytes = file.stream.peek(0);
+  const auto limit = static_cast<std::size_t>(
+      std::min<std::uint64_t>(bytes.size(), events.bytes_to_watched_place()));
+  log_numbers numbers = reader.numbers.known();
+  const operation_steps steps(events);
+  std::size_t at = 0;
+  std::uint64_t count = 0;
+  while (at < limit) {
+    const counted_step step =
+        steps.next(bytes.subspan(at), limit - at, numbers.action + 1);
+    if (step.length == 0) break;
+    at += step.length;
+    numbers.action += step.actions;
+    ++count;
+  }
+  if (count == 0) return;
+  static_cast<void>(file.stream.skip(at));
+  reader.numbers.go_on(numbers);
+  events.place.number = numbers.action;
+  events.count_operations(count);
+  events.action_done();
+}
 
 int fw_record(const fw_action& action) {
   const std::uint8_t* bytes = action.stream().take(FW_RECORD_HEADER_SIZE);

@@ -41,6 +41,7 @@ std::unique_ptr<image_record> image_table::new_record() {
 image_record* image_table::get_image_record(std::uint32_t image_key,
                                             std::int32_t node_id,
                                             std::uint32_t recno) {
+  if (record_hash_.empty()) return nullptr;
   const image_key_match match{image_key, node_id, recno};
   return record_hash_.find(match.hash(), match);
 }

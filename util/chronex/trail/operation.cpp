@@ -33,8 +33,7 @@ int trail::write_node_context(node_entry& entry) {
 // Most operations find that all of it was told before.
 int trail::write_prerequisites(const image_operation& operation) {
   session_entry& session = operation.session;
-  const std::uint32_t all = (std::uint32_t{1} << output_count_) - 1;
-  if (session.shown_by != all &&
+  if (session.shown_by != all_outputs() &&
       write_session_sign_on(session, sign_on_caller::image_operation) != 0) {
     return -1;
   }

@@ -154,6 +154,10 @@ class trail_output {
                         const event_place& /*place*/) {
     return 0;
   }
+  // Whether this output takes no more of an operation than that there was one.
+  // Then those that need nothing told before them may come as a number.
+  virtual bool only_counts_operations() const { return false; }
+  virtual void count_operations(std::uint64_t /*count*/) {}
   virtual int notice(const trail_notice& /*notice*/) { return 0; }
   // The comment of an audit file that is an input.
   virtual int comment(std::string_view /*text*/, const event_place& /*place*/) {

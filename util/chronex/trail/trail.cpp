@@ -10,10 +10,21 @@ void trail::add_output(trail_output& output) {
   assert(output_count_ < MAX_OUTPUTS);
   output_slots_[output_count_] = &output;
   ++output_count_;
+  note_outputs();
 }
 
 void trail::replace_output(trail_output& old, trail_output& output) {
   std::ranges::replace(output_slots_, &old, &output);
+  note_outputs();
+}
+
+void trail::note_outputs() {
+  only_counts_ =
+      std::ranges::all_of(outputs(), &trail_output::only_counts_operations);
+}
+
+void trail::count_operations(std::uint64_t count) {
+  for (trail_output* output : outputs()) output->count_operations(count);
 }
 
 void trail::session_add_entry(std::int32_t session_id, owned_bytes sign_on) {

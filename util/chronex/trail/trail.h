@@ -12,9 +12,11 @@
 // Operations that return an int return 0, or -1 after a failure that ends the
 // input file; its message has been printed.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <span>
 #include <string>
@@ -89,6 +91,12 @@ class trail {
       tell_action_done();
     }
   }
+  // How far that place is from where the present input is read.
+  std::uint64_t bytes_to_watched_place() const {
+    const std::uint64_t position = place.file->stream.position();
+    if (!watched) return std::numeric_limits<std::uint64_t>::max();
+    return watched_from - std::min(watched_from, position);
+  }
 
   // Register sessions and nodes in the tables, as these do, with the character
   // set of the present input, and let the check of names see them.
@@ -121,6 +129,20 @@ class trail {
   // memos that were held back.
   int write_image_op(const image_operation& operation);
 
+  // Whether operations need not be made known one by one: no filter looks at
+  // them, they are not passed over, and all outputs only count them.
+  bool only_counts_operations() const {
+    return only_counts_ && !f_skip_action && !filter_.has_filter_expr();
+  }
+  // Whether the operations of these need nothing told before them.
+  bool is_all_told(const session_entry& session, const node_entry& node) const {
+    return session.shown_by == all_outputs() &&
+           !session.may_have_pending_memo && !node.context_pending;
+  }
+  // So many operations have been that need not be made known one by one, and
+  // need nothing told before them.
+  void count_operations(std::uint64_t count);
+
   // Tell the outputs what they have not shown yet.
   int write_session_sign_on(session_entry& entry, sign_on_caller caller);
   int write_session_sign_off(const session_entry& entry);
@@ -147,6 +169,11 @@ class trail {
   std::span<trail_output* const> outputs() const {
     return std::span(output_slots_).first(output_count_);
   }
+  // The bits of all outputs in session_entry::shown_by.
+  std::uint32_t all_outputs() const {
+    return (std::uint32_t{1} << output_count_) - 1;
+  }
+  void note_outputs();
   void tell_action_done();
   // Always -1.
   int tell_filter_failure();
@@ -156,6 +183,7 @@ class trail {
   run_filter& filter_;
   std::array<trail_output*, MAX_OUTPUTS> output_slots_{};
   std::size_t output_count_ = 0;
+  bool only_counts_ = false;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_TRAIL_H

@@ -33,9 +33,13 @@ int event_counter::memo(const memo_view& memo) {
 
 int event_counter::operation(const image_operation& /*operation*/,
                              const event_place& /*place*/) {
-  ++number_;
-  ++changes_;
+  count_operations(1);
   return 0;
+}
+
+void event_counter::count_operations(std::uint64_t count) {
+  number_ += count;
+  changes_ += count;
 }
 
 int event_counter::notice(const trail_notice& notice) {
