@@ -231,7 +231,7 @@ TEST(filter_eval, redefined_data_set) {
   event e("D.S", '2');
   EXPECT_EQ(qty.expr_eval(e.context), EXPR_HOLDS);
   // As many definitions as it takes to meet an old one's slot again.
-  for (std::size_t i = 0; i < FILTER_SLOTS; ++i) {
+  for (std::size_t i = 0; i < learned_slots<item_place>::LEAST; ++i) {
     e.define(
         {{{"PAD", 'X', 1, 4}, "", "    "}, {{"QTY", 'K', 1, 2}, "", "\7\0"sv}});
   }
@@ -359,6 +359,31 @@ TEST(filter_eval, allocates_nothing) {
   node_name2(e.node, false);
   const std::size_t before = allocations;
   EXPECT_EQ(evaluator.expr_eval(e.context), EXPR_HOLDS);
+  EXPECT_EQ(allocations, before);
+}
+
+// Takes turns among the numbers 1 to 3000; returns how many had to be learned.
+int learn_all(learned_slots<std::uint64_t>& slots) {
+  int learned = 0;
+  for (std::uint64_t number = 1; number <= 3000; ++number) {
+    const std::uint64_t known = slots.slot(number);
+    if (known == number) continue;
+    (known != 0 ? slots.displace(number) : slots.slot(number)) = number;
+    ++learned;
+  }
+  return learned;
+}
+
+TEST(learned_slots, become_more_up_to_their_limit) {
+  learned_slots<std::uint64_t> slots(256);
+  slots.set_limit(4096 * sizeof(std::uint64_t));
+  for (int round = 0; round < 4; ++round) learn_all(slots);
+  EXPECT_EQ(learn_all(slots), 0);
+  learned_slots<std::uint64_t> few(256);
+  few.set_limit(4096 * sizeof(std::uint64_t) - 1);
+  for (int round = 0; round < 4; ++round) learn_all(few);
+  const std::size_t before = allocations;
+  EXPECT_GT(learn_all(few), 0);
   EXPECT_EQ(allocations, before);
 }
 

@@ -4,6 +4,11 @@
 
 namespace {
 
+// What all tests of an expression may learn: of one relation on an item that is
+// 262,144 data sets.
+constexpr std::size_t LEARNED_BYTES = std::size_t{16} << 20U;
+static_assert(sizeof(item_place) == 64);
+
 // The walk over the entries. Its steps return 0 or the error that ends it.
 class planner {
  public:
@@ -97,7 +102,8 @@ int planner::pop_truth() {
 int planner::plan_set_pattern(const expr_entry& pattern) {
   return push_truth({.action = expr_action::set_pattern,
                      .value = &pattern,
-                     .set_matches = std::vector<set_match>(FILTER_SLOTS)});
+                     .set_matches = learned_slots<set_match>(
+                         learned_slots<set_match>::LEAST)});
 }
 
 int planner::plan_boolean(expr_action action) {
@@ -162,7 +168,7 @@ int planner::name_step(expr_step step) {
     }
   } else if (kind == EXPR_KIND_NUMBER || kind == EXPR_KIND_STRING) {
     step.action = expr_action::item;
-    step.places.resize(FILTER_SLOTS);
+    step.places = learned_slots<item_place>(learned_slots<item_place>::LEAST);
   } else {
     return EXPR_ERROR_SYNTAX;
   }
@@ -177,6 +183,10 @@ std::vector<expr_step> expr_plan(const compiled_expr& expr) {
   const int error = planner(steps).walk(expr);
   if (error != 0) {
     steps.push_back({.action = expr_action::error, .error = error});
+  }
+  for (expr_step& step : steps) {
+    step.set_matches.set_limit(LEARNED_BYTES / steps.size());
+    step.places.set_limit(LEARNED_BYTES / steps.size());
   }
   return steps;
 }

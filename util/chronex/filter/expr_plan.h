@@ -58,10 +58,10 @@ struct expr_step {
   attribute_value attribute{};
   // The bit of sign_on_verdicts that is this step's.
   std::uint64_t verdict = 0;
-  // What evaluations have learned of the latest data sets: FILTER_SLOTS slots
-  // in a set pattern and an item relation, none in all others.
-  std::vector<set_match> set_matches{};
-  std::vector<item_place> places{};
+  // What evaluations have learned of the latest data sets, in a set pattern and
+  // an item relation.
+  learned_slots<set_match> set_matches{};
+  learned_slots<item_place> places{};
 };
 
 // The steps of an expression that was compiled without error; it must outlive

@@ -1,6 +1,5 @@
 #include "util/chronex/filter/filter_record.h"
 
-#include <cassert>
 #include <cstring>
 #include <string>
 
@@ -37,6 +36,17 @@ void learn_place(const set_context& set, std::string_view name,
   place.offset =
       static_cast<std::uint16_t>(item->offset + element * item->size);
   place.size = item->size;
+}
+
+item_place& place_of(const filter_context& context, std::uint64_t layout_id,
+                     std::string_view name,
+                     learned_slots<item_place>& learned) {
+  item_place& known = learned.slot(layout_id);
+  if (known.layout_id == layout_id) return known;
+  item_place& place =
+      known.layout_id != 0 ? learned.displace(layout_id) : known;
+  learn_place(*context.node->set, name, place);
+  return place;
 }
 
 // The literal in the stored form of a numeric item: kept in the place where it
@@ -125,17 +135,19 @@ std::optional<bool> match_set_pattern(std::string_view name,
 
 std::optional<bool> expr_filter_set_pattern(const filter_context& context,
                                             const expr_entry& pattern,
-                                            std::span<set_match> learned) {
+                                            learned_slots<set_match>& learned) {
   if (context.node == nullptr) return true;
-  assert(learned.size() == FILTER_SLOTS);
   const auto id = static_cast<std::uint32_t>(context.node->node_id);
-  set_match& known = learned[id % FILTER_SLOTS];
+  const set_match& known = learned.slot(id);
   const std::uint64_t version = context.node->table->names_version();
-  if (known.node != context.node || known.names_version != version) {
-    known = {context.node, version,
-             match_set_pattern(node_name2(*context.node, false), pattern.text)};
+  if (known.node == context.node && known.names_version == version) {
+    return known.result;
   }
-  return known.result;
+  const bool displaces = known.node != nullptr && known.node != context.node;
+  set_match& fresh = displaces ? learned.displace(id) : learned.slot(id);
+  fresh = {context.node, version,
+           match_set_pattern(node_name2(*context.node, false), pattern.text)};
+  return fresh.result;
 }
 
 bool expr_filter_image_op(const filter_context& context, expr_token code) {
@@ -165,15 +177,11 @@ std::int64_t expr_filter_timestamp(const filter_context& context,
 
 bool expr_filter_item_value(const filter_context& context, expr_token code,
                             const expr_entry& name, const expr_entry& value,
-                            std::span<item_place> learned) {
+                            learned_slots<item_place>& learned) {
   if (context.node == nullptr) return true;
   const std::uint64_t layout_id = layout_of(context);
   if (layout_id == 0) return false;
-  assert(learned.size() == FILTER_SLOTS);
-  item_place& place = learned[layout_id % FILTER_SLOTS];
-  if (place.layout_id != layout_id) {
-    learn_place(*context.node->set, name.text, place);
-  }
+  item_place& place = place_of(context, layout_id, name.text, learned);
   if (place.type == nullptr) return false;
   if (place.type->numeric) {
     return test_numeric_item(context, code, name, value, place);

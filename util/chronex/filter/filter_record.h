@@ -16,13 +16,9 @@
 
 #include "util/chronex/filter/expr.h"
 #include "util/chronex/filter/filter_context.h"
+#include "util/chronex/filter/learned_slots.h"
 
 struct item_type;
-
-// A test runs for every record of the log, while a database has some hundred
-// data sets at most. So what a test has learned of the latest ones is kept,
-// each in the slot that its number falls into.
-inline constexpr std::size_t FILTER_SLOTS = 256;
 
 // The result of a data set pattern for one data set, good as long as
 // node_table::names_version() stays the same.
@@ -47,11 +43,11 @@ struct item_place {
 
 // Whether the event's data set is one that the pattern names; no value when the
 // data set's name or the pattern has no '.'. Database and set part are matched
-// each on its own, without regard to case. `learned` has FILTER_SLOTS slots
-// that belong to this pattern.
+// each on its own, without regard to case. `learned` is this
+// pattern's.
 std::optional<bool> expr_filter_set_pattern(const filter_context& context,
                                             const expr_entry& pattern,
-                                            std::span<set_match> learned);
+                                            learned_slots<set_match>& learned);
 
 // The same for one name, given without id.
 std::optional<bool> match_set_pattern(std::string_view name,
@@ -72,10 +68,10 @@ std::int64_t expr_filter_timestamp(const filter_context& context,
 // Whether the relation `name code value` holds for the named item
 // (item_lookup.h). A leading '-' of the name asks for the before-image, a
 // leading '+' for the after-image, and with neither one of the two must satisfy
-// the relation. `value` is a number or string. `learned` has FILTER_SLOTS slots
-// that belong to this pair of name and value.
+// the relation. `value` is a number or string. `learned` is that
+// of this pair of name and value.
 bool expr_filter_item_value(const filter_context& context, expr_token code,
                             const expr_entry& name, const expr_entry& value,
-                            std::span<item_place> learned);
+                            learned_slots<item_place>& learned);
 
 #endif  // CHRONEX_UTIL_CHRONEX_FILTER_FILTER_RECORD_H
