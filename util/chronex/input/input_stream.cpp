@@ -33,7 +33,9 @@ class unreachable_source final : public byte_source {
   bool is_compressed() const override { return false; }
 };
 
-// A plain file whose descriptor other processes read, too.
+// A plain file that is read past the place of its descriptor: other processes
+// may have the descriptor, too, and where there are many files the calls that
+// set the place count.
 class apart_source final : public byte_source {
  public:
   apart_source(int descriptor, std::uint64_t place)
@@ -68,17 +70,19 @@ void input_stream::close() {
 }
 
 bool input_stream::open(const char* path, std::function<void()> before_wait) {
+  is_own_ = true;
   return adopt(::open(path, O_RDONLY | O_CLOEXEC), std::move(before_wait));
 }
 
 bool input_stream::open_duplicate(int descriptor,
                                   std::function<void()> before_wait) {
+  is_own_ = false;
   return adopt(dup(descriptor), std::move(before_wait));
 }
 
 bool input_stream::adopt(int descriptor, std::function<void()> before_wait) {
   if (descriptor < 0) return false;
-  if ((fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
+  if (!is_own_ && (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_WRONLY) {
     ::close(descriptor);
     errno = EBADF;
     return false;
@@ -89,7 +93,7 @@ bool input_stream::adopt(int descriptor, std::function<void()> before_wait) {
   // A descriptor that was handed over in the middle of a file is read from
   // there.
   regular_ = fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) &&
-             lseek(descriptor, 0, SEEK_CUR) == 0;
+             (is_own_ || lseek(descriptor, 0, SEEK_CUR) == 0);
   return true;
 }
 
@@ -103,16 +107,16 @@ void input_stream::take_care(growth_watch* growth, bool passes_over_damage) {
 std::unique_ptr<byte_source> input_stream::make_source() {
   const bool is_careful = growth_ != nullptr || passes_over_damage_;
   is_head_ = regular_ && !is_careful && resume_at_ == 0;
-  if (reads_apart_) {
-    delivered_ = resume_at_;
-    return std::make_unique<apart_source>(descriptor_, resume_at_);
-  }
-  if (regular_ && !is_careful) {
+  if (regular_ && !is_careful && !reads_apart_) {
     is_plain_ = is_plain_ || is_plain_file();
     if (!is_plain_) {
       return std::make_unique<gz_source>(descriptor_,
                                          is_head_ ? HEAD_SIZE : BUFFER_SIZE);
     }
+  }
+  if (reads_apart_ || (regular_ && !is_careful && is_own_)) {
+    delivered_ = resume_at_;
+    return std::make_unique<apart_source>(descriptor_, resume_at_);
   }
   live_settings settings{.is_plain = is_plain_,
                          .passes_over_damage = passes_over_damage_,
@@ -276,8 +280,9 @@ std::uint64_t input_stream::stored_size() const {
   return known ? static_cast<std::uint64_t>(status.st_size) : 0;
 }
 
-// All that reads the file shares the place of its descriptor.
+// What decompresses the file moves the place of its descriptor.
 std::uint64_t input_stream::stored_position() const {
+  if (is_plain_ || reads_apart_) return delivered_;
   const off_t position = regular_ ? lseek(descriptor_, 0, SEEK_CUR) : 0;
   return position > 0 ? static_cast<std::uint64_t>(position) : 0;
 }

@@ -140,6 +140,8 @@ class input_stream {
   void note_end();
 
   int descriptor_ = -1;
+  // The descriptor was not handed over: nothing else depends on its place.
+  bool is_own_ = false;
   bool regular_ = false;
   std::function<void()> before_wait_;
   std::function<void()> refilled_;

@@ -17,8 +17,7 @@ struct present_output {
 };
 
 bool is_same_file(const file_status& a, const file_status& b) {
-  return S_ISREG(a.st_mode) && S_ISREG(b.st_mode) && a.st_dev == b.st_dev &&
-         a.st_ino == b.st_ino;
+  return S_ISREG(a.st_mode) && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 bool is_output(const char* name, const file_status& output) {
@@ -75,8 +74,9 @@ int check_output_file(const files_read& files, const output_to_check& output,
   const int found = output.descriptor >= 0
                         ? fstat(output.descriptor, &present.status)
                         : stat(output.name, &present.status);
-  // An output that is not there yet is no file that is read.
-  if (found != 0) return 0;
+  // An output that is not there yet is no file that is read; a terminal, a pipe
+  // or a device may be read.
+  if (found != 0 || !S_ISREG(present.status.st_mode)) return 0;
   if (check_inputs(files.operands, present, messages) != 0 ||
       check_filter_files(files.filter_files, present, messages) != 0) {
     return -1;
