@@ -1,12 +1,16 @@
 // Trails that go on from state to state while logs are written.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -194,6 +198,84 @@ TEST(FollowState, GoesOnInTheMidstOfALog) {
   // That log ends without its end tag.
   const std::size_t end = whole.out.find(R"({"v":1,"type":"damage")");
   EXPECT_EQ(shown, whole.out.substr(0, end));
+}
+
+// What a run shows of logs that have long been there, which it is ended in the
+// midst of. It goes no faster than is read here.
+class backlog_run {
+ public:
+  explicit backlog_run(const followed_logs& logs) {
+    const std::string pipe = logs.directory.path("(out)");
+    std::filesystem::remove(pipe);
+    if (mkfifo(pipe.c_str(), 0600) != 0) std::abort();
+    process_ = logs.directory.start_trail(
+        {"json", "--follow", "--state", "state", "logs"});
+    shown_.open(pipe);
+  }
+
+  // The next events; waits for them.
+  std::string read(std::size_t count) {
+    std::string lines;
+    std::string line;
+    while (count-- > 0 && std::getline(shown_, line)) lines += line + '\n';
+    return lines;
+  }
+  // What comes until the end; the last event may be there in part.
+  std::string end(int signal, int status) {
+    kill(process_, signal);
+    std::string rest{std::istreambuf_iterator<char>(shown_), {}};
+    int result = 0;
+    waitpid(process_, &result, 0);
+    EXPECT_EQ(WIFEXITED(result) ? WEXITSTATUS(result) : 256, status);
+    return rest;
+  }
+
+ private:
+  int process_ = 0;
+  std::ifstream shown_;
+};
+
+// Neither a request to end nor a state waits until all that is there is read.
+TEST(FollowState, LeavesItsStateWithinABacklog) {
+  followed_logs logs;
+  log_builder log = log_of(7, 1);
+  start(log);
+  for (std::uint32_t recno = 1; recno <= 60000; ++recno) {
+    log.put(BOB, SET, recno, "aaaa");
+  }
+  logs.append("log", log.end().bytes());
+  std::string whole = logs.directory.run_trail({"json", "logs/log"}).out;
+  whole.resize(whole.find(R"({"v":1,"type":"end")"));
+
+  backlog_run first(logs);
+  std::string shown = first.read(1);
+  shown += first.end(SIGTERM, 0);
+  EXPECT_LT(shown.size(), whole.size() / 2);
+
+  backlog_run second(logs);
+  const std::size_t begin = shown.size();
+  shown += second.read(1);
+  const auto state = [&] { return logs.directory.read_raw("state"); };
+  const std::string earlier = state();
+  for (int i = 0; i < 5 && state() == earlier; ++i) {
+    // Long enough for a state to be due where the next piece is read.
+    std::this_thread::sleep_for(1100ms);
+    shown += second.read(7000);
+  }
+  shown += second.end(SIGKILL, 256);
+  EXPECT_TRUE(whole.starts_with(shown));
+
+  // What was shown behind the state comes again.
+  backlog_run third(logs);
+  const std::string again = third.read(1);
+  const std::size_t from = whole.find(again);
+  ASSERT_LE(from, shown.size());
+  EXPECT_GT(from, begin);
+  const auto left =
+      std::count(whole.begin() + static_cast<long>(from), whole.end(), '\n');
+  EXPECT_TRUE(again + third.read(static_cast<std::size_t>(left) - 1) ==
+              whole.substr(from));
+  EXPECT_EQ(third.end(SIGTERM, 0), "");
 }
 
 TEST(FollowState, SaysWhatDoesNotBelongToTheState) {

@@ -64,7 +64,7 @@ class json_with_state_run {
   int open();
   int write_state();
   int keep();
-  std::chrono::milliseconds settle();
+  std::chrono::milliseconds keep_if_due();
 
   trail_run& run_;
   const shared_options& options_;
@@ -149,8 +149,7 @@ int json_with_state_run::keep() {
   return write_state();
 }
 
-std::chrono::milliseconds json_with_state_run::settle() {
-  output_->let_out();
+std::chrono::milliseconds json_with_state_run::keep_if_due() {
   return pace_.settle([this] {
     if (keep() != 0) throw run_failed();
   });
@@ -159,7 +158,11 @@ std::chrono::milliseconds json_with_state_run::settle() {
 // Messages and events come in their order, as each is let out at once.
 int json_with_state_run::process() {
   if (!followed_) return process_inputs(run_);
-  followed_->follower.before_wait = [this] { return settle(); };
+  followed_->follower.before_wait = [this] {
+    output_->let_out();
+    return keep_if_due();
+  };
+  followed_->follower.on_the_way = [this] { keep_if_due(); };
   run_.messages.set_let_out([this] { output_->let_out(); });
   const int status = followed_->process();
   run_.messages.set_let_out({});

@@ -190,6 +190,7 @@ std::chrono::milliseconds sql_with_state_run::settle() {
 int sql_with_state_run::process() {
   if (!followed_) return process_inputs(run_);
   followed_->follower.before_wait = [this] { return settle(); };
+  followed_->follower.on_the_way = [this] { settle(); };
   return followed_->process();
 }
 

@@ -102,6 +102,15 @@ bool log_follower::is_due(const log_catalogue::entry& entry) {
          has_settled(entry.name);
 }
 
+// More of the log is there; it may be the rest of an action, or of damage, that
+// is being read.
+void log_follower::note_progress(const input_file& log) const {
+  const log_position& position = run_.forward_logs.position;
+  if (position.file == &log && position.byte == log.stream.position()) {
+    on_the_way();
+  }
+}
+
 bool log_follower::open_log(const log_catalogue::entry& entry) {
   if (check_log && check_log(entry.name) != 0) return false;
   auto file = std::make_unique<input_file>(run_.messages);
@@ -116,6 +125,7 @@ bool log_follower::open_log(const log_catalogue::entry& entry) {
   if (fwlog_read_file_header(log, run_.charset_id) != 0) return false;
   log.stream.suspend();
   log.stream.take_care(this, run_.forward_logs.passes_over_damage);
+  log.stream.set_refilled([this, &log] { note_progress(log); });
   current_ = entry.number;
   is_within_ = false;
   was_moved_ = false;

@@ -44,6 +44,9 @@ class log_follower : public growth_watch {
   std::function<std::chrono::milliseconds()> before_wait = [] {
     return LONGEST_WAIT;
   };
+  // Called between two actions, too, a few times in a megabyte of what is there
+  // to be read without a wait.
+  std::function<void()> on_the_way = [] {};
   // Called with the name of each log before it is read. Not 0 = the run fails.
   std::function<int(const std::string&)> check_log;
 
@@ -62,6 +65,7 @@ class log_follower : public growth_watch {
 
   int add(const std::string& name);
   bool open_log(const log_catalogue::entry& entry);
+  void note_progress(const input_file& log) const;
   const log_catalogue::entry* next_entry() const;
   bool is_due(const log_catalogue::entry& entry);
   bool has_settled(const std::string& name);

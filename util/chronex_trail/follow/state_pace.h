@@ -18,9 +18,9 @@ class state_pace {
   state_pace(const trail_run& run, milliseconds shortest, int share)
       : run_(run), shortest_(shortest), share_(share) {}
 
-  // To be called between two actions, when all that is there has been read.
-  // Calls `write` if a state is due. Returns when to call again at the latest,
-  // if nothing else comes.
+  // To be called between two actions, from time to time, and when all that is
+  // there has been read. Calls `write` if a state is due. Returns when to call
+  // again at the latest, if nothing else comes.
   milliseconds settle(const std::function<void()>& write);
 
  private:
