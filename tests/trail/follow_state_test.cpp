@@ -278,6 +278,29 @@ TEST(FollowState, LeavesItsStateWithinABacklog) {
   EXPECT_EQ(third.end(SIGTERM, 0), "");
 }
 
+// The name does not tell which log goes on.
+TEST(FollowState, GoesOnWithTheLogThatItKnows) {
+  followed_logs logs;
+  log_builder log = log_of(7, 1);
+  logs.append("s.2", start(log).put(BOB, SET, 1, "aaaa").take());
+  const arguments words = {"json", "--follow", "--state", "state"};
+  logs.follow({"logs"}, words);
+  EXPECT_TRUE(logs.shows(1));
+  std::string shown = logs.stop(SIGTERM).out;
+
+  log_builder other = log_of(7, 1);
+  logs.append("s.1", start(other).put(BOB, SET, 1, "oooo").end().bytes());
+  logs.append("s.2", log.put(BOB, SET, 2, "bbbb").end().take());
+  logs.follow({"logs"}, words);
+  EXPECT_TRUE(logs.shows(1));
+  const program_result rest = logs.stop(SIGTERM);
+  EXPECT_EQ(rest.status, 0);
+  EXPECT_EQ(rest.err, "");
+  shown += rest.out;
+  const std::string whole = logs.directory.run_trail({"json", "logs/s.2"}).out;
+  EXPECT_EQ(shown, whole.substr(0, whole.find(R"({"v":1,"type":"end")")));
+}
+
 TEST(FollowState, SaysWhatDoesNotBelongToTheState) {
   followed_logs logs;
   log_builder log = log_of(7, 1);

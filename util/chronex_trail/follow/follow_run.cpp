@@ -8,6 +8,9 @@ int follow_run::go_on() {
   const input_file* const last = run_.forward_logs.position.file;
   if (last == nullptr) return 0;
   if (first_ != nullptr) return state_->damaged();
+  follower.has_rest = [this](const std::string& name) {
+    return state_->begins_as_known(name);
+  };
   return follower.go_on_behind({.volume_set_id = last->volume_set_id,
                                 .generation = last->generation,
                                 .sequence = last->sequence},

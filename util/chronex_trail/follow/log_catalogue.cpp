@@ -135,8 +135,12 @@ const log_catalogue::entry* log_catalogue::first_behind(
 }
 
 const log_catalogue::entry* log_catalogue::first_from(
-    const log_number& number) const {
+    const log_number& number,
+    const std::function<bool(const std::string&)>& wanted) const {
   const auto found = logs_.lower_bound({number, {}});
+  for (auto log = found; log != logs_.end() && log->number == number; ++log) {
+    if (wanted(log->name)) return &*log;
+  }
   return found == logs_.end() ? nullptr : &*found;
 }
 

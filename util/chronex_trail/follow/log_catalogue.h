@@ -8,6 +8,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -51,8 +52,11 @@ class log_catalogue {
   };
   // The first log behind this number, or the first of all; null = none.
   const entry* first_behind(const log_number* number) const;
-  // The first log that has this number or comes behind it.
-  const entry* first_from(const log_number& number) const;
+  // The first log that has this number or comes behind it. Of several that have
+  // it, the first whose name is `wanted`, or else the first.
+  const entry* first_from(
+      const log_number& number,
+      const std::function<bool(const std::string&)>& wanted) const;
   // Whether there are logs, but only of other volume sets.
   bool lacks_volume_set(std::uint32_t volume_set_id) const;
 

@@ -147,7 +147,7 @@ int log_follower::go_on_behind(const log_number& last, bool is_within) {
 
 const log_catalogue::entry* log_follower::next_entry() const {
   if (!current_) return catalogue_.first_behind(nullptr);
-  return is_within_ ? catalogue_.first_from(*current_)
+  return is_within_ ? catalogue_.first_from(*current_, has_rest)
                     : catalogue_.first_behind(&*current_);
 }
 

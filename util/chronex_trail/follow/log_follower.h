@@ -49,6 +49,11 @@ class log_follower : public growth_watch {
   std::function<void()> on_the_way = [] {};
   // Called with the name of each log before it is read. Not 0 = the run fails.
   std::function<int(const std::string&)> check_log;
+  // Whether a log, of this name, begins as the one whose rest is still to be
+  // read. None of those with its number does: the first is taken.
+  std::function<bool(const std::string&)> has_rest = [](const auto&) {
+    return true;
+  };
 
   // The next log, its header read; waits for it. Null when the run is to end:
   // it has failed, with a message, or it was asked to. Logs stay the

@@ -151,15 +151,17 @@ int trail_state::restore() {
   return check_logs();
 }
 
-// Whether the log is what was read up to the position. Standard input cannot be
-// looked at.
-bool trail_state::begins_as_known(const input_file& file) const {
-  const log_position& position = run_.forward_logs.position;
+bool trail_state::begins_as_known(const std::string& name) const {
   state_reader tail = tail_;
   const std::span<const std::uint8_t> before = tail.bytes();
-  if (before.empty() || file.is_standard_input) return true;
-  const auto now = digest_of_tail(file.name, position.byte);
+  if (before.empty()) return true;
+  const auto now = digest_of_tail(name, run_.forward_logs.position.byte);
   return now && std::ranges::equal(*now, before);
+}
+
+// Standard input cannot be looked at.
+bool trail_state::begins_as_known(const input_file& file) const {
+  return file.is_standard_input || begins_as_known(file.name);
 }
 
 int trail_state::check_log(const input_file& file) {

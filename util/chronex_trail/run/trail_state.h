@@ -42,6 +42,10 @@ class trail_state {
   // to be read. Returns 0, or -1 with a message.
   int restore();
 
+  // Whether a log, a file of this name, begins with what was read of the one
+  // that the state is in the midst of.
+  bool begins_as_known(const std::string& name) const;
+
   // Whether the log that the state is in the midst of has changed. To be asked
   // of logs that are no inputs of the run before they are gone on with. Returns
   // 0, or -1 with a message.
@@ -64,10 +68,10 @@ class trail_state {
 
  private:
   int failure(const std::string& problem);
+  bool begins_as_known(const input_file& file) const;
   int begin();
   run_parts parts();
   int check_options(state_reader& state);
-  bool begins_as_known(const input_file& file) const;
   int check_volume_set(const input_file& file);
   int find_rest();
   int check_logs();
