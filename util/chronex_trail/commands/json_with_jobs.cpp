@@ -107,6 +107,7 @@ class json_job {
   class counting_output final : public event_counter {
    public:
     explicit counting_output(json_job& job) : job_(job) {}
+    bool only_counts_operations() const override { return true; }
     void action_done() override { job_.look_for_border(); }
 
    private:

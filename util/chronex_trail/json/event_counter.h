@@ -19,7 +19,6 @@ class event_counter : public trail_output {
   int memo(const memo_view& memo) override;
   int operation(const image_operation& operation,
                 const event_place& place) override;
-  bool only_counts_operations() const override { return true; }
   void count_operations(std::uint64_t count) override;
   int notice(const trail_notice& notice) override;
   int comment(std::string_view text, const event_place& place) override;
