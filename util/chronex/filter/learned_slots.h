@@ -10,10 +10,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
-#include <utility>
-
-#include "common/owned_bytes.h"
+#include <new>
+#include <vector>
 
 // A default T has nothing learned.
 template <typename T>
@@ -25,13 +23,12 @@ class learned_slots {
   // No slots: of a test that learns nothing.
   learned_slots() = default;
   // A power of two. Throws std::bad_alloc.
-  explicit learned_slots(std::size_t count)
-      : slots_(std::make_unique<T[]>(count)), last_(count - 1) {}
+  explicit learned_slots(std::size_t count) : slots_(count), last_(count - 1) {}
 
   // As many bytes may be taken in all, unless there were more from the start.
   void set_limit(std::size_t bytes) { limit_ = bytes; }
 
-  T& slot(std::uint64_t number) const { return slots_[number & last_]; }
+  T& slot(std::uint64_t number) { return slots_[number & last_]; }
 
   // The slot of a data set that displaces another one from it. It may be empty
   // then, like all others: what they had is learned anew.
@@ -46,13 +43,14 @@ class learned_slots {
     displaced_ = 0;
     const std::size_t count = (last_ + 1) * 2;
     if (count * sizeof(T) > limit_) return;
-    if (auto slots = try_make_array<T>(count)) {
-      slots_ = std::move(slots);
+    try {
+      slots_ = std::vector<T>(count);
       last_ = count - 1;
+    } catch (const std::bad_alloc&) {
     }
   }
 
-  std::unique_ptr<T[]> slots_;
+  std::vector<T> slots_;
   // The index of the last slot.
   std::size_t last_ = 0;
   std::size_t displaced_ = 0;

@@ -75,7 +75,7 @@ bool decode_after_image(const fw_action& action, const set_brief& set,
     return false;
   }
   operation.after = stored.first(set.record_size());
-  if (!set.is_encrypted()) return true;
+  if (database == nullptr) return true;
   const std::span<std::uint8_t> plain = action.reader.scratch.get_buffer(
       static_cast<std::uint32_t>(set.record_size()));
   operation.after_sealed = !node_decrypt_record(
