@@ -51,7 +51,7 @@ std::size_t ring_size(std::size_t jobs) {
 // Bytes that wait for the turn of a job: more than most pieces make.
 std::size_t room_size(std::size_t piece) {
   constexpr std::size_t FACTOR = 8;
-  return std::clamp(FACTOR * piece, std::size_t{1}, 16 * 1024 * KIB);
+  return std::clamp(FACTOR * piece, std::size_t{1}, 16 * KIB * KIB);
 }
 
 // Measures pieces as they are read.
