@@ -55,7 +55,7 @@ char* put_short_decimal(real value, char* out) {
   constexpr std::uint64_t SCALE = 1000;
   const double scaled = std::fabs(double{value}) * SCALE;
   if (scaled > LARGEST) return nullptr;
-  const auto number = static_cast<std::int64_t>(scaled + 0.5);
+  const auto number = std::lrint(scaled);
   if (static_cast<real>(static_cast<double>(number) / SCALE) !=
       std::fabs(value)) {
     return nullptr;
