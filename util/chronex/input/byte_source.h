@@ -3,12 +3,10 @@
 
 // Where the bytes of an input come from, plain and gzip-compressed alike.
 //
-// A regular file is read through zlib's gz interface. That interface waits
-// until its whole buffer is full, which would hold back the newest actions of a
-// pipe that is still being written, and it drops what it has already
-// decompressed when it meets damage. So a pipe is read by a live source, which
-// delivers what is there, and a damaged file is read again by one to get at
-// the last good byte.
+// zlib's gz interface is not used: it waits until its whole buffer is full,
+// which would hold back the newest actions of a pipe that is still being
+// written; it drops what it has already decompressed when it meets damage; and
+// it takes more time where there are many small files.
 
 #include <zlib.h>
 
@@ -62,30 +60,6 @@ class byte_source {
   bool waits_ = true;
 };
 
-// Reads a regular file through zlib's gz interface, from its beginning.
-class gz_source final : public byte_source {
- public:
-  // `descriptor` stays the caller's and must outlive the source. zlib reads
-  // `buffer_size` bytes of the file at a time, and decompresses up to twice as
-  // many whatever is asked for.
-  gz_source(int descriptor, unsigned buffer_size);
-  ~gz_source() override;
-  std::size_t read(std::span<std::uint8_t> room) override;
-  bool is_compressed() const override;
-
- private:
-  std::size_t salvage(std::span<std::uint8_t> room);
-
-  int descriptor_;
-  unsigned buffer_size_;
-  // The stream's own.
-  int duplicate_ = -1;
-  gzFile stream_ = nullptr;
-  std::uint64_t delivered_ = 0;
-  // Takes over when the gz interface met damage.
-  std::unique_ptr<byte_source> successor_;
-};
-
 // What a live source does besides.
 struct live_settings {
   // Called before every read that may have to wait.
@@ -98,7 +72,8 @@ struct live_settings {
   growth_watch* growth = nullptr;
 };
 
-// Reads what is there, from a pipe, a device, or a file at its present offset.
+// Reads what is there, from a pipe, a device, or a file at its present offset,
+// and decompresses it.
 class live_source final : public byte_source {
  public:
   live_source(int descriptor, live_settings settings);

@@ -16,10 +16,9 @@ namespace {
 // little enough to stay in a processor's second cache.
 constexpr std::size_t READ_SIZE = input_relay::READ_SIZE;
 static_assert(READ_SIZE + input_stream::MAX_PEEK <= input_relay::LEAST_SIZE);
-constexpr unsigned BUFFER_SIZE = 128 * 1024;
 // All files are opened for their headers before one is read on, so that much of
-// a file is read as if there were no more.
-constexpr unsigned HEAD_SIZE = 2048;
+// a file, which holds a header, is read as if there were no more.
+constexpr unsigned HEAD_SIZE = 64;
 // Room for one read behind what is left of the last one.
 constexpr std::size_t WINDOW_SIZE = READ_SIZE + input_stream::MAX_PEEK;
 static_assert(input_stream::MAX_PEEK >= input_stream::MAX_RUN);
@@ -57,6 +56,15 @@ class apart_source final : public byte_source {
   const int descriptor_;
   std::uint64_t place_;
 };
+
+// A regular file, read from there on.
+std::unique_ptr<byte_source> read_from(std::uint64_t place, int descriptor,
+                                       live_settings settings) {
+  if (lseek(descriptor, static_cast<off_t>(place), SEEK_SET) < 0) {
+    return std::make_unique<unreachable_source>(errno);
+  }
+  return std::make_unique<live_source>(descriptor, std::move(settings));
+}
 
 }  // namespace
 
@@ -102,19 +110,12 @@ void input_stream::take_care(growth_watch* growth, bool passes_over_damage) {
   passes_over_damage_ = passes_over_damage;
 }
 
-// zlib's gz interface is the fastest way through whole compressed files, but it
-// knows neither growth nor what comes behind damage.
 std::unique_ptr<byte_source> input_stream::make_source() {
   const bool is_careful = growth_ != nullptr || passes_over_damage_;
-  is_head_ = regular_ && !is_careful && resume_at_ == 0;
-  if (regular_ && !is_careful && !reads_apart_) {
-    is_plain_ = is_plain_ || is_plain_file();
-    if (!is_plain_) {
-      return std::make_unique<gz_source>(descriptor_,
-                                         is_head_ ? HEAD_SIZE : BUFFER_SIZE);
-    }
-  }
-  if (reads_apart_ || (regular_ && !is_careful && is_own_)) {
+  const bool is_whole = regular_ && !is_careful;
+  is_head_ = is_whole && resume_at_ == 0;
+  if (is_whole && !reads_apart_) is_plain_ = is_plain_ || is_plain_file();
+  if (reads_apart_ || (is_whole && is_plain_ && is_own_)) {
     delivered_ = resume_at_;
     return std::make_unique<apart_source>(descriptor_, resume_at_);
   }
@@ -123,12 +124,9 @@ std::unique_ptr<byte_source> input_stream::make_source() {
                          .growth = growth_};
   if (regular_) {
     delivered_ = is_plain_ ? resume_at_ : 0;
-    if (lseek(descriptor_, static_cast<off_t>(delivered_), SEEK_SET) < 0) {
-      return std::make_unique<unreachable_source>(errno);
-    }
-  } else {
-    settings.before_wait = before_wait_;
+    return read_from(delivered_, descriptor_, std::move(settings));
   }
+  settings.before_wait = before_wait_;
   return std::make_unique<live_source>(descriptor_, std::move(settings));
 }
 
@@ -163,29 +161,20 @@ bool input_stream::have_window() {
   return true;
 }
 
-// Has the source deliver bytes that were taken, or are in the window, already.
+// Has the source deliver bytes that were taken already.
 void input_stream::pass_over(std::uint64_t bytes) {
   while (delivered_ < bytes) {
     const std::size_t piece =
         std::min<std::uint64_t>(READ_SIZE, bytes - delivered_);
-    const std::size_t count = source_->read({view_ + end_, piece});
+    const std::size_t count = source_->read({view_, piece});
     if (count == 0) break;
     delivered_ += count;
   }
 }
 
-// Goes on from a source that served for the first bytes.
-void input_stream::leave_head() {
-  is_head_ = false;
-  if (is_plain_) return;
-  source_ = std::make_unique<gz_source>(descriptor_, BUFFER_SIZE);
-  delivered_ = 0;
-  pass_over(HEAD_SIZE);
-}
-
 // One read from the source, to behind what is in the window; 0 at the end.
 std::size_t input_stream::read_on() {
-  if (is_head_ && delivered_ == HEAD_SIZE) leave_head();
+  is_head_ = is_head_ && delivered_ < HEAD_SIZE;
   const std::size_t size = is_head_ ? HEAD_SIZE - delivered_ : READ_SIZE;
   const std::size_t count = source_->read({view_ + end_, size});
   end_ += count;
@@ -287,8 +276,7 @@ std::uint64_t input_stream::stored_position() const {
   return position > 0 ? static_cast<std::uint64_t>(position) : 0;
 }
 
-// Whether it is certain to be a regular file that zlib's gz interface would
-// hand on as it is.
+// Whether it is certain to be a regular file that is not compressed.
 bool input_stream::is_plain_file() const {
   if (!regular_) return false;
   std::array<std::uint8_t, 2> magic{};
@@ -326,8 +314,8 @@ bool input_stream::share(input_relay& relay, std::uint64_t number) {
 }
 
 bool input_stream::feed(input_relay& relay) const {
-  gz_source source(descriptor_, BUFFER_SIZE);
-  return relay.feed(source);
+  const auto source = read_from(0, descriptor_, {});
+  return relay.feed(*source);
 }
 
 void input_stream::suspend() {

@@ -128,7 +128,6 @@ class input_stream {
   [[nodiscard]] bool adopt(int descriptor, std::function<void()> before_wait);
   [[nodiscard]] bool ready();
   void pass_over(std::uint64_t bytes);
-  void leave_head();
   std::size_t read_on();
   [[nodiscard]] bool is_plain_file() const;
   std::unique_ptr<byte_source> make_source();
@@ -150,7 +149,7 @@ class input_stream {
   // Known to be so, from what was read before.
   bool is_plain_ = false;
   std::unique_ptr<byte_source> source_;
-  // The source is one that serves for the first HEAD_SIZE bytes only.
+  // Nothing but the first HEAD_SIZE bytes is read yet.
   bool is_head_ = false;
   // Null: the window is this stream's own.
   input_relay* relay_ = nullptr;
