@@ -152,6 +152,12 @@ int result_file::write(std::string_view bytes) {
   return compressed_ ? compressed_->write(bytes) : system_.write(bytes);
 }
 
+int result_file::write_buffer(std::unique_ptr<text_buffer>& buffer,
+                              std::size_t size) {
+  return compressed_ ? compressed_->write_buffer(buffer, size)
+                     : system_.write_buffer(buffer, size);
+}
+
 int result_file::flush() { return compressed_ ? compressed_->end_member() : 0; }
 
 // Makes sure that what was written has reached the system.

@@ -9,6 +9,7 @@
 // it is.
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,6 +56,8 @@ class result_file : public byte_sink {
   }
 
   int write(std::string_view bytes) override;
+  int write_buffer(std::unique_ptr<text_buffer>& buffer,
+                   std::size_t size) override;
   int flush() override;
 
   // Ends the file. It gets its name if it is complete; else it stays as
@@ -70,6 +73,12 @@ class result_file : public byte_sink {
     int write(std::string_view bytes) override {
       return file_.diverted_ != nullptr ? file_.diverted_->write(bytes)
                                         : file_.write_now(bytes);
+    }
+    int write_buffer(std::unique_ptr<text_buffer>& buffer,
+                     std::size_t size) override {
+      return file_.diverted_ != nullptr
+                 ? file_.diverted_->write_buffer(buffer, size)
+                 : file_.write_now({buffer->data(), size});
     }
 
    private:

@@ -45,7 +45,7 @@ void line_writer::put_hex(std::span<const std::uint8_t> bytes) {
 
 int line_writer::flush() {
   if (!failed_ && used_ > 0) {
-    failed_ = sink_.write({buffer_.data(), used_}) != 0;
+    failed_ = sink_.write_buffer(buffer_, used_) != 0;
   }
   if (used_ > line_begin_) line_is_cut_ = true;
   used_ = 0;

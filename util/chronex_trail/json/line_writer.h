@@ -5,11 +5,11 @@
 // between, and hands it to a sink in large pieces. A failed write is
 // remembered; what follows is dropped.
 
-#include <array>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <span>
 #include <string_view>
 
@@ -23,20 +23,23 @@ class line_writer {
   line_writer(const line_writer&) = delete;
   line_writer& operator=(const line_writer&) = delete;
 
+  // So much is handed over at a time, or a little more.
+  static constexpr std::size_t HANDED_OVER = std::size_t{64} * 1024;
   // Room for `size` characters; what is written there counts once the end of it
   // is claimed. Until all of it was put in, nothing is handed over.
-  static constexpr std::size_t MAX_ROOM = std::size_t{256} * 1024;
+  static constexpr std::size_t MAX_ROOM =
+      std::tuple_size_v<text_buffer> - HANDED_OVER;
   char* room(std::size_t size) {
     assert(size <= MAX_ROOM);
-    if (size > buffer_.size() - used_) flush();
-    return buffer_.data() + used_;
+    if (size > buffer_->size() - used_) flush();
+    return buffer_->data() + used_;
   }
   void claim(const char* end) {
-    used_ = static_cast<std::size_t>(end - buffer_.data());
+    used_ = static_cast<std::size_t>(end - buffer_->data());
   }
 
   // Where the next character goes.
-  const char* position() const { return buffer_.data() + used_; }
+  const char* position() const { return buffer_->data() + used_; }
 
   void put(char character) {
     char* const out = room(1);
@@ -91,8 +94,6 @@ class line_writer {
   int flush();
 
  private:
-  static constexpr std::size_t HANDED_OVER = std::size_t{64} * 1024;
-
   static char* copy(std::string_view text, char* out) {
     std::memcpy(out, text.data(), text.size());
     return out + text.size();
@@ -106,7 +107,8 @@ class line_writer {
   // does.
   std::size_t line_begin_ = 0;
   bool line_is_cut_ = false;
-  std::array<char, HANDED_OVER + MAX_ROOM> buffer_;
+  std::unique_ptr<text_buffer> buffer_ =
+      std::make_unique_for_overwrite<text_buffer>();
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_JSON_LINE_WRITER_H

@@ -32,6 +32,10 @@ bool job_turns::make() {
 
 std::uint32_t job_turns::claim() { return control_->claimed.fetch_add(1); }
 
+bool job_turns::is_claimed(std::uint32_t part) const {
+  return control_->claimed > part;
+}
+
 void job_turns::give_up(std::uint32_t part) {
   std::uint32_t end = control_->end;
   while (part < end && !control_->end.compare_exchange_weak(end, part)) {
@@ -58,28 +62,43 @@ void job_turns::pass_on(std::uint32_t part) {
 }
 
 turn_sink::turn_sink(job_turns& turns, turn_voice& voice, std::size_t room)
-    : turns_(turns), voice_(voice), room_(room) {
-  collected_.reserve(room);
-}
+    : turns_(turns), voice_(voice), room_(room) {}
 
 void turn_sink::begin_part(std::uint32_t number) {
   number_ = number;
   has_turn_ = false;
-  part_begin_ = collected_.size();
+  part_size_ = 0;
+}
+
+// Whether bytes are to wait: it is not their turn, and there is room for them.
+// If not, all that waited has been written, or a write has failed.
+bool turn_sink::can_wait(std::size_t size) {
+  if (has_turn_ || write_due() != 0) return false;
+  const bool is_due = ended_.empty() && turns_.is_turn_of(number_);
+  if (!is_due && size <= room_ - waiting_.size()) {
+    part_size_ += size;
+    return true;
+  }
+  static_cast<void>(take_turn());
+  return false;
+}
+
+int turn_sink::write_now(std::string_view bytes) {
+  if (!failed_) failed_ = voice_.write_now(bytes) != 0;
+  return failed_ ? -1 : 0;
 }
 
 int turn_sink::write(std::string_view bytes) {
-  if (!has_turn_) {
-    if (write_due() != 0) return -1;
-    const bool is_due = ended_.empty() && turns_.is_turn_of(number_);
-    if (!is_due && bytes.size() <= room_ - collected_.size()) {
-      collected_ += bytes;
-      return 0;
-    }
-    if (take_turn() != 0) return -1;
-  }
-  if (voice_.write_now(bytes) != 0) failed_ = true;
-  return failed_ ? -1 : 0;
+  if (!can_wait(bytes.size())) return write_now(bytes);
+  waiting_.append(bytes);
+  return 0;
+}
+
+int turn_sink::write_buffer(std::unique_ptr<text_buffer>& buffer,
+                            std::size_t size) {
+  if (!can_wait(size)) return write_now({buffer->data(), size});
+  waiting_.append(buffer, size);
+  return 0;
 }
 
 int turn_sink::end_part() {
@@ -90,7 +109,7 @@ int turn_sink::end_part() {
     return 0;
   }
   ended_.push_back({.number = number_,
-                    .size = collected_.size() - part_begin_,
+                    .size = part_size_,
                     .messages = voice_.take_messages()});
   return write_due();
 }
@@ -107,20 +126,16 @@ int turn_sink::write_first() {
   if (failed_) return -1;
   const ended_part& part = ended_.front();
   voice_.begin_turn(part.messages);
-  if (voice_.write_now(
-          std::string_view(collected_).substr(written_, part.size)) != 0) {
-    failed_ = true;
-    return -1;
-  }
+  if (write_waiting(part.size) != 0) return -1;
   turns_.pass_on(part.number);
   voice_.end_turn();
-  written_ += part.size;
   ended_.pop_front();
-  if (!ended_.empty()) return 0;
-  collected_.erase(0, written_);
-  part_begin_ -= written_;
-  written_ = 0;
   return 0;
+}
+
+int turn_sink::write_waiting(std::size_t size) {
+  return waiting_.take(
+      size, [this](std::string_view bytes) { return write_now(bytes); });
 }
 
 void turn_sink::await_turn_of(std::uint32_t part) const {
@@ -141,8 +156,5 @@ int turn_sink::take_turn() {
   await_turn_of(number_);
   has_turn_ = true;
   voice_.begin_turn();
-  if (voice_.write_now(collected_) != 0) failed_ = true;
-  collected_.clear();
-  part_begin_ = 0;
-  return failed_ ? -1 : 0;
+  return write_waiting(waiting_.size());
 }

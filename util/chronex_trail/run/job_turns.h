@@ -11,12 +11,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "common/shared_memory.h"
 #include "util/chronex_trail/files/byte_sink.h"
+#include "util/chronex_trail/run/waiting_text.h"
 
 class job_turns {
  public:
@@ -25,6 +26,8 @@ class job_turns {
 
   // The next part that nobody makes yet is the caller's.
   std::uint32_t claim();
+  // Somebody makes that part, or has made it.
+  bool is_claimed(std::uint32_t part) const;
   // The caller does not make the part that it has claimed, because none of that
   // number is to come.
   void give_up(std::uint32_t part);
@@ -71,6 +74,8 @@ class turn_sink : public byte_sink {
   // What comes is of this part from now on, up to end_part().
   void begin_part(std::uint32_t number);
   int write(std::string_view bytes) override;
+  int write_buffer(std::unique_ptr<text_buffer>& buffer,
+                   std::size_t size) override;
   // Returns 0, or -1 after a failed write.
   int end_part();
 
@@ -90,7 +95,10 @@ class turn_sink : public byte_sink {
     std::string messages;
   };
 
+  bool can_wait(std::size_t size);
+  int write_now(std::string_view bytes);
   int write_first();
+  int write_waiting(std::size_t size);
   void await_turn_of(std::uint32_t part) const;
 
   job_turns& turns_;
@@ -100,10 +108,9 @@ class turn_sink : public byte_sink {
   bool has_turn_ = false;
   bool failed_ = false;
   std::deque<ended_part> ended_;
-  // The bytes of these and of the present part, and how many have been written.
-  std::string collected_;
-  std::size_t written_ = 0;
-  std::size_t part_begin_ = 0;
+  // Of these, and of the present part; how much of it is of that.
+  waiting_text waiting_;
+  std::size_t part_size_ = 0;
 };
 
 #endif  // CHRONEX_UTIL_CHRONEX_TRAIL_RUN_JOB_TURNS_H
