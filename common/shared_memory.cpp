@@ -71,14 +71,18 @@ bool shared_memory::allocate_ring(std::size_t size) {
 void shared_counter::advance() {
   constexpr std::uint32_t EVERYONE = INT32_MAX;
   value_.fetch_add(1);
+  // Who counts itself as waiting only now will find that the value has changed.
+  if (waiting_ == 0) return;
   futex(value_, FUTEX_WAKE, EVERYONE, nullptr);
 }
 
 void shared_counter::wait(std::uint32_t seen,
-                          std::chrono::milliseconds longest) const {
+                          std::chrono::milliseconds longest) {
   const auto seconds =
       std::chrono::duration_cast<std::chrono::seconds>(longest);
   const std::chrono::nanoseconds rest = longest - seconds;
   const timespec timeout{.tv_sec = seconds.count(), .tv_nsec = rest.count()};
+  waiting_.fetch_add(1);
   futex(value_, FUTEX_WAIT, seen, &timeout);
+  waiting_.fetch_sub(1);
 }

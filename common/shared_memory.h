@@ -48,10 +48,12 @@ class shared_counter {
   void advance();
   // Waits until the number is not `seen` any more, and at most for that long;
   // may return before.
-  void wait(std::uint32_t seen, std::chrono::milliseconds longest) const;
+  void wait(std::uint32_t seen, std::chrono::milliseconds longest);
 
  private:
   std::atomic<std::uint32_t> value_{0};
+  // Processes that wait; those that were killed meanwhile stay counted.
+  std::atomic<std::uint32_t> waiting_{0};
 };
 
 #endif  // CHRONEX_COMMON_SHARED_MEMORY_H
