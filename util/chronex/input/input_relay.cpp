@@ -10,10 +10,20 @@ namespace {
 
 // What a reader has at a time, so that the writer hears of it.
 constexpr std::size_t PORTION = std::size_t{128} * 1024;
+// Bytes from one time to the next that a process wakes others for them, which
+// costs more than their reading. It also does before it waits itself.
+constexpr std::uint64_t WAKING_STEP = 2 * input_relay::READ_SIZE;
+// What part of the ring a reader that writes keeps filled, whatever else it
+// does, for who is in front.
+constexpr std::size_t PARTS_AHEAD = 16;
 // A process that was killed wakes nobody.
 constexpr std::chrono::milliseconds LOOK_AROUND{20};
 constexpr std::uint64_t NOT_KNOWN = std::numeric_limits<std::uint64_t>::max();
 constexpr std::uint64_t NOTHING = std::numeric_limits<std::uint64_t>::max();
+
+bool is_step(std::uint64_t from, std::uint64_t to) {
+  return from / WAKING_STEP != to / WAKING_STEP;
+}
 
 }  // namespace
 
@@ -51,7 +61,7 @@ class input_relay::relayed_source final : public byte_source {
         number_(number),
         input_(relay.input(number)),
         next_(relay.place_) {}
-  ~relayed_source() override { relay_.leave(number_); }
+  ~relayed_source() override { relay_.leave_input(number_); }
 
   // The bytes are at their place already.
   std::size_t read(std::span<std::uint8_t> /*room*/) override {
@@ -76,8 +86,7 @@ class input_relay::relayed_source final : public byte_source {
   std::uint64_t next_;
 };
 
-bool input_relay::make(std::size_t size, std::size_t readers,
-                       std::function<void()> while_waiting) {
+bool input_relay::make(std::size_t size, std::size_t readers) {
   const std::size_t page = shared_memory::page_size();
   const std::size_t whole_pages =
       (std::max(size, LEAST_SIZE) + page - 1) / page * page;
@@ -90,7 +99,6 @@ bool input_relay::make(std::size_t size, std::size_t readers,
       std::construct_at(reinterpret_cast<control_block*>(shared_.data()));
   reader_count_ = readers;
   for (reader_place& each : this->readers()) std::construct_at(&each);
-  while_waiting_ = std::move(while_waiting);
   return true;
 }
 
@@ -102,9 +110,22 @@ std::span<input_relay::reader_place> input_relay::readers() const {
   return {reinterpret_cast<reader_place*>(control_ + 1), reader_count_};
 }
 
-void input_relay::dismiss(std::size_t index) {
-  readers()[index].number = NOTHING;
-  readers()[index].place = NOTHING;
+void input_relay::dismiss(std::size_t index) { dismiss(readers()[index]); }
+
+void input_relay::leave() {
+  dismiss(*reader_);
+  while (is_writer() && has_readers()) {
+    const std::uint32_t seen = control_->released.value();
+    if (write_some()) continue;
+    if (has_written_all_) return;
+    await_readers(seen);
+  }
+}
+
+void input_relay::dismiss(reader_place& reader) {
+  reader.number = NOTHING;
+  reader.place = NOTHING;
+  control_->released.advance();
 }
 
 void input_relay::become_reader(std::size_t index) {
@@ -112,21 +133,16 @@ void input_relay::become_reader(std::size_t index) {
   while_waiting_ = [] {};
 }
 
-// Waits, in the writer, until no reader is behind any more.
-void input_relay::await_readers(
-    const std::function<bool(const reader_place&)>& is_behind) {
-  for (;;) {
-    const std::uint32_t seen = control_->released.value();
-    if (std::ranges::none_of(readers(), is_behind)) return;
-    control_->released.wait(seen, LOOK_AROUND);
-    while_waiting_();
-  }
+bool input_relay::has_readers() const {
+  return std::ranges::any_of(readers(), [](const reader_place& each) {
+    return each.number != NOTHING;
+  });
 }
 
 // Readers that have left this input will say what they need of the next one.
-void input_relay::await_room(std::uint64_t number) {
+bool input_relay::has_room(std::uint64_t number) const {
   const std::uint64_t produced = control_->produced;
-  await_readers([=, this](const reader_place& each) {
+  return std::ranges::none_of(readers(), [=, this](const reader_place& each) {
     const std::uint64_t place = each.place;
     return place != NOTHING && each.number <= number &&
            produced + READ_SIZE > place + ring_.size();
@@ -139,39 +155,93 @@ bool input_relay::is_wanted(std::uint64_t number) const {
   });
 }
 
-bool input_relay::feed(byte_source& source) {
+// False when a reader is too many inputs behind, or there are no more.
+bool input_relay::begin_input() {
   const std::uint64_t number = control_->begun;
-  await_readers([number](const reader_place& each) {
-    return each.number + FED_INPUTS <= number;
-  });
-  fed_input& fed = *std::construct_at(&input(number));
-  fed.begin = control_->produced;
+  const bool is_full =
+      std::ranges::any_of(readers(), [number](const reader_place& each) {
+        return number >= FED_INPUTS && each.number <= number - FED_INPUTS;
+      });
+  if (is_full) return false;
+  source_ = inputs_();
+  has_written_all_ = source_ == nullptr;
+  if (has_written_all_) return false;
+  std::construct_at(&input(number))->begin = control_->produced;
   control_->begun = number + 1;
-  do {
-    await_room(number);
-  } while (is_wanted(number) && feed_some(source, fed) > 0);
-  if (fed.end == NOT_KNOWN) fed.end = control_->produced.load();
   control_->written.advance();
-  return std::ranges::any_of(readers(), [](const reader_place& each) {
-    return each.number != NOTHING;
+  return true;
+}
+
+// Takes a step: begins an input, or reads once. False when there is no room, or
+// nothing left.
+bool input_relay::write_some() {
+  if (has_written_all_) return false;
+  if (source_ == nullptr) return begin_input();
+  const std::uint64_t number = control_->begun - 1;
+  if (!has_room(number)) return false;
+  fed_input& fed = input(number);
+  if (is_wanted(number) && read_source(fed) > 0) return true;
+  fed.end = control_->produced.load();
+  source_.reset();
+  control_->written.advance();
+  return true;
+}
+
+std::size_t input_relay::read_source(fed_input& input) {
+  const std::uint64_t produced = control_->produced;
+  const std::size_t count =
+      source_->read({ring_.data() + produced % ring_.size(), READ_SIZE});
+  input.is_compressed = source_->is_compressed();
+  if (count == 0) {
+    const std::string_view error = source_->error();
+    error.copy(input.error.data(), input.error.size() - 1);
+    input.truncated = source_->truncated();
+    input.resource_error = source_->resource_error();
+  }
+  control_->produced = produced + count;
+  if (is_step(produced, produced + count)) control_->written.advance();
+  return count;
+}
+
+// Whether each reader has so many bytes, or many inputs, before it.
+bool input_relay::is_ahead(std::uint64_t distance) const {
+  const std::uint64_t produced = control_->produced;
+  const std::uint64_t begun = control_->begun;
+  return std::ranges::none_of(readers(), [=](const reader_place& each) {
+    const std::uint64_t place = each.place;
+    return place != NOTHING && place + distance > produced &&
+           each.number + FED_INPUTS / 2 > begun;
   });
 }
 
-std::size_t input_relay::feed_some(byte_source& source, fed_input& input) {
-  const std::uint64_t produced = control_->produced;
-  const std::size_t count =
-      source.read({ring_.data() + produced % ring_.size(), READ_SIZE});
-  input.is_compressed = source.is_compressed();
-  if (count == 0) {
-    const std::string_view error = source.error();
-    error.copy(input.error.data(), input.error.size() - 1);
-    input.truncated = source.truncated();
-    input.resource_error = source.resource_error();
-    input.end = produced;
+void input_relay::write_ahead(std::uint64_t distance) {
+  while (!is_ahead(distance) && write_some()) {
   }
-  control_->produced = produced + count;
+}
+
+bool input_relay::keep_ahead() {
+  if (!is_writer()) return true;
+  const std::size_t distance = ring_.size() / 2;
+  write_ahead(distance);
+  return has_written_all_ || is_ahead(distance);
+}
+
+// In the writer, for room.
+void input_relay::await_readers(std::uint32_t seen) {
   control_->written.advance();
-  return count;
+  while_waiting_();
+  control_->released.wait(seen, LOOK_AROUND);
+}
+
+// In a reader, for bytes or an input.
+void input_relay::await_writer(std::uint32_t seen) {
+  if (is_writer()) {
+    const std::uint32_t released = control_->released.value();
+    if (!write_some()) await_readers(released);
+  } else {
+    while_waiting_();
+    control_->written.wait(seen, LOOK_AROUND);
+  }
 }
 
 std::unique_ptr<byte_source> input_relay::attach(std::uint64_t number,
@@ -183,35 +253,43 @@ std::unique_ptr<byte_source> input_relay::attach(std::uint64_t number,
   for (;;) {
     const std::uint32_t seen = control_->written.value();
     if (control_->begun > number) break;
-    while_waiting_();
-    control_->written.wait(seen, LOOK_AROUND);
+    await_writer(seen);
   }
   place_ = input(number).begin;
   drop(position);
   return std::make_unique<relayed_source>(*this, number);
 }
 
-void input_relay::leave(std::uint64_t number) {
+void input_relay::leave_input(std::uint64_t number) {
   reader_->number = number + 1;
   control_->released.advance();
 }
 
 void input_relay::drop(std::uint64_t count) {
+  const std::uint64_t before = place_;
   place_ += count;
   reader_->place = place_;
-  control_->released.advance();
+  if (is_step(before, place_)) control_->released.advance();
+  if (is_writer()) write_ahead(ring_.size() / PARTS_AHEAD);
 }
 
-// What comes behind the end is of the next input.
-std::size_t input_relay::receive(const fed_input& input,
-                                 std::uint64_t seen) const {
+// Where the bytes of an input end that are there so far. Looked at in this
+// order: while its end is not known, none of the next input have been produced.
+std::uint64_t input_relay::end_so_far(const fed_input& input) const {
+  const std::uint64_t produced = control_->produced;
+  return std::min(produced, input.end.load());
+}
+
+std::size_t input_relay::receive(const fed_input& input, std::uint64_t seen) {
+  const auto has_to_wait = [&] {
+    return end_so_far(input) <= seen && input.end == NOT_KNOWN;
+  };
+  if (has_to_wait()) control_->released.advance();
   for (;;) {
     const std::uint32_t written = control_->written.value();
-    const std::uint64_t end = input.end;
-    const std::uint64_t there = std::min(control_->produced.load(), end);
-    if (there > seen) return std::min<std::uint64_t>(there - seen, PORTION);
-    if (end != NOT_KNOWN) return 0;
-    while_waiting_();
-    control_->written.wait(written, LOOK_AROUND);
+    if (!has_to_wait()) break;
+    await_writer(written);
   }
+  const std::uint64_t end = end_so_far(input);
+  return end > seen ? std::min<std::uint64_t>(end - seen, PORTION) : 0;
 }

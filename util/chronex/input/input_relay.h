@@ -1,13 +1,15 @@
 #ifndef CHRONEX_UTIL_CHRONEX_INPUT_INPUT_RELAY_H
 #define CHRONEX_UTIL_CHRONEX_INPUT_INPUT_RELAY_H
 
-// Inputs that one process decompresses and others read.
+// Inputs that several processes read, and one of them decompresses.
 //
-// The writer reads inputs one after the other into a ring in shared memory. The
-// readers are processes that it has made by fork; each goes over the same
-// inputs in the same order, at its own pace, and finds the bytes in the ring,
-// where its streams have their windows. The writer waits before it overwrites
-// what a reader still needs, and a reader for bytes that are not there yet.
+// The readers are processes that were made by fork; each goes over the same
+// inputs in the same order, at its own pace, and finds the bytes in a ring in
+// shared memory, where its streams have their windows. One of the readers is
+// the writer, too: between its other work it reads the inputs, one after the
+// other, into the ring, so far ahead as keeps the others from waiting. It does
+// not overwrite what a reader still needs, and a reader waits for bytes that
+// are not there yet. So there is no process more than have work of their own.
 
 #include <atomic>
 #include <cstddef>
@@ -28,29 +30,35 @@ class input_relay {
   // longest window of a stream and a piece read to it.
   static constexpr std::size_t LEAST_SIZE = 2 * READ_SIZE;
 
-  // Makes the ring, for so many readers. `while_waiting` is called now and then
-  // while the writer waits for readers: one may have ended without a word.
-  // False with errno on failure.
-  [[nodiscard]] bool make(std::size_t size, std::size_t readers,
-                          std::function<void()> while_waiting);
+  // Makes the source of the next input; null behind the last one.
+  using next_input = std::function<std::unique_ptr<byte_source>()>;
 
-  // In the writer, for one input after the other: hands on all that the source
-  // has. False when there are no readers any more.
-  bool feed(byte_source& source);
-  // In the writer: the reader needs nothing any more.
+  // Makes the ring, for so many readers. False with errno on failure.
+  [[nodiscard]] bool make(std::size_t size, std::size_t readers);
+
+  // In the process that made the others: the reader needs nothing any more.
   void dismiss(std::size_t index);
 
   // In a process that was just made: it is that reader.
   void become_reader(std::size_t index);
-  // In a reader: what is called now and then while it waits for the writer;
-  // nothing at first.
+  // This reader is the writer, of these inputs.
+  void become_writer(next_input inputs) { inputs_ = std::move(inputs); }
+  // What is called now and then while a reader waits for others; nothing at
+  // first.
   void set_while_waiting(std::function<void()> while_waiting) {
     while_waiting_ = std::move(while_waiting);
   }
+  // When a reader has time: the writer puts into the ring what the others can
+  // do with for a while. False when they may come to wait for it all the same,
+  // so that it had better go on reading, for there to be room.
+  bool keep_ahead();
+  // When a reader needs nothing any more: the writer puts into the ring what
+  // others still need.
+  void leave();
 
   // For streams of readers, one at a time.
 
-  // The bytes of input `number`, as they were fed, from a place in it on. Null
+  // The bytes of input `number`, decompressed, from a place in it on. Null
   // when a later input was taken up already.
   std::unique_ptr<byte_source> attach(std::uint64_t number,
                                       std::uint64_t position);
@@ -71,19 +79,33 @@ class input_relay {
 
   fed_input& input(std::uint64_t number) const;
   std::span<reader_place> readers() const;
-  void await_readers(const std::function<bool(const reader_place&)>& is_behind);
-  void await_room(std::uint64_t number);
+  void dismiss(reader_place& reader);
+  bool is_writer() const { return inputs_ != nullptr; }
+  bool has_readers() const;
+  bool begin_input();
+  bool has_room(std::uint64_t number) const;
   bool is_wanted(std::uint64_t number) const;
-  std::size_t feed_some(byte_source& source, fed_input& input);
-  std::size_t receive(const fed_input& input, std::uint64_t seen) const;
-  void leave(std::uint64_t number);
+  bool write_some();
+  std::size_t read_source(fed_input& input);
+  bool is_ahead(std::uint64_t distance) const;
+  void write_ahead(std::uint64_t distance);
+  void await_readers(std::uint32_t seen);
+  void await_writer(std::uint32_t seen);
+  std::uint64_t end_so_far(const fed_input& input) const;
+  std::size_t receive(const fed_input& input, std::uint64_t seen);
+  void leave_input(std::uint64_t number);
 
   shared_memory ring_;
   shared_memory shared_;
   control_block* control_ = nullptr;
   std::size_t reader_count_ = 0;
   std::function<void()> while_waiting_;
-  // Null in the writer.
+  // Null in those that do not write. The source is that of the input that was
+  // begun last, null when that has ended.
+  next_input inputs_;
+  std::unique_ptr<byte_source> source_;
+  bool has_written_all_ = false;
+  // Null in those that do not read.
   reader_place* reader_ = nullptr;
   // Where the window of this reader begins, in bytes of all inputs.
   std::uint64_t place_ = 0;

@@ -313,9 +313,8 @@ bool input_stream::share(input_relay& relay, std::uint64_t number) {
   return true;
 }
 
-bool input_stream::feed(input_relay& relay) const {
-  const auto source = read_from(0, descriptor_, {});
-  return relay.feed(*source);
+std::unique_ptr<byte_source> input_stream::shared_source() const {
+  return read_from(0, descriptor_, {});
 }
 
 void input_stream::suspend() {

@@ -112,11 +112,11 @@ class input_stream {
 
   // The file is to be read by several processes that are made after this.
   // Regular files without growth only. A compressed one becomes input `number`
-  // of `relay`, the caller's, and another process has to feed it to that.
+  // of `relay`, the caller's, for the writer of which is shared_source().
   // False when the file is plain: each process reads it by itself.
   [[nodiscard]] bool share(input_relay& relay, std::uint64_t number);
-  // In that process: hands on the whole file. What the relay's feed() returns.
-  bool feed(input_relay& relay) const;
+  // The whole file, for one process; the stream must outlive the source.
+  std::unique_ptr<byte_source> shared_source() const;
 
   // Gives back the buffers of a file that will be read on later, or not at all
   // any more. What can be read again costs only its descriptor meanwhile.

@@ -3,8 +3,9 @@
 // Each job goes over all inputs and knows at each border of a piece all that
 // the run knows there. It writes the events of the pieces that it claims, and
 // counts those of the others, which takes a small part of the time. A piece
-// ends between two actions, where the same measure says so to all. This process
-// decompresses what is compressed, once for all jobs.
+// ends between two actions, where the same measure says so to all. What is
+// compressed is decompressed once for all jobs, by one of them, which makes the
+// fewer pieces.
 
 #include "util/chronex_trail/commands/json_with_jobs.h"
 
@@ -12,7 +13,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,9 +48,12 @@ std::size_t piece_size(const shared_options& options) {
 
 // Bytes of the ring of compressed inputs: far enough ahead for the jobs not to
 // wait for what takes its time.
-std::size_t ring_size(std::size_t jobs) {
-  return size_of("CHRONEX_RING_SIZE", 4096 * KIB * (jobs + 2));
+std::size_t ring_size(std::size_t jobs, std::size_t piece) {
+  return size_of("CHRONEX_RING_SIZE",
+                 std::max(2048 * KIB * (jobs + 2), 4 * piece));
 }
+
+constexpr std::uint32_t NO_PIECE = std::numeric_limits<std::uint32_t>::max();
 
 // Bytes that wait for the turn of a job: more than most pieces make.
 std::size_t room_size(std::size_t piece) {
@@ -145,6 +152,7 @@ class json_job {
 
   void look_for_border();
   void pass_border();
+  void choose_piece();
   void begin_piece();
   void end_piece();
   [[noreturn]] void leave(int status);
@@ -158,7 +166,7 @@ class json_job {
   writing_output writer_;
   std::uint32_t piece_ = 0;
   // Among the pieces, the one that this job makes next, or now.
-  std::uint32_t claimed_ = 0;
+  std::uint32_t claimed_ = NO_PIECE;
 };
 
 void json_job::work() {
@@ -166,11 +174,14 @@ void json_job::work() {
   // The jobs are elsewhere than the others.
   run_.progress = progress_mode::never;
   run_.events.add_output(counter_);
-  claimed_ = pool_.turns().claim();
-  if (claimed_ == piece_) begin_piece();
+  choose_piece();
   // Others may have to wait for what this one has made.
-  pool_.relay().set_while_waiting([this] { sink_.write_due(); });
-  leave(process_inputs(run_));
+  pool_.relay().set_while_waiting([this] {
+    if (sink_.write_due() != 0) _exit(static_cast<int>(job_end::failed));
+  });
+  const int status = process_inputs(run_);
+  pool_.relay().leave();
+  leave(status);
 }
 
 void json_job::look_for_border() {
@@ -189,6 +200,16 @@ void json_job::pass_border() {
     leave(EXIT_ERROR);
   }
   ++piece_;
+  choose_piece();
+}
+
+// A job that has more urgent things to do claims no piece, except one that it
+// would leave behind without anybody's making it.
+void json_job::choose_piece() {
+  if (claimed_ == NO_PIECE &&
+      (pool_.relay().keep_ahead() || !pool_.turns().is_claimed(piece_))) {
+    claimed_ = pool_.turns().claim();
+  }
   if (piece_ == claimed_) begin_piece();
 }
 
@@ -211,7 +232,7 @@ void json_job::begin_piece() {
 void json_job::end_piece() {
   if (writer_.let_out() != 0 || sink_.end_part() != 0) leave(EXIT_ERROR);
   replace_output(run_.events, writer_, counter_);
-  claimed_ = pool_.turns().claim();
+  claimed_ = NO_PIECE;
 }
 
 // All that is held in this process is a copy of what another holds.
@@ -240,20 +261,30 @@ std::vector<const input_file*> share_inputs(trail_run& run,
   return relayed;
 }
 
+// Makes their sources, one after the other.
+input_relay::next_input sources_of(std::vector<const input_file*> files) {
+  return [left = std::deque(files.begin(), files.end())]() mutable
+         -> std::unique_ptr<byte_source> {
+    if (left.empty()) return nullptr;
+    const input_file* const next = left.front();
+    left.pop_front();
+    return next->stream.shared_source();
+  };
+}
+
 // Returns the exit status.
 int make_trail(trail_run& run, const shared_options& options,
                result_file& file) {
   const auto jobs = static_cast<std::size_t>(options.jobs);
   job_pool pool(jobs, run.messages);
-  pool.open(ring_size(jobs));
-  const std::vector<const input_file*> relayed =
-      share_inputs(run, pool.relay());
+  pool.open(ring_size(jobs, piece_size(options)));
+  const input_relay::next_input relayed =
+      sources_of(share_inputs(run, pool.relay()));
   const auto job =
       std::make_unique<json_job>(run, pool, file, piece_size(options));
-  if (pool.start()) job->work();
-  for (const input_file* const each : relayed) {
-    if (!each->stream.feed(pool.relay())) break;
-  }
+  const std::optional<std::size_t> index = pool.start();
+  if (index == 0) pool.relay().become_writer(relayed);
+  if (index) job->work();
   return pool.finish();
 }
 

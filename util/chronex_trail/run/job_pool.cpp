@@ -48,18 +48,17 @@ void job_pool::fail(const char* what) {
 }
 
 void job_pool::open(std::size_t input) {
-  if (!relay_.make(input, jobs_, [this] { await_one(WNOHANG); }) ||
-      !turns_.make()) {
+  if (!relay_.make(input, jobs_) || !turns_.make()) {
     fail("mmap");
   }
 }
 
-bool job_pool::start() {
+std::optional<std::size_t> job_pool::start() {
   const pid_t parent = getpid();
   for (std::size_t index = 0; index < jobs_; ++index) {
-    if (start_job(index, parent)) return true;
+    if (start_job(index, parent)) return index;
   }
-  return false;
+  return std::nullopt;
 }
 
 bool job_pool::start_job(std::size_t index, pid_t parent) {
@@ -126,10 +125,10 @@ bool job_pool::is_running() const {
   return std::ranges::any_of(running_, &job::is_running);
 }
 
-void job_pool::await_one(int options) {
+void job_pool::await_one() {
   int status = 0;
-  const pid_t process = waitpid(-1, &status, options);
-  if (process == 0 || (process < 0 && errno == EINTR)) return;
+  const pid_t process = waitpid(-1, &status, 0);
+  if (process < 0 && errno == EINTR) return;
   if (process < 0) fail("waitpid");
   const auto ended = std::ranges::find(running_, process, &job::process);
   if (ended == running_.end()) return;
@@ -158,7 +157,7 @@ void job_pool::end_with_signal(int number) {
 }
 
 int job_pool::finish() {
-  while (is_running()) await_one(0);
+  while (is_running()) await_one();
   if (end_ == job_end::idle || end_ == job_end::lost) {
     messages_.print("A job has failed to go over the inputs\n");
   }

@@ -10,6 +10,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,8 +35,9 @@ class job_pool {
   input_relay& relay() { return relay_; }
   job_turns& turns() { return turns_; }
 
-  // Starts the jobs. True in the process of each of them. Throws run_failed.
-  bool start();
+  // Starts the jobs. In the process of each of them, returns its index. Throws
+  // run_failed.
+  std::optional<std::size_t> start();
 
   // Of a job, whose standard error is kept until the turn of its part has come.
 
@@ -60,7 +62,7 @@ class job_pool {
   bool start_job(std::size_t index, pid_t parent);
   void begin_job(std::size_t index, pid_t parent);
   bool is_running() const;
-  void await_one(int options);
+  void await_one();
   void take_end(int status);
   void end_with_signal(int number);
   void stop();
