@@ -21,8 +21,10 @@ std::unique_ptr<text_buffer> waiting_text::spare_buffer() {
 void waiting_text::append(std::string_view bytes) {
   size_ += bytes.size();
   while (!bytes.empty()) {
-    if (buffers_.empty() || buffers_.back().end == buffers_.back().text->size())
-      buffers_.push_back({.text = spare_buffer()});
+    if (buffers_.empty() ||
+        buffers_.back().end == buffers_.back().text->size()) {
+      buffers_.emplace_back().text = spare_buffer();
+    }
     filled_buffer& last = buffers_.back();
     const std::size_t count =
         bytes.copy(last.text->data() + last.end, last.text->size() - last.end);
@@ -37,10 +39,10 @@ void waiting_text::append(std::unique_ptr<text_buffer>& buffer,
     append({buffer->data(), size});
     return;
   }
-  std::unique_ptr<text_buffer> next = spare_buffer();
-  buffers_.push_back({.text = std::exchange(buffer, std::move(next)),
-                      .begin = 0,
-                      .end = size});
+  filled_buffer& last = buffers_.emplace_back();
+  last.text = spare_buffer();
+  last.text.swap(buffer);
+  last.end = size;
   size_ += size;
 }
 
