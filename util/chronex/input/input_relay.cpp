@@ -10,8 +10,8 @@ namespace {
 
 // What a reader has at a time, so that the writer hears of it.
 constexpr std::size_t PORTION = std::size_t{128} * 1024;
-// Bytes from one time to the next that a process wakes others for them, which
-// costs more than their reading. It also does before it waits itself.
+// A process that goes on wakes others each time that it has done so many bytes,
+// since waking is dear; and before it waits itself.
 constexpr std::uint64_t WAKING_STEP = 2 * input_relay::READ_SIZE;
 // What part of the ring a reader that writes keeps filled, whatever else it
 // does, for who is in front.

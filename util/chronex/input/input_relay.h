@@ -100,12 +100,12 @@ class input_relay {
   control_block* control_ = nullptr;
   std::size_t reader_count_ = 0;
   std::function<void()> while_waiting_;
-  // Null in those that do not write. The source is that of the input that was
-  // begun last, null when that has ended.
+  // Null in all but the writer. The source is that of the input that was begun
+  // last, null when that has ended.
   next_input inputs_;
   std::unique_ptr<byte_source> source_;
   bool has_written_all_ = false;
-  // Null in those that do not read.
+  // Null in the process that made the readers.
   reader_place* reader_ = nullptr;
   // Where the window of this reader begins, in bytes of all inputs.
   std::uint64_t place_ = 0;

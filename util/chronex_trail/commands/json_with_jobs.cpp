@@ -31,6 +31,7 @@
 namespace {
 
 constexpr std::size_t KIB = 1024;
+constexpr std::uint32_t NO_PIECE = std::numeric_limits<std::uint32_t>::max();
 
 // What is set for tests, which have small logs.
 std::size_t size_of(const char* variable, std::size_t default_size) {
@@ -52,8 +53,6 @@ std::size_t ring_size(std::size_t jobs, std::size_t piece) {
   return size_of("CHRONEX_RING_SIZE",
                  std::max(2048 * KIB * (jobs + 2), 4 * piece));
 }
-
-constexpr std::uint32_t NO_PIECE = std::numeric_limits<std::uint32_t>::max();
 
 // Bytes that wait for the turn of a job: more than most pieces make.
 std::size_t room_size(std::size_t piece) {
@@ -165,7 +164,8 @@ class json_job {
   counting_output counter_;
   writing_output writer_;
   std::uint32_t piece_ = 0;
-  // Among the pieces, the one that this job makes next, or now.
+  // Among the pieces, the one that this job makes next, or now; NO_PIECE while
+  // it has claimed none.
   std::uint32_t claimed_ = NO_PIECE;
 };
 
@@ -238,7 +238,7 @@ void json_job::end_piece() {
 // All that is held in this process is a copy of what another holds.
 void json_job::leave(int status) {
   if (piece_ != claimed_) {
-    pool_.turns().give_up(claimed_);
+    if (claimed_ != NO_PIECE) pool_.turns().give_up(claimed_);
     const bool is_written = sink_.write_ended() == 0;
     _exit(static_cast<int>(is_written ? job_end::idle : job_end::failed));
   }
@@ -262,7 +262,8 @@ std::vector<const input_file*> share_inputs(trail_run& run,
 }
 
 // Makes their sources, one after the other.
-input_relay::next_input sources_of(std::vector<const input_file*> files) {
+input_relay::next_input sources_of(
+    const std::vector<const input_file*>& files) {
   return [left = std::deque(files.begin(), files.end())]() mutable
          -> std::unique_ptr<byte_source> {
     if (left.empty()) return nullptr;
@@ -277,11 +278,11 @@ int make_trail(trail_run& run, const shared_options& options,
                result_file& file) {
   const auto jobs = static_cast<std::size_t>(options.jobs);
   job_pool pool(jobs, run.messages);
-  pool.open(ring_size(jobs, piece_size(options)));
+  const std::size_t piece = piece_size(options);
+  pool.open(ring_size(jobs, piece));
   const input_relay::next_input relayed =
       sources_of(share_inputs(run, pool.relay()));
-  const auto job =
-      std::make_unique<json_job>(run, pool, file, piece_size(options));
+  const auto job = std::make_unique<json_job>(run, pool, file, piece);
   const std::optional<std::size_t> index = pool.start();
   if (index == 0) pool.relay().become_writer(relayed);
   if (index) job->work();
